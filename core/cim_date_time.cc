@@ -1,0 +1,173 @@
+#include "core/cim_date_time.h"
+
+#include <cstdio>
+#include <tuple>
+
+#include "core/tyl_exception.h"
+
+namespace {
+
+constexpr int kDiagnosticLevel = 3;
+
+[[noreturn]] void RejectText(const std::string& text, const std::string& why) {
+  ThrowLogged(kDiagnosticLevel,
+              "TYL: invalid CIM datetime '" + text + "': " + why,
+              kStatusInvalidParameter);
+}
+
+[[noreturn]] void RejectFields(const std::string& why) {
+  ThrowLogged(kDiagnosticLevel, "TYL: invalid CIM datetime fields: " + why,
+              kStatusInvalidParameter);
+}
+
+// Reads text[pos, pos+count) as decimal digits; false if any is not a digit.
+bool ReadDigits(const std::string& text, size_t pos, size_t count, uint32_t* out) {
+  uint32_t value = 0;
+  for (size_t i = pos; i < pos + count; ++i) {
+    if (text[i] < '0' || text[i] > '9') return false;
+    value = value * 10 + static_cast<uint32_t>(text[i] - '0');
+  }
+  *out = value;
+  return true;
+}
+
+void CheckTimeOfDay(unsigned hours, unsigned minutes, unsigned seconds,
+                    unsigned microseconds) {
+  if (hours > 23) RejectFields("hours " + std::to_string(hours) + " > 23");
+  if (minutes > 59) RejectFields("minutes " + std::to_string(minutes) + " > 59");
+  if (seconds > 59) RejectFields("seconds " + std::to_string(seconds) + " > 59");
+  if (microseconds > 999999)
+    RejectFields("microseconds " + std::to_string(microseconds) + " > 999999");
+}
+
+void AppendCount(std::string* out, uint64_t count, const char* unit) {
+  if (!out->empty()) *out += ", ";
+  *out += std::to_string(count) + " " + unit;
+  if (count != 1) *out += "s";
+}
+
+}  // namespace
+
+void TCIMDateTime::Set(uint32_t days, uint16_t hours, uint16_t minutes,
+                       uint16_t seconds, uint32_t microseconds) {
+  if (days > 99999999) RejectFields("days " + std::to_string(days) + " > 99999999");
+  CheckTimeOfDay(hours, minutes, seconds, microseconds);
+  *this = TCIMDateTime();
+  dayCount_ = days;
+  hours_ = static_cast<uint8_t>(hours);
+  minutes_ = static_cast<uint8_t>(minutes);
+  seconds_ = static_cast<uint8_t>(seconds);
+  microseconds_ = microseconds;
+}
+
+TCIMDateTime TCIMDateTime::Timestamp(unsigned year, unsigned month, unsigned day,
+                                     unsigned hour, unsigned minute, unsigned second,
+                                     unsigned microsecond, int utcOffsetMinutes) {
+  if (year > 9999) RejectFields("year " + std::to_string(year) + " > 9999");
+  if (month < 1 || month > 12) RejectFields("month " + std::to_string(month));
+  if (day < 1 || day > 31) RejectFields("day " + std::to_string(day));
+  CheckTimeOfDay(hour, minute, second, microsecond);
+  if (utcOffsetMinutes < -999 || utcOffsetMinutes > 999)
+    RejectFields("UTC offset " + std::to_string(utcOffsetMinutes) + " minutes");
+  TCIMDateTime result;
+  result.interval_ = false;
+  result.dayCount_ = year;
+  result.month_ = static_cast<uint8_t>(month);
+  result.day_ = static_cast<uint8_t>(day);
+  result.hours_ = static_cast<uint8_t>(hour);
+  result.minutes_ = static_cast<uint8_t>(minute);
+  result.seconds_ = static_cast<uint8_t>(second);
+  result.microseconds_ = microsecond;
+  result.utcOffset_ = static_cast<int16_t>(utcOffsetMinutes);
+  return result;
+}
+
+TCIMDateTime TCIMDateTime::Parse(const std::string& text) {
+  if (text.size() != 25) {
+    RejectText(text, "expected 25 characters, found " + std::to_string(text.size()));
+  }
+  if (text[14] != '.') RejectText(text, "expected '.' at position 15");
+  uint32_t head = 0, hours = 0, minutes = 0, seconds = 0, micros = 0, tail = 0;
+  bool interval = text[21] == ':';
+  if (!interval && text[21] != '+' && text[21] != '-') {
+    RejectText(text, "expected '+', '-' or ':' at position 22");
+  }
+  if (!ReadDigits(text, 8, 2, &hours) || !ReadDigits(text, 10, 2, &minutes) ||
+      !ReadDigits(text, 12, 2, &seconds) || !ReadDigits(text, 15, 6, &micros) ||
+      !ReadDigits(text, 22, 3, &tail)) {
+    RejectText(text, "expected digits");
+  }
+  if (interval) {
+    if (!ReadDigits(text, 0, 8, &head)) RejectText(text, "expected digits");
+    if (tail != 0) RejectText(text, "an interval ends in \":000\"");
+    TCIMDateTime result;
+    result.Set(head, static_cast<uint16_t>(hours), static_cast<uint16_t>(minutes),
+               static_cast<uint16_t>(seconds), micros);
+    return result;
+  }
+  uint32_t year = 0, month = 0, day = 0;
+  if (!ReadDigits(text, 0, 4, &year) || !ReadDigits(text, 4, 2, &month) ||
+      !ReadDigits(text, 6, 2, &day)) {
+    RejectText(text, "expected digits");
+  }
+  int offset = static_cast<int>(tail);
+  if (text[21] == '-') offset = -offset;
+  return Timestamp(year, month, day, hours, minutes, seconds, micros, offset);
+}
+
+std::string TCIMDateTime::ToString() const {
+  char buffer[64];
+  if (interval_) {
+    std::snprintf(buffer, sizeof buffer, "%08u%02u%02u%02u.%06u:000",
+                  static_cast<unsigned>(dayCount_), hours_, minutes_, seconds_,
+                  static_cast<unsigned>(microseconds_));
+  } else {
+    int offset = utcOffset_ < 0 ? -utcOffset_ : utcOffset_;
+    std::snprintf(buffer, sizeof buffer, "%04u%02u%02u%02u%02u%02u.%06u%c%03d",
+                  static_cast<unsigned>(dayCount_), month_, day_, hours_, minutes_,
+                  seconds_, static_cast<unsigned>(microseconds_),
+                  utcOffset_ < 0 ? '-' : '+', offset);
+  }
+  return buffer;
+}
+
+std::string TCIMDateTime::ToUIString() const {
+  if (!interval_) {
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%04u-%02u-%02u %02u:%02u:%02u",
+                  static_cast<unsigned>(dayCount_), month_, day_, hours_, minutes_,
+                  seconds_);
+    return buffer;
+  }
+  std::string text;
+  if (dayCount_ != 0) AppendCount(&text, dayCount_, "day");
+  if (hours_ != 0) AppendCount(&text, hours_, "hour");
+  if (minutes_ != 0) AppendCount(&text, minutes_, "minute");
+  if (microseconds_ == 0) {
+    if (seconds_ != 0 || text.empty()) AppendCount(&text, seconds_, "second");
+    return text;
+  }
+  // Seconds with their fraction, trailing zeros of the fraction dropped.
+  char fraction[16];
+  std::snprintf(fraction, sizeof fraction, "%06u", static_cast<unsigned>(microseconds_));
+  std::string digits(fraction);
+  digits.erase(digits.find_last_not_of('0') + 1);
+  if (!text.empty()) text += ", ";
+  text += std::to_string(seconds_) + "." + digits + " seconds";
+  return text;
+}
+
+bool operator==(const TCIMDateTime& a, const TCIMDateTime& b) {
+  return a.interval_ == b.interval_ && a.dayCount_ == b.dayCount_ &&
+         a.month_ == b.month_ && a.day_ == b.day_ && a.hours_ == b.hours_ &&
+         a.minutes_ == b.minutes_ && a.seconds_ == b.seconds_ &&
+         a.microseconds_ == b.microseconds_ && a.utcOffset_ == b.utcOffset_;
+}
+
+bool operator<(const TCIMDateTime& a, const TCIMDateTime& b) {
+  // Intervals (true) sort before timestamps (false).
+  return std::make_tuple(!a.interval_, a.dayCount_, a.month_, a.day_, a.hours_,
+                         a.minutes_, a.seconds_, a.microseconds_, a.utcOffset_) <
+         std::make_tuple(!b.interval_, b.dayCount_, b.month_, b.day_, b.hours_,
+                         b.minutes_, b.seconds_, b.microseconds_, b.utcOffset_);
+}

@@ -1,0 +1,103 @@
+// TCIMReference: a CIM object path.
+//
+// A path names a class, optionally the namespace it is seen in, and one
+// binding per key property. The class and the namespace are held weakly:
+// references live inside property values, and a value must never keep a
+// class or a namespace alive. The class name is kept as text as well, so a
+// path still names its class after that class is gone, and a path can name a
+// class that is not at hand at all (SetClassName).
+//
+// Path text (GetPath) is canonical, so that two paths to the same object give
+// the same text whatever the letter case of the names and the order of keys:
+//   [namespace:]classname[.key1=value1,key2=value2]
+// Class and key names are lower-cased, keys sorted by that lower-cased name;
+// strings, char16 values and datetimes are double-quoted with '"' and '\'
+// escaped by a backslash; booleans are TRUE / FALSE, integers decimal, reals
+// in their shortest exact text, a null key NULL, a reference key its own path
+// quoted and escaped, an array key "{v1,v2}". The namespace name keeps its
+// letter case. Parse reads this text back.
+//
+// Key bindings keep the order in which they were added; adding a key whose
+// name equals an existing one in any letter case replaces its value.
+
+#ifndef INMEM_CORE_CIM_REFERENCE_H_
+#define INMEM_CORE_CIM_REFERENCE_H_
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
+
+#include "core/cim_value.h"
+#include "core/context.h"
+
+class ICIMClass;
+class ICIMElement;
+class ICIMNamespace;
+
+class TCIMReference {
+ public:
+  typedef std::pair<std::string, TCIMValue> TKeyBinding;
+
+  TCIMReference() = default;
+  // A path resolved through `ns` (may be empty) with the key bindings of
+  // `keys`, in the map's order.
+  TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns, const TContext& keys);
+
+  // Names the class by object (weakly) and by its current name.
+  void SetClass(const boost::shared_ptr<ICIMClass>& cls);
+  // Names a class by text only, dropping any class object.
+  void SetClassName(const std::string& name);
+  void SetNameSpaceName(const std::string& name);
+  void AddKeyValue(const std::string& name, const TCIMValue& value);
+
+  const std::string& GetClassName() const { return className_; }
+  const std::string& GetNameSpaceName() const { return namespaceName_; }
+  const std::vector<TKeyBinding>& GetKeyBindings() const { return keys_; }
+  // The value bound to `name` in any letter case, or nullptr.
+  const TCIMValue* FindKeyValue(const std::string& name) const;
+
+  // The class: the object given to SetClass while it lives, else the class
+  // of that name in the reference's namespace; empty when neither is found.
+  boost::shared_ptr<ICIMClass> GetClass() const;
+  // The namespace given at construction; empty when none was or it is gone.
+  boost::shared_ptr<ICIMNamespace> GetNamespace() const { return namespace_.lock(); }
+
+  std::string GetPath() const;
+
+  // The instance this path names, looked up with GetInstance of the
+  // reference's namespace, or without one of its class's namespace. A path
+  // without a class, without a namespace to ask, or naming no instance throws
+  // TTYLException(kStatusNotFound). The flag is accepted for the interface's
+  // sake and not used.
+  boost::shared_ptr<ICIMElement> GetCIMElement(bool flag) const;
+
+  // Reads path text as GetPath writes it; names in any letter case, keys in
+  // any order. With `ns`, the reference resolves through it, a class found
+  // there is attached, and key values take the types of that class's key
+  // declarations (a quoted text becomes a datetime, a char16 or a nested
+  // reference where the key is declared so). Malformed text logs where and
+  // why at level 3 and throws TTYLException(kStatusInvalidParameter).
+  static TCIMReference Parse(const std::string& text,
+                             const boost::shared_ptr<ICIMNamespace>& ns);
+
+  friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
+    return a.GetPath() == b.GetPath();
+  }
+  friend bool operator<(const TCIMReference& a, const TCIMReference& b) {
+    return a.GetPath() < b.GetPath();
+  }
+
+ private:
+  boost::weak_ptr<ICIMNamespace> namespace_;
+  boost::weak_ptr<ICIMClass> class_;
+  std::string className_;
+  std::string namespaceName_;
+  std::vector<TKeyBinding> keys_;
+};
+
+inline bool operator!=(const TCIMReference& a, const TCIMReference& b) { return !(a == b); }
+
+#endif  // INMEM_CORE_CIM_REFERENCE_H_

@@ -1,0 +1,164 @@
+// TCIMValue: one CIM value of any type, or a null.
+//
+// A value has a type (ECIMType, the array flag included) and is either null
+// or holds content of exactly that type. An untyped null (the default) has
+// type kCIMTypeNone. Typed nulls come from Null(type); NullReference(class)
+// is a null of type reference that still knows the class it would refer to,
+// as a property declaration's prototype does.
+//
+// Storage: unsigned integers as uint64_t, signed as int64_t, both reals as
+// double (a real32 holds exactly what the float held), strings inline,
+// references and arrays behind shared immutable pointers so that copying a
+// value never copies a path or an element list.
+//
+// Conversions are explicit and checked. A conversion throws
+// TTYLException(kStatusTypeMismatch) when the value is null or its type does
+// not convert to the target, and TTYLException(kStatusValueOutOfRange) when
+// the type converts but the content does not fit:
+//   - integer targets accept every integer type whose content fits;
+//   - float and double accept every integer and real type;
+//   - bool, char16_t, std::string, TCIMDateTime, TCIMReference and the
+//     element vector accept only their own type.
+// A conversion never returns a value that the content does not hold.
+//
+// ToString(base) forms: integers in bases 2 to 36 (lower-case digits, no
+// prefix, '-' for negatives; another base throws kStatusInvalidParameter);
+// reals in the shortest text that reads back to the same number ("nan",
+// "inf", "-inf" for those); booleans "TRUE" / "FALSE"; char16 as its UTF-8
+// character; strings as they are; datetimes as their 25-character text;
+// references as GetPath(); null as ""; arrays as "{e1, e2}" with each element
+// written by these rules in the same base.
+//
+// Comparison: operator== holds for the same type (array flag included), the
+// same null-ness and equal content. operator< orders by type, then null
+// before non-null, then content (numbers by value, NaN after every other
+// real, strings byte-wise, references by path text, arrays element by
+// element); it is a strict weak order whose equivalence is operator==.
+
+#ifndef INMEM_CORE_CIM_VALUE_H_
+#define INMEM_CORE_CIM_VALUE_H_
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "core/cim_date_time.h"
+#include "core/cim_type.h"
+
+class ICIMClass;
+class TCIMReference;
+
+class TCIMValue {
+ public:
+  // The type of a value, as the interfaces pass it around.
+  class TCIMType {
+   public:
+    TCIMType(ECIMType type = kCIMTypeNone) : type_(type) {}  // NOLINT
+    operator ECIMType() const { return type_; }               // NOLINT
+    ECIMType GetType() const { return type_; }
+
+   private:
+    ECIMType type_;
+  };
+
+  TCIMValue() = default;
+  TCIMValue(bool value);                  // NOLINT (all scalar constructors)
+  TCIMValue(unsigned char value);         // uint8
+  TCIMValue(signed char value);           // sint8
+  TCIMValue(unsigned short value);        // uint16
+  TCIMValue(short value);                 // sint16
+  TCIMValue(unsigned int value);          // uint32
+  TCIMValue(int value);                   // sint32
+  TCIMValue(unsigned long value);         // uint64
+  TCIMValue(long value);                  // sint64
+  TCIMValue(unsigned long long value);    // uint64
+  TCIMValue(long long value);             // sint64
+  TCIMValue(float value);                 // real32
+  TCIMValue(double value);                // real64
+  TCIMValue(char16_t value);              // char16
+  TCIMValue(const std::string& value);    // string
+  TCIMValue(std::string&& value);         // string
+  TCIMValue(const char* value);           // string
+  TCIMValue(const TCIMDateTime& value);   // datetime
+  TCIMValue(const TCIMReference& value);  // reference
+
+  // An array of `elementType` (a scalar type, 1 to 15). Every element must be
+  // of that type, null elements included; otherwise throws
+  // kStatusTypeMismatch (kStatusInvalidParameter for a bad element type).
+  TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements);
+
+  // A null of any type, arrays included.
+  static TCIMValue Null(ECIMType type);
+  // A null reference that answers GetReferencedClass with `referencedClass`
+  // (held weakly).
+  static TCIMValue NullReference(const boost::shared_ptr<ICIMClass>& referencedClass);
+
+  bool IsNull() const { return null_; }
+  bool IsArray() const { return IsArrayType(type_); }
+  bool IsReference() const { return type_ == kCIMTypeReference; }
+  TCIMType GetType() const { return type_; }
+
+  // The class a reference value or reference prototype refers to; empty when
+  // that class is not known or no longer exists. Other types throw
+  // kStatusTypeMismatch.
+  boost::shared_ptr<ICIMClass> GetReferencedClass() const;
+
+  explicit operator bool() const;
+  explicit operator unsigned char() const;
+  explicit operator signed char() const;
+  explicit operator unsigned short() const;
+  explicit operator short() const;
+  explicit operator unsigned int() const;
+  explicit operator int() const;
+  explicit operator unsigned long() const;
+  explicit operator long() const;
+  explicit operator unsigned long long() const;
+  explicit operator long long() const;
+  explicit operator float() const;
+  explicit operator double() const;
+  explicit operator char16_t() const;
+  explicit operator std::string() const;
+  explicit operator TCIMDateTime() const;
+  explicit operator TCIMReference() const;
+  explicit operator const std::vector<TCIMValue>&() const;
+
+  // Direct, unchecked-by-copy access for hot paths: the string of a non-null
+  // string value (throws like operator std::string otherwise).
+  const std::string& GetString() const;
+  // The elements of a non-null array.
+  const std::vector<TCIMValue>& GetElements() const;
+
+  std::string ToString(unsigned char base = 10) const;
+
+  friend bool operator==(const TCIMValue& a, const TCIMValue& b);
+  friend bool operator<(const TCIMValue& a, const TCIMValue& b);
+
+ private:
+  typedef boost::shared_ptr<const TCIMReference> TReferencePtr;
+  typedef boost::shared_ptr<const std::vector<TCIMValue>> TElementsPtr;
+  typedef std::variant<std::monostate, bool, uint64_t, int64_t, double, char16_t,
+                       std::string, TCIMDateTime, TReferencePtr, TElementsPtr>
+      TContent;
+
+  TCIMValue(ECIMType type, TContent content, bool isNull);
+
+  uint64_t ToUnsigned(uint64_t max) const;
+  int64_t ToSigned(int64_t min, int64_t max) const;
+  [[noreturn]] void ThrowMismatch() const;
+  const TCIMReference& Reference() const;
+
+  ECIMType type_ = kCIMTypeNone;
+  bool null_ = true;
+  TContent content_;
+};
+
+inline bool operator!=(const TCIMValue& a, const TCIMValue& b) { return !(a == b); }
+
+// Writes the CIM name of the type, e.g. "uint16", "string[]".
+std::ostream& operator<<(std::ostream& out, const TCIMValue::TCIMType& type);
+
+#endif  // INMEM_CORE_CIM_VALUE_H_

@@ -1,0 +1,100 @@
+#include "core/namespace_provider_manager.h"
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include "core/root_object.h"
+#include "core/tyl_exception.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/mock_elements.h"
+
+namespace {
+
+using testing::_;
+using testing::NiceMock;
+using testing::Return;
+using testing::ReturnRef;
+
+boost::shared_ptr<MockProvider> Provider(const std::string& name) {
+  auto provider = boost::make_shared<NiceMock<MockProvider>>();
+  auto kept = boost::make_shared<std::string>(name);
+  ON_CALL(*provider, GetName(_)).WillByDefault([kept](TContext) -> const std::string& {
+    return *kept;
+  });
+  return provider;
+}
+
+TEST(ProviderManagerTest, FindsRegisteredProvidersByExactName) {
+  TNamespaceProviderManager manager;
+  auto a = Provider("inmem");
+  auto b = Provider("other");
+  manager.RegisterProvider(a);
+  manager.RegisterProvider(b);
+  EXPECT_EQ(manager.FindProvider("inmem"), a);
+  EXPECT_EQ(manager.FindProvider("other"), b);
+  EXPECT_FALSE(manager.FindProvider("INMEM"));
+  EXPECT_FALSE(manager.FindProvider(""));
+  auto replacement = Provider("inmem");
+  manager.RegisterProvider(replacement);
+  EXPECT_EQ(manager.FindProvider("inmem"), replacement);
+}
+
+TEST(ProviderManagerTest, CreatesNamespacesThroughTheNamedProvider) {
+  TNamespaceProviderManager manager;
+  auto provider = Provider("inmem");
+  manager.RegisterProvider(provider);
+  auto ns = boost::make_shared<NiceMock<MockNamespace>>();
+  TContext parameters{{"k", TCIMValue("v")}};
+  EXPECT_CALL(*provider, CreateNamespace(parameters, true, std::string("NOKRTYL20")))
+      .WillOnce(Return(ns));
+  EXPECT_EQ(manager.CreateNamespace("inmem", parameters, true, "NOKRTYL20"), ns);
+
+  TCapturingLogger log;
+  try {
+    manager.CreateNamespace("missing", TContext(), false, "");
+    ADD_FAILURE() << "no exception";
+  } catch (const TTYLException& e) {
+    EXPECT_EQ(e.GetStatusCode(), kStatusNotFound);
+  }
+  EXPECT_EQ(log.Lines(), std::vector<TCapturingLogger::TLine>(
+                             {{0, "TYL: no namespace provider named 'missing'"}}));
+}
+
+TEST(ProviderManagerTest, ALibraryThatCannotBeLoadedIsReported) {
+  TNamespaceProviderManager manager;
+  TCapturingLogger log;
+  try {
+    manager.LoadProviderLibrary("/nonexistent/libnothing.so");
+    ADD_FAILURE() << "no exception";
+  } catch (const TTYLException& e) {
+    EXPECT_EQ(e.GetStatusCode(), kStatusLoadFailed);
+  }
+  ASSERT_EQ(log.Lines().size(), 1u);
+  EXPECT_EQ(log.Lines()[0].first, 0);
+  EXPECT_NE(log.Lines()[0].second.find(
+                "TYL: cannot load provider library '/nonexistent/libnothing.so': "),
+            std::string::npos);
+  EXPECT_NE(log.Lines()[0].second.find("No such file"), std::string::npos);
+}
+
+TEST(ProviderManagerTest, APluginRegistersItselfWithTheCoreManagerWhileItLoads) {
+  boost::shared_ptr<INamespaceProviderManager> manager =
+      TRootObject::GetNamespaceProviderManager();
+  ASSERT_TRUE(manager);
+  EXPECT_FALSE(manager->FindProvider("test-plugin"));
+  manager->LoadProviderLibrary(INMEM_TEST_PLUGIN_PATH);
+  boost::shared_ptr<INamespaceProvider> provider = manager->FindProvider("test-plugin");
+  ASSERT_TRUE(provider);
+  EXPECT_EQ(provider->GetProviderKind(TContext()), 7);
+}
+
+TEST(ProviderManagerTest, HostsMayInstallTheirOwnManager) {
+  boost::shared_ptr<INamespaceProviderManager> core = TRootObject::GetNamespaceProviderManager();
+  auto own = boost::make_shared<TNamespaceProviderManager>();
+  TRootObject::SetNamespaceProviderManager(own);
+  EXPECT_EQ(TRootObject::GetNamespaceProviderManager(), own);
+  TRootObject::SetNamespaceProviderManager(boost::shared_ptr<INamespaceProviderManager>());
+  EXPECT_EQ(TRootObject::GetNamespaceProviderManager(), core);
+}
+
+}  // namespace

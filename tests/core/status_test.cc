@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "core/status_code.h"
+#include "core/tyl_exception.h"
+#include "tests/support/capturing_logger.h"
+
+namespace {
+
+TEST(StatusTest, EveryCodeHasANameAndAText) {
+  struct Row {
+    int code;
+    const char* name;
+    const char* text;
+  };
+  const Row rows[] = {
+      {0, "OK", "success"},
+      {1, "NOT_SUPPORTED", "operation not supported"},
+      {2, "INVALID_PARAMETER", "invalid parameter"},
+      {3, "VALUE_OUT_OF_RANGE", "value out of range"},
+      {4, "LOAD_FAILED", "provider library could not be loaded"},
+      {7, "NO_KEYS", "class has no key property"},
+      {14, "TYPE_MISMATCH", "type mismatch"},
+      {15, "NOT_FOUND", "not found"},
+      {16, "ALREADY_DEFINED", "already defined"},
+      {18, "NULL_KEY", "key property is null"},
+      {22, "REFERENCE_ON_NON_ASSOCIATION", "reference property on a non-association class"},
+      {25, "INVALID_NAME", "invalid CIM name"},
+      {28, "QUALIFIER_CONFLICT", "conflicting non-overridable qualifier"},
+      {31, "UNDERLYING_NAMESPACE_NOT_SUPPORTED", "underlying namespaces are not supported"},
+      {99, "UNKNOWN", "unknown status code"},
+  };
+  for (const Row& row : rows) {
+    TTYLStatusCode status(static_cast<ETYLStatusCode>(row.code));
+    EXPECT_EQ(status.GetStatusName(), row.name) << row.code;
+    EXPECT_EQ(status.TranslateStatusCode(), row.text) << row.code;
+    EXPECT_STREQ(TTYLException(status).what(), row.text) << row.code;
+  }
+}
+
+TEST(StatusTest, StatusCodesCopyAndAssign) {
+  TTYLStatusCode a(kStatusNotFound);
+  TTYLStatusCode b = a;
+  EXPECT_EQ(b.GetStatusCode(), kStatusNotFound);
+  b = kStatusAlreadyDefined;
+  EXPECT_EQ(b.GetStatusCode(), kStatusAlreadyDefined);
+  EXPECT_NE(a, b);
+  b = a;
+  EXPECT_EQ(a, b);
+}
+
+TEST(StatusTest, ThrowLoggedWritesTheTextThenThrowsOnlyTheStatus) {
+  TCapturingLogger log;
+  try {
+    ThrowLogged(3, "Inmem: Class X has no keys", kStatusNoKeys);
+    FAIL() << "did not throw";
+  } catch (const TTYLException& e) {
+    EXPECT_EQ(e.GetStatusCode(), kStatusNoKeys);
+    EXPECT_STREQ(e.what(), "class has no key property");  // not the logged text
+  }
+  ASSERT_EQ(log.Lines().size(), 1u);
+  EXPECT_EQ(log.Lines()[0], TCapturingLogger::TLine(3, "Inmem: Class X has no keys"));
+}
+
+}  // namespace
