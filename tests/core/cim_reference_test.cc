@@ -6,6 +6,8 @@
 #include "core/tyl_exception.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/mock_elements.h"
+#include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
 
 namespace {
 
@@ -13,8 +15,6 @@ using testing::_;
 using testing::NiceMock;
 using testing::Return;
 using testing::ReturnRef;
-using testing::InvokeWithoutArgs;
-using testing::Throw;
 
 TCIMReference Path(const std::string& cls) {
   TCIMReference path;
@@ -139,46 +139,36 @@ TEST(CIMReferenceTest, ParseRefusesMalformedTextNamingThePosition) {
   }
 }
 
-// A namespace with one class "CIM_Thing" whose keys are declared with types.
+// A repository with one class "CIM_Thing" whose keys are declared with types.
 class ReferenceWithNamespaceTest : public testing::Test {
  protected:
   void SetUp() override {
-    ns_ = boost::make_shared<NiceMock<MockNamespace>>();
-    cls_ = boost::make_shared<NiceMock<MockClass>>();
-    ON_CALL(*cls_, GetName(_)).WillByDefault(ReturnRef(className_));
-    // The links between the mocks are weak, as they are between real
-    // elements, so that the fixture frees everything it made.
-    boost::weak_ptr<ICIMNamespace> ns = ns_;
-    boost::weak_ptr<ICIMClass> cls = cls_;
-    ON_CALL(*cls_, GetNamespace(_)).WillByDefault(InvokeWithoutArgs([ns] { return ns.lock(); }));
-    ON_CALL(*ns_, GetClass(_, _)).WillByDefault(Throw(TTYLException(kStatusNotFound)));
-    ON_CALL(*ns_, GetClass("CIM_Thing", _))
-        .WillByDefault(InvokeWithoutArgs([cls] { return cls.lock(); }));
-    ON_CALL(*cls_, GetPropertyDecl(_, _)).WillByDefault(Throw(TTYLException(kStatusNotFound)));
-    Declare("When", kCIMTypeDateTime);
-    Declare("Letter", kCIMTypeChar16);
-    Declare("Small", kCIMTypeUint8);
-    Declare("Other", kCIMTypeReference);
+    cls_ = s_.Class("CIM_Thing", "", {{"ASSOCIATION", TCIMValue(true)}});
+    const std::vector<TQualifierSpec> key = {{"KEY", TCIMValue(true)}};
+    s_.Property(cls_, "When", TCIMValue::Null(kCIMTypeDateTime), key);
+    s_.Property(cls_, "Letter", TCIMValue::Null(kCIMTypeChar16), key);
+    s_.Property(cls_, "Small", TCIMValue::Null(kCIMTypeUint8), key);
+    s_.Reference(cls_, "Other", cls_, key);
+    s_.Enter(cls_);
   }
 
-  void Declare(const std::string& name, ECIMType type) {
-    auto decl = boost::make_shared<NiceMock<MockPropertyDecl>>();
-    ON_CALL(*decl, GetType(_)).WillByDefault(Return(TCIMValue::TCIMType(type)));
-    ON_CALL(*cls_, GetPropertyDecl(name, _)).WillByDefault(Return(decl));
-    decls_.push_back(decl);
+  // Files a stand-in instance under `path` in CIM_Thing.
+  boost::shared_ptr<ICIMInstance> File(const TCIMReference& path) {
+    auto instance = boost::make_shared<NiceMock<MockInstance>>();
+    ON_CALL(*instance, GetElementReference(_)).WillByDefault(Return(path));
+    cls_->AddInstance(instance, TContext());
+    return instance;
   }
 
-  std::string className_ = "CIM_Thing";
-  boost::shared_ptr<NiceMock<MockNamespace>> ns_;
-  boost::shared_ptr<NiceMock<MockClass>> cls_;
-  std::vector<boost::shared_ptr<MockPropertyDecl>> decls_;
+  TSchemaBuilder s_;
+  boost::shared_ptr<ICIMClass> cls_;
 };
 
 TEST_F(ReferenceWithNamespaceTest, ParseGivesKeysTheirDeclaredTypes) {
   TCIMReference parsed = TCIMReference::Parse(
       "CIM_Thing.When=\"20261122101530.000000+000\",Letter=\"\xc3\xa9\",Small=200,"
       "Other=\"CIM_Thing.Small=1\",Free=\"text\"",
-      ns_);
+      s_.Namespace());
   EXPECT_EQ(parsed.GetClass(), cls_);
   EXPECT_EQ(parsed.FindKeyValue("When")->GetType(), kCIMTypeDateTime);
   EXPECT_EQ(static_cast<char16_t>(*parsed.FindKeyValue("Letter")), u'\u00e9');
@@ -197,64 +187,53 @@ TEST_F(ReferenceWithNamespaceTest, ParseRefusesValuesThatDoNotFitTheDeclaration)
   };
   for (const char* text : texts) {
     TCapturingLogger log;
-    try {
-      TCIMReference::Parse(text, ns_);
-      ADD_FAILURE() << "accepted " << text;
-    } catch (const TTYLException& e) {
-      EXPECT_EQ(e.GetStatusCode(), kStatusInvalidParameter) << text;
-    }
+    EXPECT_EQ(StatusOf([&] { TCIMReference::Parse(text, s_.Namespace()); }),
+              kStatusInvalidParameter)
+        << text;
   }
 }
 
-TEST_F(ReferenceWithNamespaceTest, GetCIMElementAsksTheNamespaceForTheInstance) {
-  auto instance = boost::make_shared<NiceMock<MockInstance>>();
-  TCIMReference path(ns_, TContext());
+TEST_F(ReferenceWithNamespaceTest, GetCIMElementFindsTheInstanceFiledUnderThePath) {
+  TCIMReference path(s_.Namespace(), TContext());
   path.SetClass(cls_);
   path.AddKeyValue("Small", TCIMValue(static_cast<unsigned char>(1)));
-  EXPECT_CALL(*ns_, GetInstance(path, _)).WillOnce(Return(instance));
+  boost::shared_ptr<ICIMInstance> instance = File(path);
   EXPECT_EQ(path.GetCIMElement(false), instance);
-}
-
-TEST_F(ReferenceWithNamespaceTest, GetCIMElementFallsBackToTheClassNamespace) {
-  auto instance = boost::make_shared<NiceMock<MockInstance>>();
-  TCIMReference path;  // no namespace of its own
-  path.SetClass(cls_);
-  EXPECT_CALL(*ns_, GetInstance(_, _)).WillOnce(Return(instance));
-  EXPECT_EQ(path.GetCIMElement(false), instance);
+  TCIMReference withoutNamespace;  // resolved through its class's namespace
+  withoutNamespace.SetClass(cls_);
+  withoutNamespace.AddKeyValue("small", TCIMValue(static_cast<unsigned char>(1)));
+  EXPECT_EQ(withoutNamespace.GetCIMElement(false), instance);
 }
 
 TEST_F(ReferenceWithNamespaceTest, GetCIMElementThrowsNotFoundWhenNothingAnswers) {
   auto status = [](const TCIMReference& path) {
-    try {
-      path.GetCIMElement(false);
-    } catch (const TTYLException& e) {
-      return e.GetStatusCode();
-    }
-    return kStatusOk;
+    return StatusOf([&] { path.GetCIMElement(false); });
   };
-  EXPECT_EQ(status(TCIMReference()), kStatusNotFound);          // no class at all
-  EXPECT_EQ(status(Path("CIM_Thing")), kStatusNotFound);        // no namespace to ask
-  TCIMReference path(ns_, TContext());
+  EXPECT_EQ(status(TCIMReference()), kStatusNotFound);    // no class at all
+  EXPECT_EQ(status(Path("CIM_Thing")), kStatusNotFound);  // no namespace to ask
+  TCIMReference path(s_.Namespace(), TContext());
   path.SetClass(cls_);
-  EXPECT_CALL(*ns_, GetInstance(_, _)).WillOnce(Return(boost::shared_ptr<ICIMInstance>()));
-  EXPECT_EQ(status(path), kStatusNotFound);                     // no such instance
+  EXPECT_EQ(status(path), kStatusNotFound);               // no such instance
 }
 
-TEST_F(ReferenceWithNamespaceTest, AReferenceKeepsNeitherClassNorNamespaceAlive) {
-  TCIMReference path(ns_, TContext());
-  path.SetClass(cls_);
-  TCIMValue value(path);
-  boost::weak_ptr<ICIMClass> watchClass = cls_;
-  boost::weak_ptr<ICIMNamespace> watchNamespace = ns_;
-  cls_.reset();
-  decls_.clear();
-  ns_.reset();
+TEST(CIMReferenceTest, AReferenceKeepsNeitherClassNorNamespaceAlive) {
+  TCIMReference path;
+  boost::weak_ptr<ICIMClass> watchClass;
+  boost::weak_ptr<ICIMNamespace> watchNamespace;
+  {
+    TSchemaBuilder s;
+    auto cls = s.Class("CIM_Thing");
+    path = TCIMReference(s.Namespace(), TContext());
+    path.SetClass(cls);
+    watchClass = cls;
+    watchNamespace = s.Namespace();
+  }
   EXPECT_TRUE(watchClass.expired());
   EXPECT_TRUE(watchNamespace.expired());
   // The path still names the class it was made for.
-  EXPECT_EQ(static_cast<TCIMReference>(value).GetPath(), "cim_thing");
-  EXPECT_FALSE(static_cast<TCIMReference>(value).GetClass());
-  EXPECT_THROW(path.GetCIMElement(false), TTYLException);
+  EXPECT_EQ(path.GetPath(), "cim_thing");
+  EXPECT_FALSE(path.GetClass());
+  EXPECT_EQ(StatusOf([&] { path.GetCIMElement(false); }), kStatusNotFound);
 }
 
 }  // namespace

@@ -5,63 +5,19 @@
 #include <limits>
 #include <sstream>
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
 #include "core/cim_reference.h"
 #include "core/tyl_exception.h"
-#include "tests/support/mock_elements.h"
+#include "tests/support/status_of.h"
+#include "tests/support/schema_builder.h"
 
 namespace {
-
-template <typename F>
-ETYLStatusCode StatusOf(F f) {
-  try {
-    f();
-  } catch (const TTYLException& e) {
-    return e.GetStatusCode();
-  }
-  return kStatusOk;
-}
 
 TCIMDateTime Interval(uint32_t days) {
   TCIMDateTime t;
   t.Set(days, 1, 2, 3, 4);
   return t;
-}
-
-TEST(CIMValueTest, ConstructorsChooseTheCIMType) {
-  struct Row {
-    TCIMValue value;
-    ECIMType type;
-  };
-  const Row rows[] = {
-      {TCIMValue(true), kCIMTypeBoolean},
-      {TCIMValue(static_cast<unsigned char>(1)), kCIMTypeUint8},
-      {TCIMValue(static_cast<signed char>(1)), kCIMTypeSint8},
-      {TCIMValue(static_cast<unsigned short>(1)), kCIMTypeUint16},
-      {TCIMValue(static_cast<short>(1)), kCIMTypeSint16},
-      {TCIMValue(1u), kCIMTypeUint32},
-      {TCIMValue(1), kCIMTypeSint32},
-      {TCIMValue(1ul), kCIMTypeUint64},
-      {TCIMValue(1l), kCIMTypeSint64},
-      {TCIMValue(1ull), kCIMTypeUint64},
-      {TCIMValue(1ll), kCIMTypeSint64},
-      {TCIMValue(1.0f), kCIMTypeReal32},
-      {TCIMValue(1.0), kCIMTypeReal64},
-      {TCIMValue(u'x'), kCIMTypeChar16},
-      {TCIMValue(std::string("s")), kCIMTypeString},
-      {TCIMValue("s"), kCIMTypeString},
-      {TCIMValue(Interval(1)), kCIMTypeDateTime},
-      {TCIMValue(TCIMReference()), kCIMTypeReference},
-      {TCIMValue(kCIMTypeUint16, {}), static_cast<ECIMType>(kCIMTypeUint16 | 16)},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(row.value.GetType(), row.type) << CIMTypeName(row.type);
-    EXPECT_FALSE(row.value.IsNull()) << CIMTypeName(row.type);
-    EXPECT_EQ(row.value.IsArray(), IsArrayType(row.type)) << CIMTypeName(row.type);
-    EXPECT_EQ(row.value.IsReference(), row.type == kCIMTypeReference);
-  }
 }
 
 TEST(CIMValueTest, TypeNamesAreWrittenAsCIMNames) {
@@ -89,10 +45,7 @@ TEST(CIMValueTest, ToStringWritesEveryTypeInTheRequestedBase) {
   const Row rows[] = {
       {TCIMValue(static_cast<unsigned char>(255)), 16, "ff"},
       {TCIMValue(static_cast<unsigned short>(45)), 2, "101101"},
-      {TCIMValue(static_cast<unsigned short>(8)), 8, "10"},
       {TCIMValue(35u), 36, "z"},
-      {TCIMValue(0u), 7, "0"},
-      {TCIMValue(std::numeric_limits<unsigned long long>::max()), 10, "18446744073709551615"},
       {TCIMValue(std::numeric_limits<unsigned long long>::max()), 16, "ffffffffffffffff"},
       {TCIMValue(static_cast<short>(-255)), 16, "-ff"},
       {TCIMValue(std::numeric_limits<long long>::min()), 10, "-9223372036854775808"},
@@ -101,18 +54,14 @@ TEST(CIMValueTest, ToStringWritesEveryTypeInTheRequestedBase) {
       {TCIMValue(0.1), 10, "0.1"},
       {TCIMValue(0.1f), 10, "0.1"},  // shortest for the float, not 0.100000001
       {TCIMValue(-2.5), 16, "-2.5"},  // reals ignore the base
-      {TCIMValue(1e300), 10, "1e+300"},
       {TCIMValue(std::nan("")), 10, "nan"},
       {TCIMValue(-std::numeric_limits<double>::infinity()), 10, "-inf"},
       {TCIMValue(true), 10, "TRUE"},
-      {TCIMValue(false), 10, "FALSE"},
-      {TCIMValue(u'A'), 10, "A"},
       {TCIMValue(u'\u00e9'), 10, "\xc3\xa9"},
       {TCIMValue(u'\u20ac'), 10, "\xe2\x82\xac"},
       {TCIMValue("as it is"), 16, "as it is"},
       {TCIMValue(Interval(2)), 10, "00000002010203.000004:000"},
       {TCIMValue::Null(kCIMTypeUint32), 10, ""},
-      {TCIMValue(), 10, ""},
       {TCIMValue(kCIMTypeUint8, {TCIMValue(static_cast<unsigned char>(10)),
                                  TCIMValue(static_cast<unsigned char>(11))}),
        16, "{a, b}"},
@@ -223,17 +172,18 @@ TEST(CIMValueTest, TypedNullsKeepTheirType) {
 }
 
 TEST(CIMValueTest, NullReferencePrototypeNamesItsClassWithoutOwningIt) {
-  auto cls = boost::make_shared<testing::NiceMock<MockClass>>();
-  std::string name = "CIM_System";
-  ON_CALL(*cls, GetName(testing::_)).WillByDefault(testing::ReturnRef(name));
-  TCIMValue prototype = TCIMValue::NullReference(cls);
-  EXPECT_TRUE(prototype.IsNull());
-  EXPECT_TRUE(prototype.IsReference());
-  EXPECT_EQ(prototype.GetReferencedClass(), cls);
-  EXPECT_EQ(prototype, TCIMValue::Null(kCIMTypeReference));
-
-  boost::weak_ptr<ICIMClass> watch = cls;
-  cls.reset();
+  TCIMValue prototype;
+  boost::weak_ptr<ICIMClass> watch;
+  {
+    TSchemaBuilder s;
+    auto cls = s.Class("CIM_System");
+    watch = cls;
+    prototype = TCIMValue::NullReference(cls);
+    EXPECT_TRUE(prototype.IsNull());
+    EXPECT_TRUE(prototype.IsReference());
+    EXPECT_EQ(prototype.GetReferencedClass(), cls);
+    EXPECT_EQ(prototype, TCIMValue::Null(kCIMTypeReference));
+  }
   EXPECT_TRUE(watch.expired());  // the prototype held it weakly
   EXPECT_FALSE(prototype.GetReferencedClass());
 }

@@ -7,6 +7,7 @@
 #include "core/tyl_exception.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/mock_elements.h"
+#include "tests/support/schema_builder.h"
 
 namespace {
 
@@ -43,7 +44,8 @@ TEST(ProviderManagerTest, CreatesNamespacesThroughTheNamedProvider) {
   TNamespaceProviderManager manager;
   auto provider = Provider("inmem");
   manager.RegisterProvider(provider);
-  auto ns = boost::make_shared<NiceMock<MockNamespace>>();
+  TSchemaBuilder repository;
+  boost::shared_ptr<ICIMNamespace> ns = repository.Namespace();
   TContext parameters{{"k", TCIMValue("v")}};
   EXPECT_CALL(*provider, CreateNamespace(parameters, true, std::string("NOKRTYL20")))
       .WillOnce(Return(ns));

@@ -1,0 +1,96 @@
+// TInmemProperty: the value of one property in one instance (or a class-level
+// property value).
+//
+// It refers to its declaration (held weakly: the class owns declarations) for
+// name, type, array-ness, qualifiers and default, and holds two values of its
+// own: the current value (absent: the declaration's default applies) and the
+// previous value, with a flag set once a previous value was stored or reset,
+// which is never cleared. Both values are type-checked against the
+// declaration when set; after a refused set both are unchanged.
+//
+// It also turns values into display text: integer codes through the
+// declaration's "ValueMap" and "Values" qualifiers, everything else through
+// FormatDisplayValue with "UNITS", "BASE" and the other display qualifiers.
+//
+// Precondition of operator== and operator<: this property holds its own
+// value (they compare it directly, not through GetValue).
+
+#ifndef INMEM_PROPERTY_INMEM_PROPERTY_H_
+#define INMEM_PROPERTY_INMEM_PROPERTY_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/weak_ptr.hpp>
+
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
+#include "include/cim_qualifier.h"
+#include "property/value_map.h"
+
+class TInmemProperty : public ICIMProperty {
+ public:
+  explicit TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl);
+
+  TCIMValue::TCIMType GetType(TContext context) const override;
+  bool IsArray(TContext context) const override;
+  bool UsesDefaultValue(TContext) const override { return !value; }
+  // The own value, or the declaration's default without one.
+  const TCIMValue& GetValue(TContext context) const override;
+  // Stores a copy when its type is the declaration's; otherwise logs
+  // "Inmem: SetValue: decl is type <t> but value is type <t>" and throws 14.
+  void SetValue(const TCIMValue& newValue, TContext context) override;
+  bool IsUnset(TContext) const override { return !value; }
+  boost::shared_ptr<const ICIMPropertyDecl> GetDecl(TContext context) const override;
+  // Same declaration object and equal values.
+  bool operator==(const ICIMProperty& other) const override;
+  // By declaration identity (a fixed, arbitrary order), then by value.
+  bool operator<(const ICIMProperty& other) const override;
+  ICIMProperty& operator=(const ICIMProperty&) override { return *this; }
+  // The previous value once one was stored or reset; before that GetValue.
+  const TCIMValue& GetPrevValue() const override;
+  // The previous value becomes an untyped null; HasPrevValue is true.
+  void ResetPrevValue() override;
+  // A null value is stored without checks. Otherwise the type must be the
+  // declaration's ("SetPrevValue: decl is type ..." and status 14), and a
+  // reference must point at the declaration's class or a subclass of it
+  // ("SetPrevValue: decl references type ..." and status 14).
+  void SetPrevValue(const TCIMValue& newValue) override;
+  bool HasPrevValue() const override { return hasPrevValue; }
+  std::string GetDisplayValue() const override;
+  std::string GetPrevDisplayValue() const override;
+  // One display text per array element (mapped through the value map when
+  // it applies), or the single display text of a scalar.
+  std::vector<std::string> GetDisplayValues() const override;
+
+  // `value` as text in the base of the declaration's "BASE" qualifier (a
+  // uint8 from 2 to 36), else in base 10.
+  std::string ToStringWithBase(const TCIMValue& value) const;
+  // Builds the entries and default text from "ValueMap" and "Values";
+  // false when the qualifiers give no usable map. Ends the process (after a
+  // level-0 log line) for a ValueMap that begins with ".." or "..hi".
+  bool BuildValueMap(TValueMapEntries& entries, std::string& defaultText) const;
+  // The text of one integer value (boolean and unsigned types; any other
+  // type throws status 1): the first entry that holds it, else the default
+  // text, else its decimal text.
+  std::string MapValue(const TCIMValue& value, const TValueMapEntries& entries,
+                       const std::string& defaultText) const;
+  // The display text of `value` by "NULLDISPLAY", "UNITS",
+  // "DISPLAYFIXEDUNITS", "ABBREVIATEUNITS" and "BASE".
+  std::string FormatDisplayValue(const TCIMValue& value) const;
+
+ private:
+  boost::shared_ptr<const ICIMPropertyDecl> Decl() const;
+  // The declaration's qualifier `name`, or an empty pointer when absent.
+  boost::shared_ptr<const ICIMQualifier> Qualifier(const char* name) const;
+  // The display text of one value, mapped when a value map applies.
+  std::string DisplayText(const TCIMValue& value) const;
+
+  boost::weak_ptr<const ICIMPropertyDecl> decl;
+  std::optional<TCIMValue> value;
+  std::optional<TCIMValue> prevValue;
+  bool hasPrevValue = false;
+};
+
+#endif  // INMEM_PROPERTY_INMEM_PROPERTY_H_

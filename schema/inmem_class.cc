@@ -1,0 +1,264 @@
+#include "schema/inmem_class.h"
+
+#include <algorithm>
+
+#include <boost/assert.hpp>
+#include <boost/make_shared.hpp>
+
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "include/inmem_namespace.h"
+#include "namespace/refusal.h"
+#include "schema/inmem_method_decl.h"
+#include "schema/inmem_property_decl.h"
+
+const TQualifierRules TInmemClass::kQualifierRules = {
+    EHeldQualifierRule::kRefuseOtherValueUnlessDontCollect,
+    /*lookupWithFlag=*/true,
+    /*absentLookupThrows=*/false,
+};
+
+namespace {
+
+// Looks `key` up in one of the class's maps; absent: status 15, no log.
+template <typename Map>
+const typename Map::mapped_type& FindOrThrow(const Map& map, const std::string& name) {
+  typename Map::const_iterator it = map.find(TInmemNamespace::NormalizeName(name));
+  if (it == map.end()) throw TTYLException(kStatusNotFound);
+  return it->second;
+}
+
+template <typename Map>
+void EraseOrThrow(Map* map, const std::string& name) {
+  if (map->erase(TInmemNamespace::NormalizeName(name)) == 0) {
+    throw TTYLException(kStatusNotFound);
+  }
+}
+
+template <typename Map, typename Callback>
+void EnumerateValues(const Map& map, const Callback& callback) {
+  for (const typename Map::value_type& entry : map) {
+    if (!callback(entry.second)) return;
+  }
+}
+
+}  // namespace
+
+TInmemClass::TInmemClass(const boost::shared_ptr<TInmemNamespace>& ns, const std::string& name,
+                         const boost::shared_ptr<TInmemClass>& superClass)
+    : ns(ns), name(name), superClass(superClass) {}
+
+boost::shared_ptr<TInmemClass> TInmemClass::RootClass() const {
+  return ns.lock()->GetRootClass();
+}
+
+void TInmemClass::Define() {
+  boost::shared_ptr<TInmemClass> super = superClass.lock();
+  if (!super) {
+    superClass = RootClass();
+    return;
+  }
+  CopyInheritedMembers(*super);
+}
+
+void TInmemClass::Inherit() {
+  boost::shared_ptr<TInmemClass> super = superClass.lock();
+  if (super) CopyInheritedMembers(*super);
+}
+
+void TInmemClass::CopyInheritedMembers(const TInmemClass& super) {
+  propertyDecls.insert(super.propertyDecls.begin(), super.propertyDecls.end());
+  methodDecls.insert(super.methodDecls.begin(), super.methodDecls.end());
+  const TContext none;
+  boost::shared_ptr<ICIMNamedElement> self = Self();
+  for (const TQualifierSet::TMap::value_type& entry : super.qualifiers.Map()) {
+    // ABSTRACT is never inherited; the others only with the to-subclass flavor.
+    if (entry.first == "abstract") continue;
+    if ((entry.second->GetFlavor(none) & ICIMQualifierDecl::kFlavorToSubclass) == 0) continue;
+    boost::shared_ptr<TInmemQualifier> copy =
+        boost::make_shared<TInmemQualifier>(self, *entry.second);
+    copy->SetPropagated(true);
+    qualifiers.InsertIfAbsent(TInmemNamespace::NormalizeName(copy->GetName(none)), copy);
+  }
+}
+
+void TInmemClass::Validate(TContext) const {
+  const TContext none;
+  if (IsAbstract(none)) return;
+  for (const TPropertyDeclMap::value_type& entry : propertyDecls) {
+    try {
+      bool found = false;
+      if (IsTrueQualifier(entry.second->GetQualifier("KEY", found, none))) return;
+    } catch (const TTYLException& e) {
+      if (e.GetStatusCode() != kStatusNotFound) throw;
+    }
+  }
+  ThrowRefusal("Inmem: Class " + name + " has no keys", kStatusNoKeys);
+}
+
+boost::shared_ptr<ICIMNamespace> TInmemClass::GetNamespace(TContext) const { return ns.lock(); }
+
+bool TInmemClass::IsAssociation(TContext) const {
+  return IsTrueQualifier(qualifiers.Find("ASSOCIATION"));
+}
+
+bool TInmemClass::IsAbstract(TContext) const {
+  return IsTrueQualifier(qualifiers.Find("ABSTRACT"));
+}
+
+bool TInmemClass::IsTopLevel(TContext) const { return superClass.lock() == RootClass(); }
+
+boost::shared_ptr<ICIMClass> TInmemClass::GetSuperClass(TContext) const {
+  return superClass.lock();
+}
+
+void TInmemClass::EnumerateSubclasses(const TClassCallback& callback, bool deep, TContext) {
+  VisitSubclasses(callback, deep);
+}
+
+bool TInmemClass::VisitSubclasses(const TClassCallback& callback, bool deep) {
+  for (const boost::shared_ptr<TInmemClass>& subclass : subclasses) {
+    if (!callback(subclass)) return false;
+    if (deep && !subclass->VisitSubclasses(callback, deep)) return false;
+  }
+  return true;
+}
+
+bool TInmemClass::IsSubclassOf(boost::shared_ptr<ICIMClass> other, TContext) const {
+  const TContext none;
+  const std::string& otherName = other->GetName(none);
+  boost::shared_ptr<TInmemClass> root = RootClass();
+  const TInmemClass* current = this;
+  while (true) {
+    if (otherName == current->name) return true;
+    boost::shared_ptr<TInmemClass> super = current->superClass.lock();
+    if (!super || super == root) return other.get() == static_cast<ICIMClass*>(root.get());
+    current = super.get();
+  }
+}
+
+void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
+  const TContext none;
+  for (const TPropertyDeclMap::value_type& entry : propertyDecls) {
+    bool found = false;
+    if (!IsTrueQualifier(entry.second->GetQualifier("KEY", found, none))) continue;
+    if (!callback(entry.second->GetName(none))) return;
+  }
+}
+
+boost::shared_ptr<ICIMPropertyDecl> TInmemClass::AllocatePropertyDecl(const std::string& declName,
+                                                                      const TCIMValue& prototype,
+                                                                      TContext) {
+  return boost::make_shared<TInmemPropertyDecl>(shared_from_this(), declName, prototype);
+}
+
+boost::shared_ptr<ICIMPropertyDecl> TInmemClass::GetPropertyDecl(const std::string& declName,
+                                                                 TContext) {
+  return FindOrThrow(propertyDecls, declName);
+}
+
+void TInmemClass::EnumeratePropertyDecls(const TPropertyDeclCallback& callback, TContext) {
+  EnumerateValues(propertyDecls, callback);
+}
+
+boost::shared_ptr<ICIMProperty> TInmemClass::GetProperty(const std::string& propertyName,
+                                                        TContext) {
+  return FindOrThrow(classProperties, propertyName);
+}
+
+void TInmemClass::SetPropertyValue(const std::string& propertyName, const TCIMValue& value,
+                                   TContext) {
+  FindOrThrow(classProperties, propertyName)->SetValue(value, TContext());
+}
+
+void TInmemClass::EnumerateProperties(const TPropertyCallback& callback, TContext) {
+  EnumerateValues(classProperties, callback);
+}
+
+boost::shared_ptr<ICIMInstance> TInmemClass::AllocateInstance(TContext) {
+  // Instances of the repository's own kind are not offered yet.
+  throw TTYLException(kStatusNotSupported);
+}
+
+void TInmemClass::EnumerateInstances(const TInstanceCallback& callback, bool deep,
+                                     TContext context) {
+  for (const auto& entry : instances) callback(entry.second);
+  if (!deep) return;
+  for (const boost::shared_ptr<TInmemClass>& subclass : subclasses) {
+    subclass->EnumerateInstances(callback, deep, context);
+  }
+}
+
+boost::shared_ptr<ICIMMethodDecl> TInmemClass::AllocateMethodDecl(const std::string& methodName,
+                                                                  TCIMValue::TCIMType returnType,
+                                                                  TContext) {
+  return boost::make_shared<TInmemMethodDecl>(shared_from_this(), methodName, returnType);
+}
+
+boost::shared_ptr<ICIMMethodDecl> TInmemClass::GetMethodDecl(const std::string& methodName,
+                                                             TContext) {
+  return FindOrThrow(methodDecls, methodName);
+}
+
+void TInmemClass::EnumerateMethodDecls(const TMethodDeclCallback& callback, TContext) {
+  EnumerateValues(methodDecls, callback);
+}
+
+bool TInmemClass::operator==(const ICIMClass& other) const {
+  return name == other.GetName(TContext());
+}
+
+bool TInmemClass::operator<(const ICIMClass& other) const {
+  return name < other.GetName(TContext());
+}
+
+void TInmemClass::AddSubclass(boost::shared_ptr<ICIMClass> subclass, TContext) {
+  boost::shared_ptr<TInmemClass> added = boost::dynamic_pointer_cast<TInmemClass>(subclass);
+  const std::string& addedName = added->name;
+  auto same = std::find_if(subclasses.begin(), subclasses.end(),
+                           [&](const boost::shared_ptr<TInmemClass>& c) {
+                             return c->name == addedName;
+                           });
+  if (same != subclasses.end()) subclasses.erase(same);
+  subclasses.push_back(added);
+}
+
+void TInmemClass::RemoveSubclass(boost::shared_ptr<ICIMClass> subclass, TContext) {
+  auto same = std::find_if(subclasses.begin(), subclasses.end(),
+                           [&](const boost::shared_ptr<TInmemClass>& c) {
+                             return static_cast<ICIMClass*>(c.get()) == subclass.get();
+                           });
+  if (same != subclasses.end()) subclasses.erase(same);
+}
+
+void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
+  // A second instance under a path already taken is not filed; the first stays.
+  instances.emplace(instance->GetElementReference(TContext()).GetPath(), instance);
+}
+
+void TInmemClass::RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
+  instances.erase(instance->GetElementReference(TContext()).GetPath());
+}
+
+boost::shared_ptr<ICIMInstance> TInmemClass::FindInstance(const TCIMReference& path,
+                                                          TContext) const {
+  auto it = instances.find(path.GetPath());
+  return it == instances.end() ? boost::shared_ptr<ICIMInstance>() : it->second;
+}
+
+void TInmemClass::AddAssociationClass(boost::shared_ptr<ICIMClass> association, TContext) {
+  associationClasses[TInmemNamespace::NormalizeName(association->GetName(TContext()))] =
+      boost::dynamic_pointer_cast<TInmemClass>(association);
+}
+
+void TInmemClass::RemoveAssociationClass(boost::shared_ptr<ICIMClass> association, TContext) {
+  EraseOrThrow(&associationClasses, association->GetName(TContext()));
+}
+
+void TInmemClass::RemovePropertyDecl(boost::shared_ptr<ICIMPropertyDecl> decl, TContext) {
+  EraseOrThrow(&propertyDecls, decl->GetName(TContext()));
+}
+
+void TInmemClass::RemoveMethodDecl(boost::shared_ptr<ICIMMethodDecl> decl, TContext) {
+  EraseOrThrow(&methodDecls, decl->GetName(TContext()));
+}

@@ -1,0 +1,166 @@
+// TInmemClass: the in-memory CIM class.
+//
+// A class owns its qualifiers, its own and inherited property and method
+// declarations (inherited ones are the superclass's very objects), its
+// class-level property values, its direct subclasses, the association classes
+// that reference it, and its instances (keyed by instance path text). It
+// links weakly to its namespace and superclass, so that subclasses never keep
+// their ancestors alive.
+//
+// Invariants: every class but the namespace's root class has a superclass
+// (the root class for a top-level class) once Define has run; all maps but
+// `instances` are keyed by normalised names; `subclasses` holds each name
+// once, in the order of the latest registration.
+//
+// Only TInmemNamespace::AllocateClass constructs classes; it wraps the new
+// object in a shared pointer and runs Define (or Inherit for a class that is
+// already entered).
+
+#ifndef INMEM_SCHEMA_INMEM_CLASS_H_
+#define INMEM_SCHEMA_INMEM_CLASS_H_
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/function.hpp>
+#include <boost/weak_ptr.hpp>
+
+#include "include/cim_class.h"
+#include "schema/inmem_named_element.h"
+
+class TInmemMethodDecl;
+class TInmemNamespace;
+class TInmemPropertyDecl;
+
+class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
+                    public boost::enable_shared_from_this<TInmemClass> {
+ public:
+  static const TQualifierRules kQualifierRules;
+
+  TInmemClass(const boost::shared_ptr<TInmemNamespace>& ns, const std::string& name,
+              const boost::shared_ptr<TInmemClass>& superClass);
+
+  // Runs once on a new class: links it under its superclass (the root class
+  // when it has none) and copies the inherited members.
+  void Define();
+  // Runs on a class allocated again: copies the inherited members once more
+  // (entries the class already has are kept).
+  void Inherit();
+
+  // The key rule: a concrete class needs a property whose KEY qualifier is
+  // true; otherwise "Inmem: Class <name> has no keys" and status 7.
+  void Validate(TContext context) const override;
+  void AddToNamespace(TContext context) override;
+  void RemoveFromNamespace(TContext context) override;
+  void SetElementLink(boost::shared_ptr<ICIMElement>, TContext) override {}
+  const std::string& GetName(TContext) const override { return name; }
+  boost::shared_ptr<ICIMNamespace> GetNamespace(TContext context) const override;
+  bool IsAssociation(TContext context) const override;
+  bool IsAbstract(TContext context) const override;
+  bool IsTopLevel(TContext context) const override;
+  boost::shared_ptr<ICIMClass> GetSuperClass(TContext context) const override;
+  // Direct subclasses in registration order (all descendants, depth first,
+  // when `deep`); false from the callback stops.
+  void EnumerateSubclasses(const TClassCallback& callback, bool deep,
+                           TContext context) override;
+  bool IsSubclassOf(boost::shared_ptr<ICIMClass> other, TContext context) const override;
+  // EnumerateAssociationClasses(assocClass, role), keeping the association
+  // classes with a reference property (named `resultRole` when given, and
+  // not named `role`) whose referenced class derives from `resultClass`.
+  void MatchAssociations(const TClassCallback& callback, const std::string& assocClass,
+                         const std::string& resultClass, const std::string& role,
+                         const std::string& resultRole, TContext context) override;
+  // The association classes recorded on this class and on each ancestor
+  // below the root class that derive from `assocClass` (and, with a role,
+  // whose property of that name references the class of the chain that
+  // recorded them); false from the callback stops.
+  void EnumerateAssociationClasses(const TClassCallback& callback,
+                                   const std::string& assocClass, const std::string& role,
+                                   TContext context) override;
+  void EnumerateKeys(const TKeyCallback& callback, TContext context) override;
+  boost::shared_ptr<ICIMPropertyDecl> AllocatePropertyDecl(const std::string& name,
+                                                           const TCIMValue& prototype,
+                                                           TContext context) override;
+  boost::shared_ptr<ICIMPropertyDecl> GetPropertyDecl(const std::string& name,
+                                                      TContext context) override;
+  void EnumeratePropertyDecls(const TPropertyDeclCallback& callback, TContext context) override;
+  boost::shared_ptr<ICIMProperty> GetProperty(const std::string& name, TContext context) override;
+  void SetPropertyValue(const std::string& name, const TCIMValue& value,
+                        TContext context) override;
+  void EnumerateProperties(const TPropertyCallback& callback, TContext context) override;
+  boost::shared_ptr<ICIMInstance> AllocateInstance(TContext context) override;
+  // The class's own instances in path order (the callback's result is not
+  // looked at), then, when `deep`, each subclass's.
+  void EnumerateInstances(const TInstanceCallback& callback, bool deep,
+                          TContext context) override;
+  boost::shared_ptr<ICIMMethodDecl> AllocateMethodDecl(const std::string& name,
+                                                       TCIMValue::TCIMType returnType,
+                                                       TContext context) override;
+  boost::shared_ptr<ICIMMethodDecl> GetMethodDecl(const std::string& name,
+                                                  TContext context) override;
+  void EnumerateMethodDecls(const TMethodDeclCallback& callback, TContext context) override;
+  // Classes have no method implementations: always a null value.
+  TCIMValue InvokeMethod(const std::string&, const std::map<std::string, TCIMValue>&,
+                         TContext) override {
+    return TCIMValue();
+  }
+  // Exact, case-sensitive comparison of the names.
+  bool operator==(const ICIMClass& other) const override;
+  bool operator<(const ICIMClass& other) const override;
+  ICIMClass& operator=(const ICIMClass&) override { return *this; }
+  bool GetCollectFlag(TContext) const override { return collectFlag; }
+  // There is no way to clear the flag.
+  void SetCollectFlag(TContext) override { collectFlag = true; }
+  void AddSubclass(boost::shared_ptr<ICIMClass> subclass, TContext context) override;
+  void RemoveSubclass(boost::shared_ptr<ICIMClass> subclass, TContext context) override;
+  void AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext context) override;
+  void RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext context) override;
+  void AddAssociationClass(boost::shared_ptr<ICIMClass> association, TContext context) override;
+  void RemoveAssociationClass(boost::shared_ptr<ICIMClass> association,
+                              TContext context) override;
+  // The definition rules of properties and methods: add, override or refuse.
+  void AddProperty(boost::shared_ptr<ICIMPropertyDecl> decl, TContext context) override;
+  void RemovePropertyDecl(boost::shared_ptr<ICIMPropertyDecl> decl, TContext context) override;
+  void AddMethod(boost::shared_ptr<ICIMMethodDecl> decl, TContext context) override;
+  void RemoveMethodDecl(boost::shared_ptr<ICIMMethodDecl> decl, TContext context) override;
+
+  // The instance filed under `path`'s path text, or an empty pointer.
+  boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path, TContext context) const;
+  // Takes over `old`'s list of direct subclasses (a redefinition does).
+  void CopySubclassListOf(const TInmemClass& old) { subclasses = old.subclasses; }
+  // Drops every instance of this class (not of its subclasses).
+  void ClearClassInstances() { instances.clear(); }
+  // Drops the record of association classes; the namespace calls it when it
+  // goes, since an association that references its own class holds itself.
+  void ClearAssociationClasses() { associationClasses.clear(); }
+
+ private:
+  typedef std::map<std::string, boost::shared_ptr<TInmemPropertyDecl>> TPropertyDeclMap;
+
+  void CopyInheritedMembers(const TInmemClass& super);
+  // Calls `visit` with each class that this association registers with: the
+  // class referenced by each reference property, unless another reference
+  // property covers it (see AddToNamespace).
+  void ForEachRegisteredClass(const boost::function<void(ICIMClass&)>& visit) const;
+  bool VisitSubclasses(const TClassCallback& callback, bool deep);
+  boost::shared_ptr<TInmemClass> RootClass() const;
+  void AddPropertyWithoutOverride(const boost::shared_ptr<TInmemPropertyDecl>& decl,
+                                  const std::string& key);
+  void OverrideProperty(const boost::shared_ptr<TInmemPropertyDecl>& decl,
+                        const std::string& key);
+
+  boost::weak_ptr<TInmemNamespace> ns;
+  std::string name;
+  boost::weak_ptr<TInmemClass> superClass;
+  TPropertyDeclMap propertyDecls;
+  std::map<std::string, boost::shared_ptr<ICIMProperty>> classProperties;
+  std::vector<boost::shared_ptr<TInmemClass>> subclasses;
+  std::map<std::string, boost::shared_ptr<TInmemClass>> associationClasses;
+  std::map<std::string, boost::shared_ptr<ICIMInstance>> instances;
+  std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
+  bool collectFlag = false;
+};
+
+#endif  // INMEM_SCHEMA_INMEM_CLASS_H_

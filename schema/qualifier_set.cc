@@ -1,0 +1,74 @@
+#include "schema/qualifier_set.h"
+
+#include <boost/assert.hpp>
+
+#include "core/tyl_exception.h"
+#include "include/inmem_namespace.h"
+#include "schema/inmem_qualifier.h"
+
+void TQualifierSet::Add(const boost::shared_ptr<TInmemQualifier>& qualifier,
+                        EHeldQualifierRule rule) {
+  const TContext none;
+  std::string key = TInmemNamespace::NormalizeName(qualifier->GetName(none));
+  TMap::iterator held = qualifiers_.find(key);
+  if (held != qualifiers_.end()) {
+    const TInmemQualifier& old = *held->second;
+    if ((old.GetFlavor(none) & ICIMQualifierDecl::kFlavorEnableOverride) != 0) {
+      qualifiers_.erase(held);
+    } else {
+      bool sameValue = old.GetValue(none) == qualifier->GetValue(none);
+      bool refused = false;
+      switch (rule) {
+        case EHeldQualifierRule::kRefuseOtherValueUnlessDontCollect:
+          refused = !sameValue && qualifiers_.count("dontcollect") == 0;
+          break;
+        case EHeldQualifierRule::kRefuseOtherValueOrFlavor:
+          refused = !sameValue || old.GetFlavor(none) != qualifier->GetFlavor(none);
+          break;
+      }
+      if (refused) throw TTYLException(kStatusQualifierConflict);
+      return;  // the held qualifier stays
+    }
+  }
+  std::pair<TMap::iterator, bool> ret = qualifiers_.emplace(key, qualifier);
+  BOOST_ASSERT(ret.second);
+}
+
+boost::shared_ptr<TInmemQualifier> TQualifierSet::Find(const std::string& name) const {
+  TMap::const_iterator it = qualifiers_.find(TInmemNamespace::NormalizeName(name));
+  return it == qualifiers_.end() ? boost::shared_ptr<TInmemQualifier>() : it->second;
+}
+
+boost::shared_ptr<const ICIMQualifier> TQualifierSet::Lookup(const std::string& name,
+                                                             bool& found,
+                                                             const TQualifierRules& rules) const {
+  if (!rules.lookupWithFlag) throw TTYLException(kStatusNotSupported);
+  found = true;
+  boost::shared_ptr<TInmemQualifier> qualifier = Find(name);
+  if (!qualifier) found = false;
+  return qualifier;
+}
+
+boost::shared_ptr<const ICIMQualifier> TQualifierSet::Lookup(const std::string& name,
+                                                             const TQualifierRules& rules) const {
+  boost::shared_ptr<TInmemQualifier> qualifier = Find(name);
+  if (!qualifier && rules.absentLookupThrows) throw TTYLException(kStatusNotFound);
+  return qualifier;
+}
+
+void TQualifierSet::Enumerate(const TQualifierCallback& callback) const {
+  for (const TMap::value_type& entry : qualifiers_) {
+    if (!callback(entry.second)) return;
+  }
+}
+
+void TQualifierSet::InsertIfAbsent(const std::string& key,
+                                   const boost::shared_ptr<TInmemQualifier>& qualifier) {
+  qualifiers_.emplace(key, qualifier);
+}
+
+bool IsTrueQualifier(const boost::shared_ptr<const ICIMQualifier>& qualifier) {
+  if (!qualifier) return false;
+  const TCIMValue& value = qualifier->GetValue(TContext());
+  return !value.IsNull() && value.GetType() == kCIMTypeBoolean && static_cast<bool>(value);
+}

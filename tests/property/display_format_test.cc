@@ -1,0 +1,114 @@
+// Display text of values that no value map turns into words.
+
+#include "tests/support/property_fixture.h"
+
+namespace {
+
+class DisplayFormatTest : public PropertyFixture {};
+
+TEST_F(DisplayFormatTest, NumbersWithUnitsArePrefixedAndScaled) {
+  const TCIMValue kAbbreviate(true);
+  struct Row {
+    TCIMValue value;
+    std::vector<TQualifierSpec> qualifiers;
+    const char* text;
+  };
+  const Row rows[] = {
+      // The divisor must be strictly below the value.
+      {TCIMValue(1024ull), {{"UNITS", TCIMValue("Bytes")}}, "1024 Bytes"},
+      {TCIMValue(1025ull), {{"UNITS", TCIMValue("Bytes")}}, "1 Kilobytes"},  // 1.0 loses ".0"
+      {TCIMValue(1126ull), {{"UNITS", TCIMValue("Bytes")}}, "1.1 Kilobytes"},
+      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}}, "1.5 Kilobytes"},
+      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", kAbbreviate}}, "1.5 KB"},
+      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", TCIMValue(false)}},
+       "1.5 KB"},
+      {TCIMValue(1536ull),
+       {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", TCIMValue::Null(kCIMTypeBoolean)}},
+       "1.5 Kilobytes"},
+      {TCIMValue(3298534883328ull), {{"UNITS", TCIMValue("Bytes")}}, "3 Terabytes"},
+      // In single precision 2^30 + 1 is 2^30, which ends one step early.
+      {TCIMValue(1073741825ull), {{"UNITS", TCIMValue("Bytes")}}, "1024 Megabytes"},
+      {TCIMValue(std::numeric_limits<unsigned long long>::max()), {{"UNITS", TCIMValue("Bytes")}},
+       "16384 Petabytes"},
+      // "Bits" keeps its word when abbreviated.
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bits")}, {"ABBREVIATEUNITS", kAbbreviate}}, "2 KBits"},
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bits")}}, "2 Kilobits"},
+      // Only bits per second scale by 1000.
+      {TCIMValue(1000000000ull), {{"UNITS", TCIMValue("Bits per Second")}, {"ABBREVIATEUNITS", kAbbreviate}},
+       "1000 Mbps"},
+      {TCIMValue(1500u), {{"UNITS", TCIMValue("Bits per Second")}}, "1.5 Kilobits per second"},
+      {TCIMValue(1020u), {{"UNITS", TCIMValue("Bits per Second")}}, "1 Kilobits per second"},
+      {TCIMValue(1020u), {{"UNITS", TCIMValue("Bytes per Second")}}, "1020 Bytes per second"},
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bytes per Second")}, {"ABBREVIATEUNITS", kAbbreviate}},
+       "2 KB/s"},
+      // A prefixed unit starts from its prefix; a fixed unit caps the scaling.
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("KiloBytes")}}, "2 Megabytes"},
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("KiloBytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Kilo")}},
+       "2048 Kilobytes"},
+      {TCIMValue(5000000000ull), {{"UNITS", TCIMValue("Bytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Mega")}},
+       "4768.4 Megabytes"},
+      {TCIMValue(5000000000ull), {{"UNITS", TCIMValue("Bytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Peta")}},
+       "4.7 Gigabytes"},
+      {TCIMValue(1000000u), {{"UNITS", TCIMValue("KiloBits per Second")}}, "1000 Megabits per second"},
+      {TCIMValue(static_cast<unsigned char>(200)), {{"UNITS", TCIMValue("MegaBytes")}}, "200 Megabytes"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Property(row.value, row.qualifiers)->GetDisplayValue(), row.text)
+        << row.value.ToString() << " " << row.qualifiers[0].value.ToString();
+  }
+}
+
+TEST_F(DisplayFormatTest, SecondsBecomeAnInterval) {
+  struct Row {
+    unsigned long long value;
+    const char* units;
+    const char* text;
+  };
+  const Row rows[] = {
+      {90061, "Seconds", "1 day, 1 hour, 1 minute, 1 second"},
+      {0, "Seconds", "0 seconds"},
+      {1500, "MilliSeconds", "1.5 seconds"},
+      {2000001, "MicroSeconds", "2.000001 seconds"},
+      {5000000000ull, "NanoSeconds", "5 seconds"},
+      {1500, "NanoSeconds", "0.000001 seconds"},
+      {5, "KiloSeconds", "0 seconds"},  // larger prefixes set nothing
+      // More days than an interval holds: the plain number.
+      {std::numeric_limits<unsigned long long>::max(), "Seconds", "18446744073709551615"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Property(TCIMValue(row.value), {{"UNITS", TCIMValue(row.units)}})->GetDisplayValue(),
+              row.text)
+        << row.value << " " << row.units;
+  }
+}
+
+TEST_F(DisplayFormatTest, EverythingElseIsPlainTextInItsBase) {
+  struct Row {
+    TCIMValue value;
+    std::vector<TQualifierSpec> qualifiers;
+    const char* text;
+  };
+  const Row rows[] = {
+      {TCIMValue(21u), {{"UNITS", TCIMValue("Celsius")}}, "21"},
+      {TCIMValue(2048), {{"UNITS", TCIMValue("Bytes")}}, "2048"},  // signed
+      {TCIMValue(2048.5), {{"UNITS", TCIMValue("Bytes")}}, "2048.5"},
+      {TCIMValue(2048u), {{"UNITS", TCIMValue("bytes")}}, "2048"},  // case counts
+      {TCIMValue(255u), {{"BASE", TCIMValue(static_cast<unsigned char>(16))}}, "ff"},
+      {TCIMValue(5u), {{"BASE", TCIMValue(static_cast<unsigned char>(2))}, {"UNITS", TCIMValue("Celsius")}},
+       "101"},
+      {TCIMValue(-255), {{"BASE", TCIMValue(static_cast<unsigned char>(16))}}, "-ff"},
+      // A BASE of another type than uint8, or one no number text has, is ignored.
+      {TCIMValue(255u), {{"BASE", TCIMValue(static_cast<unsigned short>(16))}}, "255"},
+      {TCIMValue(255u), {{"BASE", TCIMValue(static_cast<unsigned char>(1))}}, "255"},
+      {TCIMValue("text"), {{"UNITS", TCIMValue("Bytes")}}, "text"},
+      {TCIMValue(true), {}, "TRUE"},
+      {TCIMValue::Null(kCIMTypeUint64), {{"UNITS", TCIMValue("Bytes")}}, ""},
+      {TCIMValue::Null(kCIMTypeString), {{"NULLDISPLAY", TCIMValue("not reported")}}, "not reported"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Property(row.value, row.qualifiers)->GetDisplayValue(), row.text)
+        << row.value.ToString();
+  }
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include "schema/inmem_class.h"
+
+#include <gtest/gtest.h>
+
+#include "include/cim_property.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
+
+namespace {
+
+typedef std::vector<std::string> TNames;
+typedef std::vector<TCapturingLogger::TLine> TLines;
+
+TEST(ClassModelTest, SubclassesShareTheSuperclassDeclarations) {
+  TSchemaBuilder s;
+  auto base = s.Class("Base");
+  auto id = s.Key(base, "Id");
+  auto size = s.Property(base, "Size", TCIMValue::Null(kCIMTypeUint64));
+  auto reset = s.Method(base, "Reset", kCIMTypeUint32);
+  s.Enter(base);
+  auto derived = s.Class("Derived", "Base");
+  s.Property(derived, "Extra", TCIMValue("x"));
+  EXPECT_EQ(PropertyDeclNames(*derived), TNames({"Extra", "Id", "Size"}));
+  EXPECT_EQ(derived->GetPropertyDecl("SIZE", TContext()), size);  // the same object
+  EXPECT_EQ(derived->GetMethodDecl("reset", TContext()), reset);
+  EXPECT_EQ(PropertyDeclNames(*base), TNames({"Id", "Size"}));
+  EXPECT_EQ(size->GetClass(TContext()), base);
+}
+
+TEST(ClassModelTest, AConcreteClassNeedsATrueKey) {
+  struct Row {
+    const char* what;
+    std::vector<TQualifierSpec> keyQualifiers;
+    bool abstract;
+    bool valid;
+  };
+  const Row rows[] = {
+      {"key true", {{"KEY", TCIMValue(true)}}, false, true},
+      {"key false", {{"KEY", TCIMValue(false)}}, false, false},
+      {"key null", {{"KEY", TCIMValue::Null(kCIMTypeBoolean)}}, false, false},
+      {"no key", {}, false, false},
+      {"abstract without key", {}, true, true},
+  };
+  for (const Row& row : rows) {
+    TSchemaBuilder s;
+    std::vector<TQualifierSpec> classQualifiers;
+    if (row.abstract) classQualifiers.push_back({"ABSTRACT", TCIMValue(true)});
+    auto cls = s.Class("CIM_Thing", "", classQualifiers);
+    s.Property(cls, "Name", TCIMValue::Null(kCIMTypeString), row.keyQualifiers);
+    TCapturingLogger log;
+    ETYLStatusCode status = StatusOf([&] { cls->Validate(TContext()); });
+    if (row.valid) {
+      EXPECT_EQ(status, kStatusOk) << row.what;
+      EXPECT_TRUE(log.Lines().empty()) << row.what;
+    } else {
+      EXPECT_EQ(status, kStatusNoKeys) << row.what;
+      EXPECT_EQ(log.Lines(), TLines({{3, "Inmem: Class CIM_Thing has no keys"}})) << row.what;
+    }
+  }
+}
+
+TEST(ClassModelTest, KeysAreEnumeratedInNameOrderAsDeclared) {
+  TSchemaBuilder s;
+  auto cls = s.Class("Port");
+  s.Key(cls, "SystemName");
+  s.Property(cls, "Speed", TCIMValue::Null(kCIMTypeUint64));
+  s.Key(cls, "DeviceID");
+  s.Property(cls, "Other", TCIMValue::Null(kCIMTypeString), {{"KEY", TCIMValue(false)}});
+  EXPECT_EQ(KeyNames(*cls), TNames({"DeviceID", "SystemName"}));
+  std::vector<std::string> first;
+  cls->EnumerateKeys(
+      [&](const std::string& name) {
+        first.push_back(name);
+        return false;
+      },
+      TContext());
+  EXPECT_EQ(first, TNames({"DeviceID"}));
+}
+
+TEST(ClassModelTest, SubclassTestsWalkTheChainByName) {
+  TSchemaBuilder s;
+  auto a = s.Class("A", "", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(a);
+  auto b = s.Class("B", "A", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(b);
+  auto c = s.Class("C", "B", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(c);
+  auto other = s.Class("Other", "", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(other);
+  auto root = s.Namespace()->GetClass("", TContext());
+  EXPECT_TRUE(c->IsSubclassOf(c, TContext()));
+  EXPECT_TRUE(c->IsSubclassOf(a, TContext()));
+  EXPECT_TRUE(c->IsSubclassOf(root, TContext()));
+  EXPECT_FALSE(a->IsSubclassOf(c, TContext()));
+  EXPECT_FALSE(c->IsSubclassOf(other, TContext()));
+  EXPECT_TRUE(root->IsSubclassOf(root, TContext()));
+  EXPECT_FALSE(root->IsSubclassOf(a, TContext()));
+  EXPECT_TRUE(a->IsTopLevel(TContext()));
+  EXPECT_FALSE(c->IsTopLevel(TContext()));
+  EXPECT_EQ(c->GetSuperClass(TContext()), b);
+}
+
+TEST(ClassModelTest, SubclassListsKeepOneEntryPerNameInLatestOrder) {
+  TSchemaBuilder s(true);
+  auto top = s.Class("Top", "", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(top);
+  auto first = s.Class("First", "Top", {{"ABSTRACT", TCIMValue(true)}});
+  auto second = s.Class("Second", "Top", {{"ABSTRACT", TCIMValue(true)}});
+  auto firstAgain = s.Class("First", "Top", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(first);
+  s.Enter(second);
+  auto grandchild = s.Class("Grand", "First", {{"ABSTRACT", TCIMValue(true)}});
+  s.Enter(grandchild);
+  EXPECT_EQ(SubclassNames(*top, true), TNames({"First", "Grand", "Second"}));
+  s.Enter(firstAgain);  // replaces First, moves it to the end, keeps its subclasses
+  EXPECT_EQ(SubclassNames(*top, false), TNames({"Second", "First"}));
+  EXPECT_EQ(SubclassNames(*top, true), TNames({"Second", "First", "Grand"}));
+  std::vector<std::string> stopped;
+  top->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> c) {
+        stopped.push_back(c->GetName(TContext()));
+        return c->GetName(TContext()) != "First";
+      },
+      true, TContext());
+  EXPECT_EQ(stopped, TNames({"Second", "First"}));
+  top->RemoveSubclass(second, TContext());
+  EXPECT_EQ(SubclassNames(*top, false), TNames({"First"}));
+}
+
+TEST(ClassModelTest, ComparisonsUseTheExactName) {
+  TSchemaBuilder s;
+  auto a = s.Class("Abc");
+  auto sameName = s.Class("Abc");
+  auto otherCase = s.Class("ABC");
+  EXPECT_TRUE(*a == *sameName);
+  EXPECT_FALSE(*a == *otherCase);
+  EXPECT_TRUE(*otherCase < *a);  // 'B' < 'b'
+  EXPECT_FALSE(*a < *sameName);
+  *a = *otherCase;  // assignment changes nothing
+  EXPECT_EQ(a->GetName(TContext()), "Abc");
+}
+
+TEST(ClassModelTest, LookupsOfAbsentMembersThrowNotFoundWithoutALog) {
+  TSchemaBuilder s;
+  auto cls = s.Class("Thing");
+  auto decl = s.Key(cls, "Id");
+  auto method = s.Method(cls, "Go", kCIMTypeUint32);
+  TCapturingLogger log;
+  EXPECT_EQ(StatusOf([&] { cls->GetPropertyDecl("Nope", TContext()); }), kStatusNotFound);
+  EXPECT_EQ(StatusOf([&] { cls->GetMethodDecl("Nope", TContext()); }), kStatusNotFound);
+  EXPECT_EQ(StatusOf([&] { cls->GetProperty("Nope", TContext()); }), kStatusNotFound);
+  EXPECT_EQ(StatusOf([&] { cls->SetPropertyValue("Nope", TCIMValue(1), TContext()); }),
+            kStatusNotFound);
+  EXPECT_FALSE(cls->GetQualifier("Nope", TContext()));
+  bool found = true;
+  EXPECT_FALSE(cls->GetQualifier("Nope", found, TContext()));
+  EXPECT_FALSE(found);
+  cls->RemovePropertyDecl(decl, TContext());
+  EXPECT_EQ(StatusOf([&] { cls->RemovePropertyDecl(decl, TContext()); }), kStatusNotFound);
+  cls->RemoveMethodDecl(method, TContext());
+  EXPECT_EQ(StatusOf([&] { cls->RemoveMethodDecl(method, TContext()); }), kStatusNotFound);
+  EXPECT_EQ(StatusOf([&] { cls->RemoveAssociationClass(cls, TContext()); }), kStatusNotFound);
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+}  // namespace

@@ -1,0 +1,272 @@
+// How a class takes in property and method declarations: plain additions,
+// overrides of inherited features, the port-type and speed/duplex
+// privileges, and the refusals with their exact log lines and status codes.
+
+#include "schema/inmem_class.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/status_code.h"
+#include "include/cim_parameter_decl.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
+
+namespace {
+
+typedef std::vector<std::string> TNames;
+typedef std::vector<TCapturingLogger::TLine> TLines;
+
+const TQualifierSpec kOverride("OVERRIDE", TCIMValue("Base"));
+
+// Every expected line is written at the refusal level.
+TLines AtLevel3(const TNames& texts) {
+  TLines lines;
+  for (const std::string& text : texts) lines.emplace_back(3, text);
+  return lines;
+}
+
+std::string DefineFailed(const std::string& method, ETYLStatusCode code) {
+  return "Inmem: Attempt define method " + method + " in class Derived" + "failed. Reason = " +
+         TTYLStatusCode(code).TranslateStatusCode();
+}
+
+template <typename Lookup>
+auto HeldOrEmpty(Lookup lookup) -> decltype(lookup()) {
+  try {
+    return lookup();
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound) throw;
+    return {};
+  }
+}
+
+TEST(DefinitionRulesTest, PropertyOutcomes) {
+  struct Row {
+    const char* what;
+    const char* name;
+    ECIMType type;
+    std::vector<TQualifierSpec> qualifiers;
+    bool declaredInDerivedFirst;
+    ETYLStatusCode status;
+    TNames log;
+    bool replaced;  // the class holds the new declaration afterwards
+  };
+  const std::string exists = " to class Derived: already exists";
+  const Row rows[] = {
+      {"reference on a non-association class, checked before OVERRIDE", "Size",
+       kCIMTypeReference, {kOverride}, false, kStatusReferenceOnNonAssociation,
+       {"Inmem: Attempt to add reference property Size to non-association class Derived"}, false},
+      {"override of nothing is logged, then added", "Extra", kCIMTypeUint64, {kOverride}, false,
+       kStatusOk,
+       {"Inmem: Attempt to override property Extra in class Derived: property doesn't exist in "
+        "base class"},
+       true},
+      {"override with another type", "Size", kCIMTypeString, {kOverride}, false, kStatusOk,
+       {"Inmem: Attempt to override property Size in class Derived: different types"}, false},
+      {"override with the array of the same type", "Size", ArrayTypeOf(kCIMTypeUint64),
+       {kOverride}, false, kStatusOk,
+       {"Inmem: Attempt to override property Size in class Derived: different types"}, false},
+      {"override of a property of this very class", "Own", kCIMTypeUint64, {kOverride}, true,
+       kStatusOk, {}, false},
+      {"plain redeclaration of an inherited property", "Size", kCIMTypeUint64, {}, false,
+       kStatusOk, {"Inmem: Attempt to add property Size" + exists}, false},
+      {"plain redeclaration of an own property", "OWN", kCIMTypeUint64, {}, true, kStatusOk,
+       {"Inmem: Attempt to add property OWN" + exists}, false},
+      {"redeclaration carrying KEY", "Size", kCIMTypeUint64, {{"KEY", TCIMValue(true)}}, false,
+       kStatusOk, {}, true},
+      {"a false KEY is still carried", "size", kCIMTypeUint64, {{"KEY", TCIMValue(false)}}, false,
+       kStatusOk, {}, true},
+      {"KEY redeclaration is not type checked", "Size", kCIMTypeString,
+       {{"KEY", TCIMValue(true)}}, false, kStatusOk, {}, true},
+      {"speedDuplex is redeclared freely", "speedDuplex", kCIMTypeUint16, {}, false, kStatusOk, {},
+       true},
+      {"a name containing PortType is redeclared freely", "LinkPortType", kCIMTypeString, {},
+       false, kStatusOk, {}, true},
+      {"PortType is matched in its exact case", "LinkPorttype", kCIMTypeUint16, {}, false,
+       kStatusOk, {"Inmem: Attempt to add property LinkPorttype" + exists}, false},
+      {"speedDuplex is matched in its exact case", "SpeedDuplex", kCIMTypeString, {}, false,
+       kStatusOk, {"Inmem: Attempt to add property SpeedDuplex" + exists}, false},
+      {"override spelled in another case finds the inherited property", "SIZE", kCIMTypeUint64,
+       {kOverride}, false, kStatusOk, {}, true},
+      {"override of nothing with porttype in any case is simply added", "MediaPORTTYPE",
+       kCIMTypeUint16, {kOverride}, false, kStatusOk, {}, true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    TSchemaBuilder s;
+    auto base = s.Class("Base");
+    s.Key(base, "Id");
+    auto baseSize = s.Property(base, "Size", TCIMValue::Null(kCIMTypeUint64));
+    s.Property(base, "speedDuplex", TCIMValue::Null(kCIMTypeString));
+    s.Property(base, "LinkPortType", TCIMValue::Null(kCIMTypeUint16));
+    s.Enter(base);
+    auto sibling = s.Class("Sibling", "Base");
+    auto derived = s.Class("Derived", "Base");
+    if (row.declaredInDerivedFirst) s.Property(derived, "Own", TCIMValue::Null(kCIMTypeUint64));
+    auto before = HeldOrEmpty([&] { return derived->GetPropertyDecl(row.name, TContext()); });
+
+    auto decl = derived->AllocatePropertyDecl(row.name, TCIMValue::Null(row.type), TContext());
+    s.AddQualifiers(*decl, row.qualifiers);
+    TCapturingLogger log;
+    EXPECT_EQ(StatusOf([&] { derived->AddProperty(decl, TContext()); }), row.status);
+    EXPECT_EQ(log.Lines(), AtLevel3(row.log));
+
+    auto held = HeldOrEmpty([&] { return derived->GetPropertyDecl(row.name, TContext()); });
+    EXPECT_EQ(held, row.replaced ? decl : before);
+    // The superclass and the other subclasses keep the original.
+    EXPECT_EQ(base->GetPropertyDecl("Size", TContext()), baseSize);
+    EXPECT_EQ(sibling->GetPropertyDecl("Size", TContext()), baseSize);
+  }
+}
+
+TEST(DefinitionRulesTest, ReferencePropertiesNeedATrueAssociationQualifier) {
+  struct Row {
+    const char* what;
+    std::vector<TQualifierSpec> classQualifiers;
+    bool inheritFromAssociation;
+    bool accepted;
+  };
+  const Row rows[] = {
+      {"no ASSOCIATION qualifier", {}, false, false},
+      {"ASSOCIATION false", {{"ASSOCIATION", TCIMValue(false)}}, false, false},
+      {"ASSOCIATION null", {{"ASSOCIATION", TCIMValue::Null(kCIMTypeBoolean)}}, false, false},
+      {"ASSOCIATION true", {{"ASSOCIATION", TCIMValue(true)}}, false, true},
+      {"ASSOCIATION inherited", {}, true, true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    TSchemaBuilder s;
+    auto target = s.Class("Target", "", {{"ABSTRACT", TCIMValue(true)}});
+    s.Enter(target);
+    std::string superName;
+    if (row.inheritFromAssociation) {
+      auto super = s.Class("Link", "",
+                           {{"ABSTRACT", TCIMValue(true)}, {"ASSOCIATION", TCIMValue(true)}});
+      s.Enter(super);
+      superName = "Link";
+    }
+    auto cls = s.Class("Holder", superName, row.classQualifiers);
+    auto decl = cls->AllocatePropertyDecl("Antecedent", TCIMValue::NullReference(target),
+                                          TContext());
+    TCapturingLogger log;
+    ETYLStatusCode status = StatusOf([&] { decl->AddToClass(TContext()); });
+    if (row.accepted) {
+      EXPECT_EQ(status, kStatusOk);
+      EXPECT_TRUE(log.Lines().empty());
+      EXPECT_EQ(cls->GetPropertyDecl("antecedent", TContext()), decl);
+    } else {
+      EXPECT_EQ(status, kStatusReferenceOnNonAssociation);
+      EXPECT_EQ(log.Lines(), AtLevel3({"Inmem: Attempt to add reference property Antecedent to "
+                                       "non-association class Holder"}));
+      EXPECT_EQ(PropertyDeclNames(*cls), TNames());
+    }
+  }
+}
+
+TEST(DefinitionRulesTest, MethodOutcomes) {
+  struct Row {
+    const char* what;
+    const char* name;
+    ECIMType returnType;
+    std::vector<TQualifierSpec> qualifiers;
+    bool declaredInDerivedFirst;
+    ETYLStatusCode status;
+    TNames log;
+    bool replaced;
+  };
+  const std::string override = "Inmem: Attempt to override method ";
+  const Row rows[] = {
+      {"override of nothing is logged, then added", "Start", kCIMTypeUint32, {kOverride}, false,
+       kStatusOk,
+       {override + "Start in class Derived: method doesn't exist in base class"}, true},
+      {"override with another return type", "Reset", kCIMTypeString, {kOverride}, false,
+       kStatusTypeMismatch,
+       {override + "Reset in class Derived: different types",
+        DefineFailed("Reset", kStatusTypeMismatch)},
+       false},
+      {"override of a method of this very class", "Stop", kCIMTypeUint32, {kOverride}, true,
+       kStatusAlreadyDefined,
+       {override + "Stop in class Derived: original was defined in this class",
+        DefineFailed("Stop", kStatusAlreadyDefined)},
+       false},
+      {"plain redeclaration of an inherited method", "Reset", kCIMTypeUint32, {}, false,
+       kStatusAlreadyDefined,
+       {"Inmem: Attempt to add method Reset to class Derived: already exists"}, false},
+      {"KEY gives a method no right to redeclare", "reset", kCIMTypeUint32,
+       {{"KEY", TCIMValue(true)}}, false, kStatusAlreadyDefined,
+       {"Inmem: Attempt to add method reset to class Derived: already exists"}, false},
+      {"override spelled in another case finds the inherited method", "RESET", kCIMTypeUint32,
+       {kOverride}, false, kStatusOk, {}, true},
+      {"porttype names are no exception for methods", "SetPortType", kCIMTypeUint32, {kOverride},
+       false, kStatusOk,
+       {override + "SetPortType in class Derived: method doesn't exist in base class"}, true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    TSchemaBuilder s;
+    auto base = s.Class("Base");
+    s.Key(base, "Id");
+    auto baseReset = s.Method(base, "Reset", kCIMTypeUint32);
+    s.Enter(base);
+    auto derived = s.Class("Derived", "Base");
+    if (row.declaredInDerivedFirst) s.Method(derived, "Stop", kCIMTypeUint32);
+    auto before = HeldOrEmpty([&] { return derived->GetMethodDecl(row.name, TContext()); });
+
+    auto decl = derived->AllocateMethodDecl(row.name, row.returnType, TContext());
+    s.AddQualifiers(*decl, row.qualifiers);
+    TCapturingLogger log;
+    EXPECT_EQ(StatusOf([&] { derived->AddMethod(decl, TContext()); }), row.status);
+    EXPECT_EQ(log.Lines(), AtLevel3(row.log));
+
+    auto held = HeldOrEmpty([&] { return derived->GetMethodDecl(row.name, TContext()); });
+    EXPECT_EQ(held, row.replaced ? decl : before);
+    EXPECT_EQ(base->GetMethodDecl("Reset", TContext()), baseReset);
+  }
+}
+
+TEST(DefinitionRulesTest, ParametersAreKeyedByNormalisedName) {
+  TSchemaBuilder s;
+  auto cls = s.Class("Disk");
+  auto method = s.Method(cls, "Configure", kCIMTypeUint32);
+  auto size = method->DefineParameter("Size", kCIMTypeUint64, TContext());
+  EXPECT_EQ(size->GetMethod(TContext()), method);
+  for (const std::string name : {"size", "SIZE"}) {
+    TCapturingLogger log;
+    EXPECT_EQ(StatusOf([&] { method->DefineParameter(name, kCIMTypeString, TContext()); }),
+              kStatusAlreadyDefined);
+    // The text says "property" for parameters too.
+    EXPECT_EQ(log.Lines(), AtLevel3({"Inmem: Attempt to add property " + name +
+                                     " to method Configure: already exists"}));
+  }
+  EXPECT_EQ(method->GetParameter("SIZE", TContext()), size);
+  EXPECT_EQ(method->GetParameter("size", TContext())->GetType(TContext()), kCIMTypeUint64);
+  EXPECT_FALSE(method->GetParameter("Count", TContext()));
+
+  // Normalised order differs from definition order and from byte order.
+  auto method2 = s.Method(cls, "Format", kCIMTypeUint32);
+  for (const char* name : {"beta", "Charlie", "Alpha"}) {
+    method2->DefineParameter(name, kCIMTypeString, TContext());
+  }
+  TNames names;
+  method2->EnumerateParameters(
+      [&](boost::shared_ptr<ICIMParameterDecl> p) {
+        names.push_back(p->GetName(TContext()));
+        return true;
+      },
+      TContext());
+  EXPECT_EQ(names, TNames({"Alpha", "beta", "Charlie"}));
+  names.clear();
+  method2->EnumerateParameters(
+      [&](boost::shared_ptr<ICIMParameterDecl> p) {
+        names.push_back(p->GetName(TContext()));
+        return false;
+      },
+      TContext());
+  EXPECT_EQ(names, TNames({"Alpha"}));
+}
+
+}  // namespace

@@ -1,0 +1,115 @@
+// libinmem.so as a host meets it: loaded through the core's provider
+// manager, used through the interfaces only. This program does not link the
+// plug-in.
+
+#include <dlfcn.h>
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include "core/namespace_provider_manager.h"
+#include "core/root_object.h"
+#include "include/cim_class.h"
+#include "include/cim_namespace.h"
+#include "include/cim_property_decl.h"
+#include "include/namespace_provider.h"
+#include "tests/support/status_of.h"
+
+namespace {
+
+// The core's manager, counting registrations.
+class TCountingManager : public TNamespaceProviderManager {
+ public:
+  void RegisterProvider(boost::shared_ptr<INamespaceProvider> provider) override {
+    ++registrations;
+    TNamespaceProviderManager::RegisterProvider(provider);
+  }
+  int registrations = 0;
+};
+
+class PluginLoadTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    manager_ = new boost::shared_ptr<TCountingManager>(boost::make_shared<TCountingManager>());
+    TRootObject::SetNamespaceProviderManager(*manager_);
+    (*manager_)->LoadProviderLibrary(INMEM_PLUGIN_PATH);
+  }
+  static void TearDownTestSuite() {
+    TRootObject::SetNamespaceProviderManager({});
+    delete manager_;
+  }
+
+  TCountingManager& Manager() { return **manager_; }
+
+  boost::shared_ptr<ICIMNamespace> NewNamespace(bool allowRedefinition) {
+    return Manager().CreateNamespace("inmem", TContext(), allowRedefinition, "NOKRTYL20");
+  }
+
+  static boost::shared_ptr<TCountingManager>* manager_;
+};
+
+boost::shared_ptr<TCountingManager>* PluginLoadTest::manager_ = nullptr;
+
+TEST_F(PluginLoadTest, LoadingRegistersTheProviderOnce) {
+  EXPECT_EQ(Manager().registrations, 1);
+  boost::shared_ptr<INamespaceProvider> provider = Manager().FindProvider("inmem");
+  ASSERT_TRUE(provider);
+  EXPECT_EQ(provider->GetName(TContext()), "inmem");
+  EXPECT_EQ(provider->GetProviderKind(TContext()), 2);
+  EXPECT_FALSE(provider->GetProviderFlag(TContext()));
+  Manager().LoadProviderLibrary(INMEM_PLUGIN_PATH);  // already loaded: no second attach
+  EXPECT_EQ(Manager().registrations, 1);
+}
+
+TEST_F(PluginLoadTest, OnlyTheAttachReasonRegisters) {
+  void* library = dlopen(INMEM_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD);
+  ASSERT_NE(library, nullptr);
+  auto entry = reinterpret_cast<int (*)(void*, unsigned long, void*)>(dlsym(library, "DllMain"));
+  ASSERT_NE(entry, nullptr);
+  int before = Manager().registrations;
+  for (unsigned long reason : {0ul, 2ul, 3ul, 99ul}) EXPECT_EQ(entry(library, reason, nullptr), 1);
+  EXPECT_EQ(Manager().registrations, before);
+  EXPECT_EQ(entry(library, 1, nullptr), 1);
+  EXPECT_EQ(Manager().registrations, before + 1);
+  dlclose(library);
+}
+
+TEST_F(PluginLoadTest, NamespacesAreFreshAndShareNothing) {
+  boost::shared_ptr<ICIMNamespace> a = NewNamespace(false);
+  boost::shared_ptr<ICIMNamespace> b = NewNamespace(false);
+  ASSERT_TRUE(a && b);
+  ASSERT_NE(a, b);
+  EXPECT_EQ(a->GetClass("<root>", TContext())->GetName(TContext()), "<root>");
+  EXPECT_EQ(a->GetNamespaceProvider(TContext()), Manager().FindProvider("inmem"));
+  auto cls = a->AllocateClass("CIM_Thing", {}, TContext());
+  auto abstract = a->AllocateQualifierDecl("ABSTRACT", TCIMValue(false),
+                                           ICIMQualifierDecl::kScopeClass,
+                                           ICIMQualifierDecl::kFlavorNone, TContext());
+  abstract->AddToNamespace(TContext());
+  cls->AddQualifier(cls->AllocateQualifier(abstract, TCIMValue(true), TContext()), TContext());
+  cls->AddToNamespace(TContext());
+  EXPECT_EQ(a->GetClass("cim_thing", TContext()), cls);
+  EXPECT_EQ(StatusOf([&] { b->GetClass("CIM_Thing", TContext()); }), kStatusNotFound);
+  EXPECT_FALSE(b->GetQualifierDecl("ABSTRACT", TContext()));
+}
+
+TEST_F(PluginLoadTest, TheFlagDecidesWhetherAClassMayBeDefinedAgain) {
+  for (bool allowRedefinition : {false, true}) {
+    boost::shared_ptr<ICIMNamespace> ns = NewNamespace(allowRedefinition);
+    auto abstract = ns->AllocateQualifierDecl("ABSTRACT", TCIMValue(false),
+                                              ICIMQualifierDecl::kScopeClass,
+                                              ICIMQualifierDecl::kFlavorNone, TContext());
+    abstract->AddToNamespace(TContext());
+    auto first = ns->AllocateClass("Twice", {}, TContext());
+    auto second = ns->AllocateClass("Twice", {}, TContext());
+    for (auto cls : {first, second}) {
+      cls->AddQualifier(cls->AllocateQualifier(abstract, TCIMValue(true), TContext()), TContext());
+    }
+    first->AddToNamespace(TContext());
+    ETYLStatusCode status = StatusOf([&] { second->AddToNamespace(TContext()); });
+    EXPECT_EQ(status, allowRedefinition ? kStatusOk : kStatusAlreadyDefined);
+    EXPECT_EQ(ns->GetClass("Twice", TContext()), allowRedefinition ? second : first);
+  }
+}
+
+}  // namespace

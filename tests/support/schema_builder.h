@@ -1,0 +1,85 @@
+// TSchemaBuilder: builds schemas in a fresh repository namespace for tests,
+// through the element interfaces as a loader would.
+//
+// The namespace comes from the provider and already declares these
+// qualifiers (flavor bits in brackets: 1 enable override, 2 to-subclass):
+//   KEY boolean [2]          ABSTRACT boolean [0]      ASSOCIATION boolean [2]
+//   OVERRIDE string [0]      Description string [1|2]  dontcollect boolean [2]
+//   Version string [2]       Restricted string [0]     Local string [1]
+// and, all [1|2], the display qualifiers UNITS, ValueMap and Values (string
+// arrays), BASE (uint8), NULLDISPLAY, DISPLAYFIXEDUNITS, ABBREVIATEUNITS
+// (boolean).
+
+#ifndef INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
+#define INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
+
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_class.h"
+#include "include/cim_method_decl.h"
+#include "include/cim_property_decl.h"
+#include "include/cim_qualifier.h"
+#include "include/inmem_namespace.h"
+
+// A qualifier to put on an element: the declaration's flavor unless `flavor`
+// is given (>= 0).
+struct TQualifierSpec {
+  TQualifierSpec(const std::string& name, const TCIMValue& value, long flavor = -1)
+      : name(name), value(value), flavor(flavor) {}
+  std::string name;
+  TCIMValue value;
+  long flavor;
+};
+
+class TSchemaBuilder {
+ public:
+  explicit TSchemaBuilder(bool allowRedefinition = false);
+
+  const boost::shared_ptr<TInmemNamespace>& Namespace() const { return ns_; }
+
+  // Allocates a class under `superName` ("" for none) with `qualifiers`;
+  // not entered.
+  boost::shared_ptr<ICIMClass> Class(const std::string& name, const std::string& superName = "",
+                                     const std::vector<TQualifierSpec>& qualifiers = {});
+  // Validates `cls` and enters it into the namespace.
+  void Enter(const boost::shared_ptr<ICIMClass>& cls);
+
+  // Allocates a property declaration of `cls` with `prototype` and
+  // `qualifiers`, then AddToClass.
+  boost::shared_ptr<ICIMPropertyDecl> Property(const boost::shared_ptr<ICIMClass>& cls,
+                                               const std::string& name,
+                                               const TCIMValue& prototype,
+                                               const std::vector<TQualifierSpec>& qualifiers = {});
+  // A key property: string, KEY true.
+  boost::shared_ptr<ICIMPropertyDecl> Key(const boost::shared_ptr<ICIMClass>& cls,
+                                          const std::string& name);
+  // A reference property to `target`.
+  boost::shared_ptr<ICIMPropertyDecl> Reference(const boost::shared_ptr<ICIMClass>& cls,
+                                                const std::string& name,
+                                                const boost::shared_ptr<ICIMClass>& target,
+                                                const std::vector<TQualifierSpec>& qualifiers = {});
+  // Allocates a method of `cls` with `qualifiers`, then AddToClass.
+  boost::shared_ptr<ICIMMethodDecl> Method(const boost::shared_ptr<ICIMClass>& cls,
+                                           const std::string& name, ECIMType returnType,
+                                           const std::vector<TQualifierSpec>& qualifiers = {});
+
+  // Makes a qualifier for `element` from the namespace's declaration.
+  boost::shared_ptr<ICIMQualifier> Qualifier(ICIMNamedElement& element, const TQualifierSpec& spec);
+  // Makes and adds each qualifier.
+  void AddQualifiers(ICIMNamedElement& element, const std::vector<TQualifierSpec>& qualifiers);
+
+ private:
+  void Declare(const std::string& name, const TCIMValue& value, uint32_t flavor);
+
+  boost::shared_ptr<TInmemNamespace> ns_;
+};
+
+// Names of the classes and declarations that an enumeration yields, in order.
+std::vector<std::string> SubclassNames(ICIMClass& cls, bool deep);
+std::vector<std::string> PropertyDeclNames(ICIMClass& cls);
+std::vector<std::string> KeyNames(ICIMClass& cls);
+
+#endif  // INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
