@@ -7,6 +7,7 @@
 
 #include "include/cim_instance.h"
 #include "include/cim_property.h"
+#include "include/inmem_instance.h"
 #include "include/inmem_namespace.h"
 #include "namespace/refusal.h"
 #include "schema/inmem_method_decl.h"
@@ -176,17 +177,8 @@ void TInmemClass::EnumerateProperties(const TPropertyCallback& callback, TContex
 }
 
 boost::shared_ptr<ICIMInstance> TInmemClass::AllocateInstance(TContext) {
-  // Instances of the repository's own kind are not offered yet.
-  throw TTYLException(kStatusNotSupported);
-}
-
-void TInmemClass::EnumerateInstances(const TInstanceCallback& callback, bool deep,
-                                     TContext context) {
-  for (const auto& entry : instances) callback(entry.second);
-  if (!deep) return;
-  for (const boost::shared_ptr<TInmemClass>& subclass : subclasses) {
-    subclass->EnumerateInstances(callback, deep, context);
-  }
+  return boost::make_shared<TInmemInstance>(
+      shared_from_this(), TInmemInstance::kValidateKeysNonNull | TInmemInstance::kValidateReferences);
 }
 
 boost::shared_ptr<ICIMMethodDecl> TInmemClass::AllocateMethodDecl(const std::string& methodName,

@@ -1,10 +1,10 @@
 // A small host: loads the repository plug-in through the core's provider
 // manager, declares a few qualifiers and a small class hierarchy (keys, an
 // association, a method, units and value maps), prints the class tree with
-// its declarations and qualifiers, and shows the display text of a few
-// sample values.
+// its declarations and qualifiers, fills a computer with two disks, prints
+// them with the display text of their values, and walks the associations.
 //
-// Usage: schema_tree [path/to/libinmem.so]
+// Usage: repository_tour [path/to/libinmem.so]
 
 #include <iostream>
 #include <sstream>
@@ -19,7 +19,8 @@
 #include "include/cim_parameter_decl.h"
 #include "include/cim_property_decl.h"
 #include "include/cim_qualifier.h"
-#include "property/inmem_property.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
 
 namespace {
 
@@ -69,25 +70,70 @@ TCIMValue Strings(const std::vector<std::string>& texts) {
   return TCIMValue(kCIMTypeString, std::vector<TCIMValue>(texts.begin(), texts.end()));
 }
 
-// Shows what a person sees for a few sample values of the disk's properties.
-void PrintSampleValues(ICIMNamespace& ns) {
+typedef boost::shared_ptr<ICIMInstance> TInstance;
+
+TInstance AddInstance(ICIMNamespace& ns, const std::string& className,
+                      const std::vector<std::pair<std::string, TCIMValue>>& values) {
+  TInstance instance = ns.GetClass(className, TContext())->AllocateInstance(TContext());
+  for (const auto& value : values) instance->SetPropertyValue(value.first, value.second, TContext());
+  instance->AddToNamespace(TContext());
+  return instance;
+}
+
+TCIMValue PathOf(const TInstance& instance) { return TCIMValue(instance->GetReference(TContext())); }
+
+void PrintInstance(ICIMInstance& instance) {
   const TContext none;
-  TClass disk = ns.GetClass("CIM_DiskDrive", none);
-  const std::pair<const char*, TCIMValue> samples[] = {
-      {"Size", TCIMValue(512110190592ull)},
-      {"TransferRate", TCIMValue(6000000000ull)},
-      {"PowerOnTime", TCIMValue(93784000u)},
-      {"Flags", TCIMValue(static_cast<unsigned short>(0x2d))},
-      {"HealthState", TCIMValue(static_cast<unsigned short>(5))},
-      {"HealthState", TCIMValue(static_cast<unsigned short>(32768))},
-  };
-  std::cout << "Display text of sample values of CIM_DiskDrive:\n";
-  for (const auto& sample : samples) {
-    TInmemProperty property(disk->GetPropertyDecl(sample.first, none));
-    property.SetValue(sample.second, none);
-    std::cout << "  " << sample.first << " = " << sample.second.ToString() << " -> \""
-              << property.GetDisplayValue() << "\"\n";
+  std::cout << "  " << instance.GetReference(none).GetPath() << "\n";
+  instance.EnumerateProperties(
+      [&](boost::shared_ptr<ICIMProperty> property) {
+        if (!property->UsesDefaultValue(none)) {
+          std::cout << "      " << property->GetDecl(none)->GetName(none) << " = "
+                    << property->GetDisplayValue() << "\n";
+        }
+        return true;
+      },
+      none);
+}
+
+// Fills a computer with two disks, prints them, and walks the associations.
+void FillAndWalk(ICIMNamespace& ns) {
+  TInstance host = AddInstance(ns, "CIM_ComputerSystem", {{"Name", TCIMValue("host1")},
+                                                          {"Caption", TCIMValue("Build server")}});
+  TInstance sda = AddInstance(
+      ns, "CIM_DiskDrive",
+      {{"DeviceID", TCIMValue("sda")},
+       {"Size", TCIMValue(512110190592ull)},
+       {"TransferRate", TCIMValue(6000000000ull)},
+       {"PowerOnTime", TCIMValue(93784000u)},
+       {"Flags", TCIMValue(static_cast<unsigned short>(0x2d))},
+       {"HealthState", TCIMValue(static_cast<unsigned short>(5))}});
+  TInstance sdb = AddInstance(ns, "CIM_DiskDrive",
+                              {{"DeviceID", TCIMValue("sdb")},
+                               {"Size", TCIMValue(2000398934016ull)},
+                               {"HealthState", TCIMValue(static_cast<unsigned short>(32768))}});
+  for (const TInstance& disk : {sda, sdb}) {
+    AddInstance(ns, "CIM_SystemDevice",
+                {{"GroupComponent", PathOf(host)}, {"PartComponent", PathOf(disk)}});
   }
+
+  std::cout << "\nInstances, with the display text of the values set:\n";
+  for (const TInstance& instance : {host, sda, sdb}) PrintInstance(*instance);
+
+  std::cout << "\nDisks of host1 (associators through CIM_SystemDevice):\n";
+  host->EnumerateAssociatedInstances(
+      [](TInstance disk) {
+        std::cout << "  " << disk->GetReference(TContext()).GetPath() << "\n";
+        return true;
+      },
+      "CIM_SystemDevice", "CIM_DiskDrive", "GroupComponent", "PartComponent", TContext());
+  std::cout << "Associations that point at sda (references):\n";
+  sda->EnumerateAssociationInstances(
+      [](TInstance link) {
+        std::cout << "  " << link->GetReference(TContext()).GetPath() << "\n";
+        return true;
+      },
+      "", "", TContext());
 }
 
 std::string TypeName(ECIMType type) {
@@ -222,9 +268,9 @@ int main(int argc, char** argv) {
           return true;
         },
         TContext());
-    PrintSampleValues(*ns);
+    FillAndWalk(*ns);
   } catch (const TTYLException& e) {
-    std::cerr << "schema_tree: " << e.GetStatus().GetStatusName() << ": " << e.what() << "\n";
+    std::cerr << "repository_tour: " << e.GetStatus().GetStatusName() << ": " << e.what() << "\n";
     return 1;
   }
   return 0;

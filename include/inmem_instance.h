@@ -1,0 +1,120 @@
+// TInmemInstance: an instance of a repository class.
+//
+// It holds one property value object per property its class declares,
+// keyed by normalised name; the set of properties is fixed at construction
+// (only values change). It is filed in its class, under the path text of its
+// own reference, by AddToNamespace, which first validates it by its validate
+// flags: kValidateKeysNonNull (every key property holds a value) and
+// kValidateReferences (for an association, every reference resolves).
+//
+// Invariant: an instance is owned by a boost::shared_ptr from birth (the
+// class's AllocateInstance does this); AddToNamespace and Delete hand the
+// class a pointer taken from the instance's self-link.
+//
+// An instance holds its class strongly and the class holds its filed
+// instances, so a namespace clears every class's instances when it goes.
+
+#ifndef INMEM_INCLUDE_INMEM_INSTANCE_H_
+#define INMEM_INCLUDE_INMEM_INSTANCE_H_
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include <boost/enable_shared_from_this.hpp>
+
+#include "include/cim_instance.h"
+#include "include/cim_property_decl.h"
+
+class TInmemInstance : public ICIMInstance,
+                       public boost::enable_shared_from_this<TInmemInstance> {
+ public:
+  static const int32_t kValidateKeysNonNull = 1;
+  static const int32_t kValidateReferences = 2;
+
+  // One property per declaration of `cls`; "DateTimeOfCollection", when the
+  // class declares it, is stamped with the local time.
+  TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags);
+  ~TInmemInstance() override;
+
+  // Throws on the first failed check the flags select: a null key (logged
+  // at level 0, status 18) or, for an association, a reference that resolves
+  // to nothing (logged at level 0 for status 15, rethrown as caught).
+  void Validate(TContext context) const override;
+  // Validates, then files the instance in its class. A failed validation is
+  // logged ("Inmem: Instance <class>: invalid references") and not thrown.
+  void AddToNamespace(TContext context) override;
+  // Does nothing: values change through SetPropertyValue.
+  void ModifyInstance(boost::shared_ptr<ICIMInstance>, TContext) override {}
+  // Removes the instance from its class.
+  void Delete(TContext context) override;
+  // The path: the class, the namespace name from the context key "ProvNSP"
+  // (empty without it), and the key properties in the class's key order.
+  TCIMReference GetReference(TContext context) override;
+  TCIMReference GetElementReference(TContext context) override;
+  boost::shared_ptr<ICIMClass> GetClass(TContext) const override { return cls; }
+  // Associators: for each association instance that points at this
+  // instance, its first far end that derives from `resultClass` (by
+  // `resultRole` when given). Callback results do not stop the walk.
+  void EnumerateAssociatedInstances(const TInstanceCallback& callback,
+                                    const std::string& assocClass,
+                                    const std::string& resultClass, const std::string& role,
+                                    const std::string& resultRole, TContext context) override;
+  // References: every association instance that points at this instance
+  // (through `role` when given). Callback results do not stop the walk.
+  void EnumerateAssociationInstances(const TInstanceCallback& callback,
+                                     const std::string& resultClass, const std::string& role,
+                                     TContext context) override;
+  // The property of that name; for a few well-known names the class lacks
+  // ("speedDuplex", "Description", the status properties) a new declaration
+  // is added to the class and a fresh property with its default returned.
+  boost::shared_ptr<ICIMProperty> GetProperty(const std::string& name,
+                                              TContext context) override;
+  void SetPropertyValue(const std::string& name, const TCIMValue& value,
+                        TContext context) override;
+  // Visits every property whatever the callback returns; a TTYLException
+  // from the callback is logged and the walk goes on.
+  void EnumerateProperties(const TPropertyCallback& callback, TContext context) override;
+  // Instances have no method implementations: always a null value.
+  TCIMValue InvokeMethod(const std::string&, const std::map<std::string, TCIMValue>&,
+                         TContext) override {
+    return TCIMValue();
+  }
+  // Instances compare by their class object only.
+  bool operator==(const ICIMInstance& other) const override;
+  bool operator<(const ICIMInstance& other) const override;
+  ICIMInstance& operator=(const ICIMInstance&) override { return *this; }
+
+ private:
+  friend class TReferencesCallback;
+  friend class TExamineInstanceCallback;
+  friend class TExamineInstanceWithRoleCallback;
+  friend class TAssociatorsExamineCallback;
+  friend class TAssociatorsExamineWithResultRoleCallback;
+
+  bool InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl);
+  bool ValidateKeyNonNull(const std::string* keyName) const;
+
+  bool ExamineCandidateClass(const TInstanceCallback& callback, const std::string& role,
+                             boost::shared_ptr<ICIMClass> assocClass);
+  bool ExamineCandidateClassInstance(const TInstanceCallback& callback,
+                                     boost::shared_ptr<ICIMInstance> candidate);
+  bool ExamineCandidateClassInstanceWithRole(const TInstanceCallback& callback,
+                                             const std::string& role,
+                                             boost::shared_ptr<ICIMInstance> candidate);
+  bool ExamineCandidate(const TInstanceCallback& callback,
+                        boost::shared_ptr<ICIMClass> resultClass, const std::string& role,
+                        boost::shared_ptr<TInmemInstance> association);
+  bool ExamineCandidateWithResultRole(const TInstanceCallback& callback,
+                                      boost::shared_ptr<ICIMClass> resultClass,
+                                      const std::string& resultRole,
+                                      boost::shared_ptr<TInmemInstance> association);
+  // Whether `element` is this very instance.
+  bool IsThis(const boost::shared_ptr<ICIMElement>& element) const;
+
+  int32_t validateFlags;
+  boost::shared_ptr<ICIMClass> cls;
+  std::map<std::string, boost::shared_ptr<ICIMProperty>> properties;
+};
+
+#endif  // INMEM_INCLUDE_INMEM_INSTANCE_H_

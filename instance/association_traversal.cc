@@ -1,0 +1,155 @@
+// TInmemInstance: references and associators.
+//
+// The class side names the association classes that can point at this
+// instance's class (or an ancestor); each of their instances is examined for
+// a reference that resolves to this very instance. Walks go on whatever the
+// user callback returns, report duplicates as they come, and skip references
+// that point nowhere (status 15); any other failure ends the walk.
+
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_namespace.h"
+#include "include/cim_property.h"
+#include "include/inmem_instance.h"
+#include "include/inmem_namespace.h"
+#include "instance/association_callbacks.h"
+
+namespace {
+
+// The element a reference value resolves to; status 15 when it resolves to
+// nothing (a null reference included).
+boost::shared_ptr<ICIMElement> Resolve(const TCIMValue& reference) {
+  if (reference.IsNull()) throw TTYLException(kStatusNotFound);
+  return static_cast<TCIMReference>(reference).GetCIMElement(false);
+}
+
+// Runs `examine`; a status-15 failure is no match, any other is thrown on.
+template <typename F>
+void UnlessNotFound(F examine) {
+  try {
+    examine();
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound) throw TTYLException(e.GetStatus());
+  }
+}
+
+}  // namespace
+
+bool TInmemInstance::IsThis(const boost::shared_ptr<ICIMElement>& element) const {
+  return element.get() == static_cast<const ICIMElement*>(this);
+}
+
+void TInmemInstance::EnumerateAssociationInstances(const TInstanceCallback& callback,
+                                                   const std::string& resultClass,
+                                                   const std::string& role, TContext) {
+  TReferencesCallback examineClass(shared_from_this(), callback, role);
+  cls->EnumerateAssociationClasses(examineClass, resultClass, role, TContext());
+}
+
+bool TInmemInstance::ExamineCandidateClass(const TInstanceCallback& callback,
+                                           const std::string& role,
+                                           boost::shared_ptr<ICIMClass> assocClass) {
+  if (!role.empty()) {
+    assocClass->EnumerateInstances(
+        TExamineInstanceWithRoleCallback(shared_from_this(), callback, role), false, TContext());
+  } else {
+    assocClass->EnumerateInstances(TExamineInstanceCallback(shared_from_this(), callback), false,
+                                   TContext());
+  }
+  return true;  // the class enumeration always goes on
+}
+
+bool TInmemInstance::ExamineCandidateClassInstance(const TInstanceCallback& callback,
+                                                   boost::shared_ptr<ICIMInstance> candidate) {
+  TInmemInstance& association = static_cast<TInmemInstance&>(*candidate);
+  for (const auto& entry : association.properties) {
+    const TCIMValue& value = entry.second->GetValue(TContext());
+    if (!value.IsReference()) continue;
+    bool reported = false;
+    UnlessNotFound([&] {
+      if (IsThis(Resolve(value))) {
+        callback(candidate);
+        reported = true;
+      }
+    });
+    if (reported) break;
+  }
+  return true;
+}
+
+bool TInmemInstance::ExamineCandidateClassInstanceWithRole(
+    const TInstanceCallback& callback, const std::string& role,
+    boost::shared_ptr<ICIMInstance> candidate) {
+  UnlessNotFound([&] {
+    const TCIMValue& value = candidate->GetProperty(role, TContext())->GetValue(TContext());
+    if (value.IsReference() && IsThis(Resolve(value))) callback(candidate);
+  });
+  return true;
+}
+
+void TInmemInstance::EnumerateAssociatedInstances(const TInstanceCallback& callback,
+                                                  const std::string& assocClass,
+                                                  const std::string& resultClass,
+                                                  const std::string& role,
+                                                  const std::string& resultRole, TContext) {
+  boost::shared_ptr<ICIMClass> result;
+  try {
+    result = cls->GetNamespace(TContext())->GetClass(resultClass, TContext());
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() == kStatusNotFound) return;  // an unknown result class yields nothing
+    throw TTYLException(e.GetStatus());
+  }
+  // With a result role the role is not used at all.
+  if (!resultRole.empty()) {
+    EnumerateAssociationInstances(
+        TAssociatorsExamineWithResultRoleCallback(this, callback, resultRole, result), assocClass,
+        "", TContext());
+  } else {
+    EnumerateAssociationInstances(TAssociatorsExamineCallback(this, callback, role, result),
+                                  assocClass, "", TContext());
+  }
+}
+
+bool TInmemInstance::ExamineCandidateWithResultRole(
+    const TInstanceCallback& callback, boost::shared_ptr<ICIMClass> resultClass,
+    const std::string& resultRole, boost::shared_ptr<TInmemInstance> association) {
+  UnlessNotFound([&] {
+    const TCIMValue& value = association->GetProperty(resultRole, TContext())->GetValue(TContext());
+    if (!value.IsReference()) return;
+    boost::shared_ptr<ICIMClass> farClass = value.GetReferencedClass();
+    if (farClass && farClass->IsSubclassOf(resultClass, TContext())) {
+      callback(boost::dynamic_pointer_cast<ICIMInstance>(Resolve(value)));
+    }
+  });
+  return true;
+}
+
+bool TInmemInstance::ExamineCandidate(const TInstanceCallback& callback,
+                                      boost::shared_ptr<ICIMClass> resultClass,
+                                      const std::string& role,
+                                      boost::shared_ptr<TInmemInstance> association) {
+  const std::string roleKey = TInmemNamespace::NormalizeName(role);
+  bool ownEndFound = false;
+  for (const auto& entry : association->properties) {
+    const TCIMValue& value = entry.second->GetValue(TContext());
+    if (!value.IsReference()) continue;
+    bool done = false, result = true;
+    UnlessNotFound([&] {
+      boost::shared_ptr<ICIMClass> farClass = value.GetReferencedClass();
+      if (!ownEndFound) {
+        // Only the first end that is this instance (or the named role) is
+        // the own end; a second self-reference is a far end like any other.
+        if (!roleKey.empty() ? entry.first == roleKey
+                             : farClass == cls && IsThis(Resolve(value))) {
+          ownEndFound = true;
+          return;
+        }
+      }
+      if (!farClass || !farClass->IsSubclassOf(resultClass, TContext())) return;
+      result = callback(boost::dynamic_pointer_cast<ICIMInstance>(Resolve(value)));
+      done = true;  // at most one far end per association instance
+    });
+    if (done) return result;
+  }
+  return true;
+}

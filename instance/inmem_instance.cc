@@ -1,0 +1,205 @@
+// TInmemInstance: construction, validation, entry into the namespace and
+// property access.
+
+#include "include/inmem_instance.h"
+
+#include <boost/bind/bind.hpp>
+#include <boost/make_shared.hpp>
+
+#include "core/os_specific.h"
+#include "include/cim_class.h"
+#include "include/cim_property.h"
+#include "include/inmem_namespace.h"
+#include "namespace/refusal.h"
+#include "property/inmem_property.h"
+#include "schema/inmem_class.h"
+
+namespace {
+
+// The properties a viewer may ask of any instance, and what it gets when the
+// class never declared them.
+struct TFallback {
+  std::string name;
+  TCIMValue value;
+};
+
+bool Contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+// By plain, case-sensitive substring search on the name as asked: a longer
+// name that contains a trigger word is served too.
+bool FindFallback(const std::string& asked, TFallback* fallback) {
+  if (Contains(asked, "speedDuplex")) {
+    *fallback = {"speedDuplex", TCIMValue("Unknown")};
+    return true;
+  }
+  if (Contains(asked, "Description")) {
+    *fallback = {"Description", TCIMValue(" ")};
+    return true;
+  }
+  for (const char* status : {"CommunicationStatus", "DetailedStatus", "HealthState",
+                             "OperatingStatus", "PrimaryStatus"}) {
+    if (Contains(asked, status)) {
+      *fallback = {asked, TCIMValue(static_cast<unsigned short>(0))};
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags)
+    : validateFlags(validateFlags), cls(cls) {
+  cls->EnumeratePropertyDecls(boost::bind(&TInmemInstance::InsertProp, this, boost::placeholders::_1),
+                              TContext());
+  try {
+    cls->GetPropertyDecl("DateTimeOfCollection", TContext());
+    SetPropertyValue("DateTimeOfCollection", TCIMValue(TOSSpecific::GetLocalTime()), TContext());
+  } catch (const TTYLException& e) {
+    // A class without the declaration gives instances without the stamp.
+    if (e.GetStatusCode() != kStatusNotFound) throw TTYLException(e.GetStatus());
+  }
+}
+
+TInmemInstance::~TInmemInstance() = default;
+
+bool TInmemInstance::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
+  // The first of two declarations that normalise alike keeps its place.
+  properties.emplace(TInmemNamespace::NormalizeName(decl->GetName(TContext())),
+                     boost::make_shared<TInmemProperty>(decl));
+  return true;
+}
+
+void TInmemInstance::Validate(TContext) const {
+  if ((validateFlags & kValidateKeysNonNull) != 0) {
+    cls->EnumerateKeys(
+        [this](const std::string& keyName) { return ValidateKeyNonNull(&keyName); },
+        TContext());
+  }
+  if ((validateFlags & kValidateReferences) == 0) return;
+  if (!cls->IsAssociation(TContext())) return;
+  for (const auto& entry : properties) {
+    const TCIMValue& value = entry.second->GetValue(TContext());
+    if (!value.IsReference()) continue;
+    // A null reference is a path to nothing.
+    TCIMReference path = value.IsNull() ? TCIMReference() : static_cast<TCIMReference>(value);
+    try {
+      path.GetCIMElement(false);
+    } catch (const TTYLException& e) {
+      if (e.GetStatusCode() == kStatusNotFound) {
+        TRootObject::GetCoreLogger()->Log(
+            kValidationLogLevel, "Inmem: Reference " + path.GetPath() + " doesn't point to anything!");
+      }
+      throw TTYLException(e.GetStatus());
+    }
+  }
+}
+
+bool TInmemInstance::ValidateKeyNonNull(const std::string* keyName) const {
+  // GetProperty may add a fallback declaration to the class; it reads only.
+  boost::shared_ptr<ICIMProperty> key =
+      const_cast<TInmemInstance*>(this)->GetProperty(*keyName, TContext());
+  if (!key->GetValue(TContext()).IsNull()) return true;
+  ThrowLogged(kValidationLogLevel,
+              "Inmem: Instance " + cls->GetName(TContext()) + ": key property " + *keyName +
+                  " is NULL",
+              kStatusNullKey);
+}
+
+void TInmemInstance::AddToNamespace(TContext context) {
+  try {
+    Validate(context);
+  } catch (const TTYLException&) {
+    // "invalid references" for a null key too: the wording is kept as it is.
+    TRootObject::GetCoreLogger()->Log(
+        kValidationLogLevel, "Inmem: Instance " + cls->GetName(TContext()) + ": invalid references");
+    return;
+  }
+  cls->AddInstance(shared_from_this(), context);
+}
+
+void TInmemInstance::Delete(TContext context) {
+  cls->RemoveInstance(shared_from_this(), context);
+}
+
+boost::shared_ptr<ICIMProperty> TInmemInstance::GetProperty(const std::string& name, TContext) {
+  auto it = properties.find(TInmemNamespace::NormalizeName(name));
+  if (it != properties.end()) return it->second;
+  TFallback fallback;
+  if (!FindFallback(name, &fallback)) throw TTYLException(kStatusNotFound);
+  // From now on the class declares the property; this instance does not hold
+  // it, so each request makes a fresh property with the default.
+  boost::shared_ptr<ICIMClass> owner = GetClass(TContext());
+  boost::shared_ptr<ICIMPropertyDecl> decl =
+      owner->AllocatePropertyDecl(fallback.name, fallback.value, TContext());
+  owner->AddProperty(decl, TContext());
+  return boost::make_shared<TInmemProperty>(owner->GetPropertyDecl(fallback.name, TContext()));
+}
+
+void TInmemInstance::SetPropertyValue(const std::string& name, const TCIMValue& value,
+                                      TContext) {
+  auto it = properties.find(TInmemNamespace::NormalizeName(name));
+  if (it != properties.end()) {
+    it->second->SetValue(value, TContext());
+    return;
+  }
+  if (Contains(name, "speedDuplex")) return;  // dropped without a word
+  throw TTYLException(kStatusNotFound);
+}
+
+void TInmemInstance::EnumerateProperties(const TPropertyCallback& callback, TContext) {
+  for (const auto& entry : properties) {
+    try {
+      callback(entry.second);  // the result does not stop the walk
+    } catch (const TTYLException&) {
+      LogRefusal("TInmemInstance::EnumerateProperties: Failed in Enumerate the Property \"" +
+                 entry.second->GetDecl(TContext())->GetName(TContext()) + "\" of Class " +
+                 cls->GetName(TContext()));
+    }
+  }
+}
+
+namespace {
+
+// Fills a path with the key values of one instance, in key order.
+class TBuildPathCallback {
+ public:
+  TBuildPathCallback(boost::shared_ptr<TInmemInstance> instance, TCIMReference* reference)
+      : instance_(instance), reference_(reference) {}
+
+  bool operator()(const std::string& keyName) const {
+    boost::shared_ptr<ICIMProperty> key = instance_->GetProperty(keyName, TContext());
+    reference_->AddKeyValue(keyName, key->GetValue(TContext()));
+    return true;
+  }
+
+ private:
+  boost::shared_ptr<TInmemInstance> instance_;
+  TCIMReference* reference_;
+};
+
+}  // namespace
+
+TCIMReference TInmemInstance::GetReference(TContext context) {
+  TCIMReference reference{boost::shared_ptr<ICIMNamespace>(), TContext()};
+  reference.SetClass(cls);
+  auto provNsp = context.find("ProvNSP");
+  reference.SetNameSpaceName(provNsp == context.end() ? std::string()
+                                                      : static_cast<std::string>(provNsp->second));
+  cls->EnumerateKeys(TBuildPathCallback(shared_from_this(), &reference), TContext());
+  return reference;
+}
+
+TCIMReference TInmemInstance::GetElementReference(TContext context) {
+  return GetReference(context);
+}
+
+bool TInmemInstance::operator==(const ICIMInstance& other) const {
+  return cls == other.GetClass(TContext());
+}
+
+bool TInmemInstance::operator<(const ICIMInstance& other) const {
+  return cls.owner_before(other.GetClass(TContext()));
+}

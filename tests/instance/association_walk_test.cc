@@ -1,0 +1,188 @@
+// References and associators over a small system-with-components model.
+
+#include <gtest/gtest.h>
+
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
+
+namespace {
+
+typedef boost::shared_ptr<ICIMInstance> TInstance;
+typedef std::vector<std::string> TNames;
+
+// ManagedElement (abstract) <- System (key Name), Device (key Id) <- Disk
+// Component: GroupComponent -> System, PartComponent -> Device
+//   SystemDevice : Component
+// Peer: Left -> System, Right -> System
+// Note: Descriptor -> ManagedElement, Text (key)
+class AssociationWalkTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto element = s_.Class("ManagedElement", "", {{"ABSTRACT", TCIMValue(true)}});
+    s_.Enter(element);
+    auto system = Keyed("System", "ManagedElement", "Name");
+    auto device = Keyed("Device", "ManagedElement", "Id");
+    Keyed("Disk", "Device", "");
+    Association("Component", "", {{"GroupComponent", system}, {"PartComponent", device}});
+    Association("SystemDevice", "Component", {});
+    Association("Peer", "", {{"Left", system}, {"Right", system}});
+    auto note = Association("Note", "", {{"Descriptor", element}});
+    s_.Key(note, "Text");
+
+    sys1_ = Make("System", {{"Name", TCIMValue("sys1")}});
+    sys2_ = Make("System", {{"Name", TCIMValue("sys2")}});
+    disk1_ = Make("Disk", {{"Id", TCIMValue("disk1")}});
+    disk2_ = Make("Disk", {{"Id", TCIMValue("disk2")}});
+    Link("Component", "GroupComponent", sys1_, "PartComponent", disk1_);
+    Link("Component", "GroupComponent", sys1_, "PartComponent", disk2_);
+    Link("SystemDevice", "GroupComponent", sys1_, "PartComponent", disk1_);
+    Link("Peer", "Left", sys1_, "Right", sys1_);
+    Link("Peer", "Left", sys2_, "Right", sys1_);
+    Make("Note", {{"Descriptor", Ref(sys2_)}, {"Text", TCIMValue("spare")}});
+  }
+
+  boost::shared_ptr<ICIMClass> Keyed(const std::string& name, const std::string& super,
+                                     const std::string& key) {
+    auto cls = s_.Class(name, super);
+    if (!key.empty()) s_.Key(cls, key);
+    s_.Enter(cls);
+    return cls;
+  }
+
+  boost::shared_ptr<ICIMClass> Association(
+      const std::string& name, const std::string& super,
+      const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
+    auto cls = s_.Class(name, super, {{"ASSOCIATION", TCIMValue(true)}});
+    for (const auto& end : ends) s_.Reference(cls, end.first, end.second, {{"KEY", TCIMValue(true)}});
+    s_.Enter(cls);
+    return cls;
+  }
+
+  TInstance Make(const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values) {
+    TInstance instance = s_.Namespace()->GetClass(cls, TContext())->AllocateInstance(TContext());
+    for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, TContext());
+    instance->AddToNamespace(TContext());
+    return instance;
+  }
+
+  static TCIMValue Ref(const TInstance& to) { return TCIMValue(to->GetReference(TContext())); }
+
+  void Link(const std::string& cls, const std::string& a, const TInstance& to, const std::string& b,
+            const TInstance& other) {
+    Make(cls, {{a, Ref(to)}, {b, Ref(other)}});
+  }
+
+  // "Class(k1,k2)": the key values in key order; a reference key by the
+  // first key value of the instance it points at.
+  static std::string Label(const TInstance& instance) {
+    std::string label = instance->GetClass(TContext())->GetName(TContext()) + "(";
+    std::string separator;
+    TCIMReference path = instance->GetReference(TContext());
+    for (const auto& key : path.GetKeyBindings()) {
+      const TCIMValue& v = key.second;
+      label += separator + (v.IsReference()
+                                ? static_cast<TCIMReference>(v).GetKeyBindings().at(0).second.ToString()
+                                : v.ToString());
+      separator = ",";
+    }
+    return label + ")";
+  }
+
+  TNames References(const TInstance& from, const std::string& resultClass, const std::string& role) {
+    TNames seen;
+    from->EnumerateAssociationInstances(
+        [&](TInstance i) {
+          seen.push_back(Label(i));
+          return false;  // never stops the walk
+        },
+        resultClass, role, TContext());
+    return seen;
+  }
+
+  TNames Associators(const TInstance& from, const std::string& assocClass,
+                     const std::string& resultClass, const std::string& role,
+                     const std::string& resultRole) {
+    TNames seen;
+    from->EnumerateAssociatedInstances(
+        [&](TInstance i) {
+          seen.push_back(Label(i));
+          return false;
+        },
+        assocClass, resultClass, role, resultRole, TContext());
+    return seen;
+  }
+
+  TSchemaBuilder s_;
+  TInstance sys1_, sys2_, disk1_, disk2_;
+};
+
+TEST_F(AssociationWalkTest, ReferencesReportEveryAssociationThatPointsHere) {
+  EXPECT_EQ(References(disk1_, "", ""), TNames({"Component(sys1,disk1)", "SystemDevice(sys1,disk1)"}));
+  // Association class order, then instance (path) order; the self-association once.
+  EXPECT_EQ(References(sys1_, "", ""),
+            TNames({"Component(sys1,disk1)", "Component(sys1,disk2)", "Peer(sys1,sys1)",
+                    "Peer(sys2,sys1)", "SystemDevice(sys1,disk1)"}));
+  EXPECT_EQ(References(sys1_, "", "Right"), TNames({"Peer(sys1,sys1)", "Peer(sys2,sys1)"}));
+  EXPECT_EQ(References(sys1_, "Component", "GroupComponent"),
+            TNames({"Component(sys1,disk1)", "Component(sys1,disk2)", "SystemDevice(sys1,disk1)"}));
+  EXPECT_TRUE(References(sys1_, "", "NoSuchRole").empty());
+  // An association declared against an ancestor class is found too, after
+  // those of the instance's own class.
+  EXPECT_EQ(References(sys2_, "", ""), TNames({"Peer(sys2,sys1)", "Note(sys2,spare)"}));
+}
+
+TEST_F(AssociationWalkTest, AssociatorsReportTheFarEnds) {
+  // Two associations lead to disk1: it is reported twice. The self-peer
+  // yields sys1 itself; the other peer yields sys2.
+  EXPECT_EQ(Associators(sys1_, "", "", "", ""),
+            TNames({"Disk(disk1)", "Disk(disk2)", "System(sys1)", "System(sys2)", "Disk(disk1)"}));
+  EXPECT_EQ(Associators(sys1_, "", "Device", "", ""),
+            TNames({"Disk(disk1)", "Disk(disk2)", "Disk(disk1)"}));
+  EXPECT_EQ(Associators(sys1_, "Peer", "", "", ""), TNames({"System(sys1)", "System(sys2)"}));
+  EXPECT_EQ(Associators(disk2_, "", "System", "", ""), TNames({"System(sys1)"}));
+  EXPECT_TRUE(Associators(disk2_, "", "NoSuchClass", "", "").empty());
+  // With the role named, that end is the own end even where it is not this instance.
+  EXPECT_EQ(Associators(sys1_, "Peer", "", "Right", ""), TNames({"System(sys1)", "System(sys2)"}));
+  EXPECT_EQ(Associators(sys1_, "Peer", "", "Left", ""), TNames({"System(sys1)", "System(sys1)"}));
+}
+
+TEST_F(AssociationWalkTest, AResultRoleNamesTheFarEndAndOverridesTheRole) {
+  EXPECT_EQ(Associators(sys1_, "Peer", "", "", "Left"), TNames({"System(sys1)", "System(sys2)"}));
+  EXPECT_EQ(Associators(sys1_, "Peer", "", "NoSuchRole", "Left"), Associators(sys1_, "Peer", "", "", "Left"));
+  EXPECT_TRUE(Associators(sys1_, "", "System", "", "PartComponent").empty());
+}
+
+TEST_F(AssociationWalkTest, DanglingReferencesAreSkipped) {
+  disk1_->Delete(TContext());
+  EXPECT_EQ(Associators(sys1_, "Component", "", "", ""), TNames({"Disk(disk2)"}));
+  EXPECT_EQ(References(sys1_, "Component", ""),
+            TNames({"Component(sys1,disk1)", "Component(sys1,disk2)", "SystemDevice(sys1,disk1)"}));
+}
+
+TEST_F(AssociationWalkTest, FailuresOtherThanNotFoundEndTheWalk) {
+  int calls = 0;
+  EXPECT_EQ(StatusOf([&] {
+              sys1_->EnumerateAssociatedInstances(
+                  [&](TInstance) -> bool {
+                    ++calls;
+                    throw TTYLException(kStatusTypeMismatch);
+                  },
+                  "", "", "", "", TContext());
+            }),
+            kStatusTypeMismatch);
+  EXPECT_EQ(calls, 1);
+  calls = 0;
+  sys1_->EnumerateAssociationInstances(
+      [&](TInstance) -> bool {
+        ++calls;
+        throw TTYLException(kStatusNotFound);  // swallowed like a dangling reference
+      },
+      "", "", TContext());
+  // The walk goes on with the next property: the self-peer reaches the
+  // callback a second time through its other end.
+  EXPECT_EQ(calls, 6);
+}
+
+}  // namespace

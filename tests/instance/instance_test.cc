@@ -1,0 +1,282 @@
+#include "include/inmem_instance.h"
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include "core/os_specific.h"
+#include "include/cim_property.h"
+#include "include/processor_cache_state.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
+
+namespace {
+
+typedef std::vector<TCapturingLogger::TLine> TLines;
+typedef boost::shared_ptr<ICIMInstance> TInstance;
+
+class InstanceTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    port_ = s_.Class("Port");
+    s_.Key(port_, "SystemName");
+    s_.Key(port_, "DeviceID");
+    s_.Property(port_, "Speed", TCIMValue::Null(kCIMTypeUint64));
+    s_.Enter(port_);
+  }
+
+  TInstance NewPort(const std::string& system, const std::string& device) {
+    TInstance port = port_->AllocateInstance(TContext());
+    port->SetPropertyValue("SystemName", TCIMValue(system), TContext());
+    port->SetPropertyValue("deviceid", TCIMValue(device), TContext());
+    return port;
+  }
+
+  TSchemaBuilder s_;
+  boost::shared_ptr<ICIMClass> port_;
+};
+
+TEST_F(InstanceTest, PathsNameTheKeysAndTheContextNamespace) {
+  TInstance port = NewPort("host", "eth0");
+  EXPECT_EQ(port->GetReference(TContext()).GetPath(),
+            "port.deviceid=\"eth0\",systemname=\"host\"");
+  TContext inNamespace{{"ProvNSP", TCIMValue("NOKRTYL20")}};
+  EXPECT_EQ(port->GetElementReference(inNamespace).GetPath(),
+            "NOKRTYL20:port.deviceid=\"eth0\",systemname=\"host\"");
+  // Keys come in the class's key order, as declared names.
+  TCIMReference path = port->GetReference(TContext());
+  ASSERT_EQ(path.GetKeyBindings().size(), 2u);
+  EXPECT_EQ(path.GetKeyBindings()[0].first, "DeviceID");
+  auto singleton = s_.Class("Singleton", "", {{"ABSTRACT", TCIMValue(true)}});
+  s_.Enter(singleton);
+  EXPECT_EQ(singleton->AllocateInstance(TContext())->GetReference(inNamespace).GetPath(),
+            "NOKRTYL20:singleton");
+}
+
+TEST_F(InstanceTest, AnInstanceIsFiledUnderItsPathUntilDeletedOrCleared) {
+  TInstance port = NewPort("host", "eth0");
+  TCIMReference path = port->GetReference(TContext());
+  EXPECT_FALSE(s_.Namespace()->GetInstance(path, TContext()));
+  port->AddToNamespace(TContext());
+  EXPECT_EQ(s_.Namespace()->GetInstance(path, TContext()), port);
+  EXPECT_EQ(s_.Namespace()->GetInstance(TCIMReference::Parse("PORT.DeviceID=\"eth0\",SystemName=\"host\"",
+                                                             s_.Namespace()),
+                                        TContext()),
+            port);
+  port->Delete(TContext());
+  EXPECT_FALSE(s_.Namespace()->GetInstance(path, TContext()));
+  port->AddToNamespace(TContext());
+  s_.Namespace()->ClearInstances();
+  EXPECT_FALSE(s_.Namespace()->GetInstance(path, TContext()));
+  EXPECT_EQ(s_.Namespace()->GetClass("Port", TContext()), port_);
+}
+
+TEST_F(InstanceTest, ValidationFollowsTheFlags) {
+  auto link = s_.Class("Link", "", {{"ASSOCIATION", TCIMValue(true)}});
+  s_.Reference(link, "To", port_, {{"KEY", TCIMValue(true)}});
+  s_.Enter(link);
+  TCIMReference nowhere = NewPort("host", "gone")->GetReference(TContext());
+  const std::string danglingLine =
+      "Inmem: Reference " + nowhere.GetPath() + " doesn't point to anything!";
+  struct Row {
+    const char* what;
+    boost::shared_ptr<ICIMClass> cls;
+    int flags;
+    bool nullKey;
+    TLines lines;  // logged by AddToNamespace, all at level 0
+  };
+  const Row rows[] = {
+      {"no checks", port_, 0, true, {}},
+      {"references only, not an association", port_, 2, true, {}},
+      {"null key", port_, 1, true,
+       {{0, "Inmem: Instance Port: key property DeviceID is NULL"},
+        {0, "Inmem: Instance Port: invalid references"}}},
+      {"keys set", port_, 3, false, {}},
+      {"dangling reference", link, 2, false,
+       {{0, danglingLine}, {0, "Inmem: Instance Link: invalid references"}}},
+      {"dangling reference, keys only", link, 1, false, {}},
+  };
+  for (const Row& row : rows) {
+    auto instance = boost::make_shared<TInmemInstance>(row.cls, row.flags);
+    if (row.cls == port_) {
+      instance->SetPropertyValue("SystemName", TCIMValue("host"), TContext());
+      if (!row.nullKey) instance->SetPropertyValue("DeviceID", TCIMValue("eth9"), TContext());
+    } else {
+      instance->SetPropertyValue("To", TCIMValue(nowhere), TContext());
+    }
+    TCapturingLogger log;
+    instance->AddToNamespace(TContext());  // never throws the validation error
+    EXPECT_EQ(log.Lines(), row.lines) << row.what;
+    bool filed = static_cast<bool>(
+        s_.Namespace()->GetInstance(instance->GetReference(TContext()), TContext()));
+    EXPECT_EQ(filed, row.lines.empty()) << row.what;
+    s_.Namespace()->ClearInstances();
+  }
+  auto strict = boost::make_shared<TInmemInstance>(link, 2);
+  strict->SetPropertyValue("To", TCIMValue(nowhere), TContext());
+  TCapturingLogger log;
+  EXPECT_EQ(StatusOf([&] { strict->Validate(TContext()); }), kStatusNotFound);
+}
+
+TEST_F(InstanceTest, WellKnownPropertiesAreMadeOnDemand) {
+  TInstance port = NewPort("host", "eth0");
+  struct Row {
+    const char* asked;
+    const char* declared;
+    TCIMValue value;
+  };
+  const Row rows[] = {
+      {"HealthState", "HealthState", TCIMValue(static_cast<unsigned short>(0))},
+      {"PortHealthStateEx", "PortHealthStateEx", TCIMValue(static_cast<unsigned short>(0))},
+      {"Description", "Description", TCIMValue(" ")},
+      {"LongDescription", "Description", TCIMValue(" ")},
+      {"speedDuplexMode", "speedDuplex", TCIMValue("Unknown")},
+  };
+  for (const Row& row : rows) {
+    boost::shared_ptr<ICIMProperty> first = port->GetProperty(row.asked, TContext());
+    EXPECT_EQ(first->GetValue(TContext()), row.value) << row.asked;
+    EXPECT_EQ(first->GetDecl(TContext())->GetName(TContext()), row.declared);
+    EXPECT_NE(port->GetProperty(row.asked, TContext()), first);  // fresh each time
+    EXPECT_TRUE(port_->GetPropertyDecl(row.declared, TContext()));
+  }
+  EXPECT_EQ(StatusOf([&] { port->GetProperty("healthstate_x", TContext()); }), kStatusNotFound);
+  EXPECT_EQ(StatusOf([&] { port->SetPropertyValue("Nope", TCIMValue(1), TContext()); }),
+            kStatusNotFound);
+  port->SetPropertyValue("speedDuplex", TCIMValue("Full"), TContext());  // dropped silently
+  // Instances made later hold the new declarations like any other.
+  TInstance later = NewPort("host", "eth1");
+  EXPECT_EQ(later->GetProperty("description", TContext())->GetValue(TContext()), TCIMValue(" "));
+  EXPECT_EQ(later->GetProperty("HEALTHSTATE", TContext()), later->GetProperty("HealthState", TContext()));
+}
+
+TEST_F(InstanceTest, EnumeratingPropertiesVisitsAllAndLogsFailures) {
+  TInstance port = NewPort("host", "eth0");
+  std::vector<std::string> seen;
+  TCapturingLogger log;
+  port->EnumerateProperties(
+      [&](boost::shared_ptr<ICIMProperty> p) -> bool {
+        seen.push_back(p->GetDecl(TContext())->GetName(TContext()));
+        if (seen.size() == 1) throw TTYLException(kStatusTypeMismatch);
+        return false;
+      },
+      TContext());
+  EXPECT_EQ(seen, std::vector<std::string>({"DeviceID", "Speed", "SystemName"}));
+  EXPECT_EQ(log.Lines(), TLines({{3, "TInmemInstance::EnumerateProperties: Failed in Enumerate the "
+                                     "Property \"DeviceID\" of Class Port"}}));
+}
+
+TEST_F(InstanceTest, CollectionTimeIsStampedWhenDeclared) {
+  EXPECT_EQ(StatusOf([&] { NewPort("h", "d")->GetProperty("DateTimeOfCollection", TContext()); }),
+            kStatusNotFound);
+  auto stamped = s_.Class("Stamped", "", {{"ABSTRACT", TCIMValue(true)}});
+  s_.Property(stamped, "DateTimeOfCollection", TCIMValue::Null(kCIMTypeDateTime));
+  TCIMDateTime before = TOSSpecific::GetLocalTime();
+  TInstance instance = stamped->AllocateInstance(TContext());
+  TCIMDateTime when =
+      static_cast<TCIMDateTime>(instance->GetProperty("DateTimeOfCollection", TContext())->GetValue(TContext()));
+  EXPECT_FALSE(when.IsInterval());
+  EXPECT_FALSE(when < before);
+}
+
+TEST_F(InstanceTest, InstancesCompareByClassOnly) {
+  TInstance a = NewPort("h", "1"), b = NewPort("h", "2");
+  auto other = s_.Class("Other", "", {{"ABSTRACT", TCIMValue(true)}});
+  TInstance c = other->AllocateInstance(TContext());
+  EXPECT_TRUE(*a == *b);
+  EXPECT_FALSE(*a < *b || *b < *a);
+  EXPECT_FALSE(*a == *c);
+  EXPECT_NE(*a < *c, *c < *a);
+  EXPECT_TRUE(a->InvokeMethod("Reset", {}, TContext()).IsNull());
+}
+
+// The processor correction, for one processor of status `status`.
+class ProcessorRuleTest : public testing::Test {
+ protected:
+  void TearDown() override { g_L1Enabled = g_L2Enabled = g_L3Enabled = -1; }
+
+  // Enumerates a class named `className` holding one processor and returns
+  // its cache flags after the enumeration, and the log.
+  std::vector<TCIMValue> Enumerate(const std::string& className, const TCIMValue& status,
+                                   TLines* lines) {
+    TSchemaBuilder s;
+    auto cpu = s.Class(className);
+    s.Key(cpu, "DeviceID");
+    s.Property(cpu, "CPUStatus", TCIMValue::Null(status.GetType()));
+    for (const char* cache : {"L1Enabled", "L2Enabled", "L3Enabled"}) {
+      s.Property(cpu, cache, TCIMValue::Null(kCIMTypeBoolean));
+    }
+    s.Enter(cpu);
+    TInstance processor = cpu->AllocateInstance(TContext());
+    processor->SetPropertyValue("DeviceID", TCIMValue("CPU0"), TContext());
+    processor->SetPropertyValue("CPUStatus", status, TContext());
+    processor->AddToNamespace(TContext());
+    TCapturingLogger log;
+    int seen = 0;
+    cpu->EnumerateInstances([&](TInstance) { return ++seen < 0; }, false, TContext());
+    EXPECT_EQ(seen, 1);
+    *lines = log.Lines();
+    std::vector<TCIMValue> caches;
+    for (const char* cache : {"L1Enabled", "L2Enabled", "L3Enabled"}) {
+      caches.push_back(processor->GetProperty(cache, TContext())->GetValue(TContext()));
+    }
+    return caches;
+  }
+};
+
+TEST_F(ProcessorRuleTest, StatusOneTakesTheKnownCacheStates) {
+  const TCIMValue unset = TCIMValue::Null(kCIMTypeBoolean);
+  const TCIMValue one(static_cast<unsigned short>(1));
+  TLines lines;
+  EXPECT_EQ(Enumerate("PELXA_CPU", one, &lines), std::vector<TCIMValue>({unset, unset, unset}));
+  EXPECT_EQ(lines, TLines({{3, "cpuStatus is 1"}}));
+  g_L1Enabled = 1;
+  g_L2Enabled = 0;
+  g_L3Enabled = 1;
+  EXPECT_EQ(Enumerate("PELXA_Processor", one, &lines),
+            std::vector<TCIMValue>({TCIMValue(true), TCIMValue(false), TCIMValue(true)}));
+  g_L3Enabled = 7;  // unknown: left as it is
+  EXPECT_EQ(Enumerate("PELXA_CPU", one, &lines),
+            std::vector<TCIMValue>({TCIMValue(true), TCIMValue(false), unset}));
+}
+
+TEST_F(ProcessorRuleTest, OnlyStatusTextOneOfTheTwoClassesIsCorrected) {
+  g_L1Enabled = g_L2Enabled = g_L3Enabled = 1;
+  const TCIMValue unset = TCIMValue::Null(kCIMTypeBoolean);
+  const std::vector<TCIMValue> untouched = {unset, unset, unset};
+  TLines lines;
+  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue(static_cast<unsigned short>(2)), &lines), untouched);
+  EXPECT_EQ(lines, TLines({{3, "cpuStatus is 2"}}));
+  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue("01"), &lines), untouched);
+  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue(" 1"), &lines), untouched);
+  EXPECT_EQ(Enumerate("pelxa_cpu", TCIMValue(static_cast<unsigned short>(1)), &lines), untouched);
+  EXPECT_TRUE(lines.empty());
+}
+
+TEST(InstanceLifetimeTest, DroppingANamespaceFreesInstancesAndClasses) {
+  std::vector<boost::weak_ptr<void>> watched;
+  {
+    TSchemaBuilder s;
+    auto node = s.Class("Node");
+    s.Key(node, "Id");
+    s.Enter(node);
+    auto edge = s.Class("Edge", "", {{"ASSOCIATION", TCIMValue(true)}});
+    s.Reference(edge, "From", node, {{"KEY", TCIMValue(true)}});
+    s.Reference(edge, "To", node, {{"KEY", TCIMValue(true)}});
+    s.Enter(edge);
+    TInstance a = node->AllocateInstance(TContext());
+    a->SetPropertyValue("Id", TCIMValue("a"), TContext());
+    a->AddToNamespace(TContext());
+    TInstance loop = edge->AllocateInstance(TContext());
+    loop->SetPropertyValue("From", TCIMValue(a->GetReference(TContext())), TContext());
+    loop->SetPropertyValue("To", TCIMValue(a->GetReference(TContext())), TContext());
+    loop->AddToNamespace(TContext());
+    ASSERT_TRUE(s.Namespace()->GetInstance(loop->GetReference(TContext()), TContext()));
+    for (boost::shared_ptr<void> p : std::vector<boost::shared_ptr<void>>{
+             a, loop, node, edge, s.Namespace(), s.Namespace()->GetClass("", TContext())}) {
+      watched.push_back(p);
+    }
+  }
+  for (const auto& w : watched) EXPECT_TRUE(w.expired());
+}
+
+}  // namespace
