@@ -1,0 +1,579 @@
+#include "mof/mof_loader.h"
+
+#include <strings.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+#include "core/root_object.h"
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_method_decl.h"
+#include "include/cim_parameter_decl.h"
+#include "include/cim_property_decl.h"
+#include "include/cim_qualifier.h"
+#include "mof/mof_parser.h"
+
+namespace {
+
+bool Is(const std::string& word, const char* keyword) {
+  return strcasecmp(word.c_str(), keyword) == 0;
+}
+
+// Keeps the log lines written while one element loads, passing them on.
+class TLogCapture : public ILogger {
+ public:
+  TLogCapture() : previous_(TRootObject::GetCoreLogger()) { TRootObject::SetCoreLogger(this); }
+  ~TLogCapture() override { TRootObject::SetCoreLogger(previous_); }
+  TLogCapture(const TLogCapture&) = delete;
+  TLogCapture& operator=(const TLogCapture&) = delete;
+
+  void Log(int level, const std::string& text) override {
+    lines.push_back(text);
+    previous_->Log(level, text);
+  }
+
+  std::vector<std::string> lines;
+
+ private:
+  ILogger* previous_;
+};
+
+std::string Folder(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+bool ReadFile(const std::string& path, std::string* text) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::ostringstream content;
+  content << in.rdbuf();
+  *text = content.str();
+  return true;
+}
+
+// The bits of flavor names, applied over `flavor`.
+uint32_t ApplyFlavors(uint32_t flavor, const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    if (Is(name, "EnableOverride")) {
+      flavor = (flavor | ICIMQualifierDecl::kFlavorEnableOverride) &
+               ~static_cast<uint32_t>(ICIMQualifierDecl::kFlavorDisableOverride);
+    } else if (Is(name, "DisableOverride")) {
+      flavor = (flavor | ICIMQualifierDecl::kFlavorDisableOverride) &
+               ~static_cast<uint32_t>(ICIMQualifierDecl::kFlavorEnableOverride);
+    } else if (Is(name, "ToSubclass")) {
+      flavor = (flavor | ICIMQualifierDecl::kFlavorToSubclass) &
+               ~static_cast<uint32_t>(ICIMQualifierDecl::kFlavorRestricted);
+    } else if (Is(name, "Restricted")) {
+      flavor = (flavor | ICIMQualifierDecl::kFlavorRestricted) &
+               ~static_cast<uint32_t>(ICIMQualifierDecl::kFlavorToSubclass);
+    } else if (Is(name, "Translatable")) {
+      flavor |= ICIMQualifierDecl::kFlavorTranslatable;
+    } else if (Is(name, "ToInstance")) {
+      flavor |= ICIMQualifierDecl::kFlavorToInstance;
+    }
+  }
+  return flavor;
+}
+
+bool ScopeBits(const std::string& name, uint32_t* bits) {
+  static const std::pair<const char*, uint32_t> kScopes[] = {
+      {"class", ICIMQualifierDecl::kScopeClass},
+      {"association", ICIMQualifierDecl::kScopeAssociation},
+      {"indication", ICIMQualifierDecl::kScopeIndication},
+      {"property", ICIMQualifierDecl::kScopeProperty},
+      {"reference", ICIMQualifierDecl::kScopeReference},
+      {"method", ICIMQualifierDecl::kScopeMethod},
+      {"parameter", ICIMQualifierDecl::kScopeParameter},
+      {"qualifier", ICIMQualifierDecl::kScopeQualifier},
+      {"any", ICIMQualifierDecl::kScopeAny},
+  };
+  for (const auto& scope : kScopes) {
+    if (Is(name, scope.first)) {
+      *bits |= scope.second;
+      return true;
+    }
+  }
+  return false;
+}
+
+// Reads an integer literal: decimal, 0x hexadecimal, leading-0 octal or
+// binary with a b suffix, with an optional sign. False for anything else.
+bool ReadInteger(const std::string& text, bool* negative, uint64_t* magnitude) {
+  std::string s = text;
+  *negative = false;
+  if (!s.empty() && (s[0] == '-' || s[0] == '+')) {
+    *negative = s[0] == '-';
+    s.erase(0, 1);
+  }
+  int base = 10;
+  if (s.size() > 1 && (s.back() == 'b' || s.back() == 'B') &&
+      s.find_first_not_of("01", 0) == s.size() - 1) {
+    base = 2;
+    s.pop_back();
+  } else if (s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
+    base = 16;
+    s.erase(0, 2);
+  } else if (s.size() > 1 && s[0] == '0') {
+    base = 8;
+    s.erase(0, 1);
+  }
+  if (s.empty()) return false;
+  std::from_chars_result r = std::from_chars(s.data(), s.data() + s.size(), *magnitude, base);
+  return r.ec == std::errc() && r.ptr == s.data() + s.size();
+}
+
+// One UTF-8 character of at most three bytes (the char16 range).
+bool ReadOneCharacter(const std::string& text, char16_t* out) {
+  const unsigned char* s = reinterpret_cast<const unsigned char*>(text.data());
+  size_t n = text.size();
+  if (n == 1 && s[0] < 0x80) {
+    *out = s[0];
+  } else if (n == 2 && (s[0] & 0xE0) == 0xC0) {
+    *out = static_cast<char16_t>(((s[0] & 0x1F) << 6) | (s[1] & 0x3F));
+  } else if (n == 3 && (s[0] & 0xF0) == 0xE0) {
+    *out = static_cast<char16_t>(((s[0] & 0x0F) << 12) | ((s[1] & 0x3F) << 6) | (s[2] & 0x3F));
+  } else {
+    return false;
+  }
+  return true;
+}
+
+const char* SeverityText(TMofDiagnostic::ESeverity severity) {
+  switch (severity) {
+    case TMofDiagnostic::kError: return "error";
+    case TMofDiagnostic::kWarning: return "warning";
+    default: return "note";
+  }
+}
+
+}  // namespace
+
+std::string TMofDiagnostic::Format() const {
+  std::string text;
+  if (location.source) {
+    text = location.source->path + ":" + std::to_string(location.line) + ":" +
+           std::to_string(location.column) + ": ";
+  }
+  text += std::string(SeverityText(severity)) + ": " + message;
+  if (location.source && location.line > 0) {
+    std::string line = location.source->Line(location.line);
+    std::string caret;
+    for (int i = 1; i < location.column && static_cast<size_t>(i) <= line.size(); ++i) {
+      caret += line[static_cast<size_t>(i) - 1] == '\t' ? '\t' : ' ';
+    }
+    text += "\n    " + line + "\n    " + caret + "^";
+  }
+  return text;
+}
+
+TMofLoader::TMofLoader(boost::shared_ptr<ICIMNamespace> ns, TMofLoadOptions options)
+    : ns_(std::move(ns)), options_(std::move(options)) {}
+
+int TMofLoader::ErrorCount() const {
+  int errors = 0;
+  for (const TMofDiagnostic& d : diagnostics_) errors += d.severity == TMofDiagnostic::kError;
+  return errors;
+}
+
+void TMofLoader::Report(TMofDiagnostic::ESeverity severity, const TMofLocation& where,
+                        const std::string& message) {
+  diagnostics_.push_back(TMofDiagnostic{severity, where, message});
+  if (severity == TMofDiagnostic::kError && !options_.keepGoing) throw TLoadStopped();
+}
+
+bool TMofLoader::LoadFile(const std::string& path) {
+  int before = ErrorCount();
+  std::string text;
+  try {
+    if (!ReadFile(path, &text)) {
+      Report(TMofDiagnostic::kError, TMofLocation(), "cannot read " + path);
+    } else {
+      LoadSource(std::make_shared<TMofSource>(path, text), 0);
+    }
+  } catch (const TLoadStopped&) {
+  }
+  return ErrorCount() == before;
+}
+
+bool TMofLoader::LoadText(const std::string& name, const std::string& text) {
+  int before = ErrorCount();
+  try {
+    LoadSource(std::make_shared<TMofSource>(name, text), 0);
+  } catch (const TLoadStopped&) {
+  }
+  return ErrorCount() == before;
+}
+
+void TMofLoader::LoadSource(const std::shared_ptr<const TMofSource>& source, int depth) {
+  ++counts_.files;
+  TMofParser parser(source);
+  TMofProduction production;
+  while (true) {
+    try {
+      if (!parser.Next(&production)) return;
+    } catch (const TMofError& e) {
+      Report(TMofDiagnostic::kError, e.location, e.what());
+      parser.Recover();
+      continue;
+    }
+    switch (production.kind) {
+      case TMofProduction::kPragma:
+        Include(production.pragma, depth);
+        break;
+      case TMofProduction::kQualifierDecl:
+        LoadQualifierDecl(production.qualifierDecl);
+        break;
+      case TMofProduction::kClass:
+        LoadClass(production.cls);
+        break;
+      case TMofProduction::kInstance:
+        LoadInstance(production.instance);
+        break;
+    }
+  }
+}
+
+void TMofLoader::Include(const TMofPragma& pragma, int depth) {
+  if (!Is(pragma.name, "include")) {
+    bool known = Is(pragma.name, "locale") || Is(pragma.name, "namespace");
+    Report(TMofDiagnostic::kNote, pragma.location,
+           "#pragma " + pragma.name + " (\"" + pragma.parameter + "\") " +
+               (known ? "is accepted and changes nothing" : "is not known and is ignored"));
+    return;
+  }
+  if (depth >= 64) {
+    Report(TMofDiagnostic::kError, pragma.location, "includes nest deeper than 64 files");
+    return;
+  }
+  std::vector<std::string> candidates;
+  if (!pragma.parameter.empty() && pragma.parameter[0] == '/') {
+    candidates.push_back(pragma.parameter);
+  } else {
+    candidates.push_back(Folder(pragma.location.source->path) + pragma.parameter);
+    for (const std::string& dir : options_.includePaths) {
+      candidates.push_back(dir + (dir.empty() || dir.back() == '/' ? "" : "/") + pragma.parameter);
+    }
+  }
+  for (const std::string& candidate : candidates) {
+    std::string text;
+    if (ReadFile(candidate, &text)) {
+      LoadSource(std::make_shared<TMofSource>(candidate, text), depth + 1);
+      return;
+    }
+  }
+  std::string searched;
+  for (const std::string& candidate : candidates) searched += "\n      " + candidate;
+  Report(TMofDiagnostic::kError, pragma.location,
+         "cannot read included file \"" + pragma.parameter + "\"; looked for:" + searched);
+}
+
+template <typename F>
+void TMofLoader::Guard(const TMofLocation& where, const std::string& what, F load) {
+  TLogCapture capture;
+  std::string failure;
+  TMofLocation failureAt = where;
+  try {
+    load();
+  } catch (const TMofError& e) {
+    failure = e.what();
+    failureAt = e.location;
+  } catch (const TTYLException& e) {
+    failure = what + " refused by the repository: " + e.what() + " (status " +
+              std::to_string(e.GetStatusCode()) + ")";
+    for (const std::string& line : capture.lines) failure += "; logged: \"" + line + "\"";
+  }
+  if (failure.empty()) {
+    for (const std::string& line : capture.lines) {
+      diagnostics_.push_back(TMofDiagnostic{TMofDiagnostic::kWarning, where, what + ": " + line});
+    }
+    return;
+  }
+  Report(TMofDiagnostic::kError, failureAt, failure);
+}
+
+void TMofLoader::LoadQualifierDecl(const TMofQualifierDecl& decl) {
+  Guard(decl.location, "qualifier " + decl.name, [&] {
+    ECIMType type = decl.type.isArray ? ArrayTypeOf(decl.type.type) : decl.type.type;
+    TCIMValue value = decl.defaultValue ? Convert(*decl.defaultValue, type, {})
+                                        : TCIMValue::Null(type);
+    uint32_t scope = 0;
+    for (const std::string& name : decl.scopes) {
+      if (!ScopeBits(name, &scope)) throw TMofError(decl.location, "unknown scope " + name);
+    }
+    uint32_t flavor = ApplyFlavors(
+        ICIMQualifierDecl::kFlavorEnableOverride | ICIMQualifierDecl::kFlavorToSubclass,
+        decl.flavors);
+    ns_->AllocateQualifierDecl(decl.name, value, static_cast<ICIMQualifierDecl::EScope>(scope),
+                               static_cast<ICIMQualifierDecl::EFlavor>(flavor), TContext())
+        ->AddToNamespace(TContext());
+    ++counts_.qualifierDecls;
+  });
+}
+
+boost::shared_ptr<ICIMClass> TMofLoader::FindClass(const std::string& name,
+                                                   const TMofLocation& where,
+                                                   const std::string& role) {
+  try {
+    return ns_->GetClass(name, TContext());
+  } catch (const TTYLException&) {
+    throw TMofError(where, role + " " + name + " is not defined (define it earlier in the MOF)");
+  }
+}
+
+void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualifier>& qualifiers) {
+  for (const TMofQualifier& q : qualifiers) {
+    boost::shared_ptr<ICIMQualifierDecl> decl = ns_->GetQualifierDecl(q.name, TContext());
+    if (!decl) {
+      throw TMofError(q.location, "qualifier " + q.name +
+                                      " is not declared (declare it with \"Qualifier " + q.name +
+                                      " : ...\" first)");
+    }
+    ECIMType type = decl->GetType(TContext());
+    TCIMValue value;
+    if (q.value) {
+      value = Convert(*q.value, type, {});
+    } else if (type == kCIMTypeBoolean) {
+      value = TCIMValue(true);  // a boolean qualifier named alone means TRUE
+    } else {
+      value = decl->GetValue(TContext());
+    }
+    boost::shared_ptr<ICIMQualifier> qualifier =
+        q.flavors.empty()
+            ? element.AllocateQualifier(decl, value, TContext())
+            : element.AllocateQualifier(decl, value,
+                                        ApplyFlavors(decl->GetFlavor(TContext()), q.flavors),
+                                        TContext());
+    try {
+      element.AddQualifier(qualifier, TContext());
+    } catch (const TTYLException& e) {
+      throw TMofError(q.location, "qualifier " + q.name + " refused by the repository: " +
+                                      e.what() + " (status " + std::to_string(e.GetStatusCode()) +
+                                      ")");
+    }
+  }
+}
+
+void TMofLoader::LoadClass(const TMofClass& c) {
+  Guard(c.location, "class " + c.name, [&] {
+    if (!options_.allowRedefinition) {
+      try {
+        ns_->GetClass(c.name, TContext());
+        throw TMofError(c.location, "class " + c.name + " is already defined");
+      } catch (const TTYLException&) {
+        // not there yet (or an invalid name, refused below)
+      }
+    }
+    boost::shared_ptr<ICIMClass> super;
+    if (!c.superName.empty()) super = FindClass(c.superName, c.location, "superclass");
+    boost::shared_ptr<ICIMClass> cls = ns_->AllocateClass(c.name, super, TContext());
+    Qualify(*cls, c.qualifiers);
+    for (const TMofFeature& feature : c.features) AddFeature(cls, feature);
+    bool hasKey = false;
+    cls->EnumerateKeys([&](const std::string&) { return !(hasKey = true); }, TContext());
+    if (hasKey || cls->IsAbstract(TContext())) {
+      cls->Validate(TContext());
+    } else {
+      ++counts_.keylessClasses;
+      diagnostics_.push_back(TMofDiagnostic{
+          TMofDiagnostic::kNote, c.location,
+          "class " + c.name + " is concrete and has no key property; entered as it is"});
+    }
+    cls->AddToNamespace(TContext());
+    ++counts_.classes;
+  });
+}
+
+void TMofLoader::AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMofFeature& feature) {
+  ICIMClass& cls = *owner;
+  boost::shared_ptr<ICIMClass> refClass;
+  if (feature.type.type == kCIMTypeReference) {
+    // A class may reference itself before it is entered.
+    refClass = strcasecmp(feature.type.refClass.c_str(), cls.GetName(TContext()).c_str()) == 0
+                   ? owner
+                   : FindClass(feature.type.refClass, feature.location, "class");
+  }
+  ECIMType type = feature.type.isArray ? ArrayTypeOf(feature.type.type) : feature.type.type;
+  if (feature.kind == TMofFeature::kMethod) {
+    boost::shared_ptr<ICIMMethodDecl> method =
+        cls.AllocateMethodDecl(feature.name, type, TContext());
+    Qualify(*method, feature.qualifiers);
+    for (const TMofParameter& p : feature.parameters) {
+      if (p.type.type == kCIMTypeReference &&
+          strcasecmp(p.type.refClass.c_str(), cls.GetName(TContext()).c_str()) != 0) {
+        FindClass(p.type.refClass, p.location, "class");
+      }
+      ECIMType parameterType = p.type.isArray ? ArrayTypeOf(p.type.type) : p.type.type;
+      boost::shared_ptr<ICIMParameterDecl> parameter =
+          method->DefineParameter(p.name, parameterType, TContext());
+      Qualify(*parameter, p.qualifiers);
+    }
+    method->AddToClass(TContext());
+    return;
+  }
+  TCIMValue prototype;
+  if (feature.defaultValue) {
+    prototype = Convert(*feature.defaultValue, type, refClass);
+  } else {
+    prototype = type == kCIMTypeReference ? TCIMValue::NullReference(refClass)
+                                          : TCIMValue::Null(type);
+  }
+  boost::shared_ptr<ICIMPropertyDecl> decl =
+      cls.AllocatePropertyDecl(feature.name, prototype, TContext());
+  Qualify(*decl, feature.qualifiers);
+  decl->AddToClass(TContext());
+}
+
+void TMofLoader::LoadInstance(const TMofInstance& instance) {
+  Guard(instance.location, "instance of " + instance.className, [&] {
+    boost::shared_ptr<ICIMClass> cls = FindClass(instance.className, instance.location, "class");
+    boost::shared_ptr<ICIMInstance> created = cls->AllocateInstance(TContext());
+    for (const TMofPropertyValue& v : instance.values) {
+      boost::shared_ptr<ICIMPropertyDecl> decl;
+      try {
+        decl = cls->GetPropertyDecl(v.name, TContext());
+      } catch (const TTYLException&) {
+        throw TMofError(v.location, "class " + instance.className + " has no property " + v.name);
+      }
+      const TCIMValue& prototype = decl->GetDefaultValue(TContext());
+      boost::shared_ptr<ICIMClass> refClass =
+          prototype.IsReference() ? prototype.GetReferencedClass() : boost::shared_ptr<ICIMClass>();
+      created->SetPropertyValue(v.name, Convert(v.value, decl->GetType(TContext()), refClass),
+                                TContext());
+    }
+    created->Validate(TContext());  // a refusal here names its reason
+    TCIMReference path = created->GetReference(TContext());
+    if (ns_->GetInstance(path, TContext())) {
+      throw TMofError(instance.location, "an instance " + path.GetPath() + " is already there");
+    }
+    created->AddToNamespace(TContext());
+    if (!instance.alias.empty()) aliases_[instance.alias] = path;
+    ++counts_.instances;
+  });
+}
+
+TCIMValue TMofLoader::Convert(const TMofValue& value, ECIMType type,
+                              const boost::shared_ptr<ICIMClass>& refClass) {
+  if (value.kind == TMofValue::kNull) {
+    return type == kCIMTypeReference ? TCIMValue::NullReference(refClass) : TCIMValue::Null(type);
+  }
+  if (!IsArrayType(type)) {
+    if (value.kind == TMofValue::kArray) {
+      throw TMofError(value.location, "expected a single " + CIMTypeName(type) + " value, found an array");
+    }
+    return ConvertScalar(value, type, refClass);
+  }
+  ECIMType element = ElementTypeOf(type);
+  std::vector<TCIMValue> elements;
+  if (value.kind == TMofValue::kArray) {
+    for (const TMofValue& e : value.elements) elements.push_back(Convert(e, element, refClass));
+  } else {
+    elements.push_back(ConvertScalar(value, element, refClass));  // one value for an array
+  }
+  return TCIMValue(element, std::move(elements));
+}
+
+TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
+                                    const boost::shared_ptr<ICIMClass>& refClass) {
+  auto mismatch = [&](const char* found) {
+    return TMofError(value.location, "expected a " + CIMTypeName(type) + " value, found " + found);
+  };
+  switch (value.kind) {
+    case TMofValue::kNull:
+      return Convert(value, type, refClass);
+    case TMofValue::kArray:
+      throw mismatch("an array");
+    case TMofValue::kBoolean:
+      if (type != kCIMTypeBoolean) throw mismatch("a boolean");
+      return TCIMValue(value.boolean);
+    case TMofValue::kAlias: {
+      if (type != kCIMTypeReference) throw mismatch("an alias");
+      auto it = aliases_.find(value.text);
+      if (it == aliases_.end()) {
+        throw TMofError(value.location, "alias $" + value.text + " is not defined (an instance "
+                                        "\"as $" + value.text + "\" must come first)");
+      }
+      return TCIMValue(it->second);
+    }
+    case TMofValue::kReal: {
+      if (!IsRealType(type)) throw mismatch("a real number");
+      char* end = nullptr;
+      double real = std::strtod(value.text.c_str(), &end);
+      if (end != value.text.c_str() + value.text.size()) {
+        throw TMofError(value.location, "\"" + value.text + "\" is not a number");
+      }
+      return type == kCIMTypeReal32 ? TCIMValue(static_cast<float>(real)) : TCIMValue(real);
+    }
+    case TMofValue::kInteger: {
+      bool negative = false;
+      uint64_t magnitude = 0;
+      if (!ReadInteger(value.text, &negative, &magnitude)) {
+        throw TMofError(value.location, "\"" + value.text + "\" is not an integer");
+      }
+      if (IsRealType(type)) {
+        double real = negative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
+        return type == kCIMTypeReal32 ? TCIMValue(static_cast<float>(real)) : TCIMValue(real);
+      }
+      TCIMValue wide;
+      if (IsUnsignedIntegerType(type) && !negative) {
+        wide = TCIMValue(static_cast<unsigned long long>(magnitude));
+      } else if (IsSignedIntegerType(type) &&
+                 magnitude <= (negative ? 9223372036854775808ull : 9223372036854775807ull)) {
+        wide = TCIMValue(negative ? static_cast<long long>(0 - magnitude)
+                                  : static_cast<long long>(magnitude));
+      } else if (IsUnsignedIntegerType(type) || IsSignedIntegerType(type)) {
+        throw TMofError(value.location, value.text + " does not fit a " + CIMTypeName(type));
+      } else {
+        throw mismatch("an integer");
+      }
+      try {
+        switch (type) {
+          case kCIMTypeUint8: return TCIMValue(static_cast<unsigned char>(wide));
+          case kCIMTypeSint8: return TCIMValue(static_cast<signed char>(wide));
+          case kCIMTypeUint16: return TCIMValue(static_cast<unsigned short>(wide));
+          case kCIMTypeSint16: return TCIMValue(static_cast<short>(wide));
+          case kCIMTypeUint32: return TCIMValue(static_cast<unsigned int>(wide));
+          case kCIMTypeSint32: return TCIMValue(static_cast<int>(wide));
+          default: return wide;
+        }
+      } catch (const TTYLException&) {
+        throw TMofError(value.location, value.text + " does not fit a " + CIMTypeName(type));
+      }
+    }
+    case TMofValue::kString:
+    case TMofValue::kChar:
+      break;
+  }
+  switch (type) {
+    case kCIMTypeString:
+      return TCIMValue(value.text);
+    case kCIMTypeChar16: {
+      char16_t c = 0;
+      if (!ReadOneCharacter(value.text, &c)) {
+        throw TMofError(value.location, "a char16 value is exactly one character");
+      }
+      return TCIMValue(c);
+    }
+    case kCIMTypeDateTime:
+      try {
+        return TCIMValue(TCIMDateTime::Parse(value.text));
+      } catch (const TTYLException&) {
+        throw TMofError(value.location, "\"" + value.text + "\" is not a CIM datetime "
+                                        "(yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000)");
+      }
+    case kCIMTypeReference:
+      try {
+        return TCIMValue(TCIMReference::Parse(value.text, ns_));
+      } catch (const TTYLException&) {
+        throw TMofError(value.location, "\"" + value.text + "\" is not an object path");
+      }
+    default:
+      throw mismatch(value.kind == TMofValue::kString ? "a string" : "a character");
+  }
+}

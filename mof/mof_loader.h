@@ -1,0 +1,107 @@
+// TMofLoader: enters MOF into a repository namespace through the element
+// interfaces, in the order a host must: qualifier declarations; for each
+// class, the class under its superclass, its qualifiers, its property and
+// method declarations (each with its qualifiers, added before AddToClass),
+// then Validate and AddToNamespace; for each instance, AllocateInstance,
+// SetPropertyValue, a validation, then AddToNamespace.
+//
+// Every problem becomes a diagnostic that names the file, line and column:
+// errors (the element is not entered: nothing of it reaches the namespace),
+// warnings (the repository logged a refusal but went on, e.g. a property
+// declared again without OVERRIDE) and notes (pragmas that change nothing,
+// the keyless-class policy below). An error names what was expected, or
+// which repository rule refused the element: its status text and the log
+// line that came with it.
+//
+// Policy for concrete classes without a key (the repository refuses them
+// with status 7): they are entered all the same, without the key check, with
+// a note. The schema has many (indications, for one) and they are needed as
+// superclasses and association ends; their instances can still be filed.
+//
+// By default loading stops at the first error; with `keepGoing` it skips
+// the element and goes on, to report every error.
+
+#ifndef INMEM_MOF_MOF_LOADER_H_
+#define INMEM_MOF_MOF_LOADER_H_
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_namespace.h"
+#include "include/cim_named_element.h"
+#include "mof/mof_ast.h"
+
+struct TMofLoadOptions {
+  // Where "#pragma include" looks after the including file's own folder.
+  std::vector<std::string> includePaths;
+  bool keepGoing = false;
+  // Classes already in the namespace may be given again (for a namespace
+  // created with redefinition allowed); otherwise that is an error.
+  bool allowRedefinition = false;
+};
+
+struct TMofDiagnostic {
+  enum ESeverity { kError, kWarning, kNote };
+  ESeverity severity = kError;
+  TMofLocation location;
+  std::string message;
+
+  // "file:line:column: error: message", then the line and a caret under the
+  // column.
+  std::string Format() const;
+};
+
+struct TMofLoadCounts {
+  int qualifierDecls = 0;
+  int classes = 0;
+  int keylessClasses = 0;  // entered by the keyless-class policy
+  int instances = 0;
+  int files = 0;
+};
+
+class TMofLoader {
+ public:
+  TMofLoader(boost::shared_ptr<ICIMNamespace> ns, TMofLoadOptions options = TMofLoadOptions());
+
+  // Loads a file and what it includes; true when no error was reported.
+  bool LoadFile(const std::string& path);
+  // Loads MOF text as if read from a file named `name`.
+  bool LoadText(const std::string& name, const std::string& text);
+
+  const std::vector<TMofDiagnostic>& Diagnostics() const { return diagnostics_; }
+  int ErrorCount() const;
+  const TMofLoadCounts& Counts() const { return counts_; }
+
+ private:
+  class TLoadStopped {};  // unwinds a load that stops at its first error
+
+  void LoadSource(const std::shared_ptr<const TMofSource>& source, int depth);
+  void Include(const TMofPragma& pragma, int depth);
+  void LoadQualifierDecl(const TMofQualifierDecl& decl);
+  void LoadClass(const TMofClass& cls);
+  void LoadInstance(const TMofInstance& instance);
+  void AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMofFeature& feature);
+  void Qualify(ICIMNamedElement& element, const std::vector<TMofQualifier>& qualifiers);
+  boost::shared_ptr<ICIMClass> FindClass(const std::string& name, const TMofLocation& where,
+                                         const std::string& role);
+  TCIMValue Convert(const TMofValue& value, ECIMType type,
+                    const boost::shared_ptr<ICIMClass>& refClass);
+  TCIMValue ConvertScalar(const TMofValue& value, ECIMType type,
+                          const boost::shared_ptr<ICIMClass>& refClass);
+  void Report(TMofDiagnostic::ESeverity severity, const TMofLocation& where,
+              const std::string& message);
+  // Runs one element's load; a TMofError or refusal becomes an error.
+  template <typename F>
+  void Guard(const TMofLocation& where, const std::string& what, F load);
+
+  boost::shared_ptr<ICIMNamespace> ns_;
+  TMofLoadOptions options_;
+  std::vector<TMofDiagnostic> diagnostics_;
+  TMofLoadCounts counts_;
+  std::map<std::string, TCIMReference> aliases_;
+};
+
+#endif  // INMEM_MOF_MOF_LOADER_H_

@@ -1,0 +1,227 @@
+// MOF entered into a repository: every construct reaches the namespace, and
+// the repository's refusals come back as errors that name their reason.
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_method_decl.h"
+#include "include/cim_parameter_decl.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
+#include "include/cim_qualifier.h"
+#include "mof/mof_loader.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/provider_namespace.h"
+
+namespace {
+
+const TContext kNone;
+
+const char kQualifiers[] = R"(
+  QUALIFIER Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+  Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
+  qualifier Abstract : boolean = false, Scope(class, association, indication), Flavor(Restricted);
+  Qualifier Override : string = null, Scope(property, reference, method), Flavor(EnableOverride, Restricted);
+  Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
+  Qualifier ValueMap : string[], Scope(property, method, parameter);
+  Qualifier MaxLen : uint32 = null, Scope(property, method, parameter);
+  Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride, ToSubclass);
+)";
+
+class MofLoaderTest : public testing::Test {
+ protected:
+  bool Load(const std::string& text) {
+    TCapturingLogger quiet;
+    return loader_.LoadText("test.mof", text);
+  }
+  std::string Errors() const {
+    std::string all;
+    for (const TMofDiagnostic& d : loader_.Diagnostics()) {
+      if (d.severity == TMofDiagnostic::kError) all += d.Format() + "\n";
+    }
+    return all;
+  }
+
+  boost::shared_ptr<ICIMNamespace> ns_ = NewProviderNamespace();
+  TMofLoader loader_{ns_};
+};
+
+TEST_F(MofLoaderTest, EveryConstructReachesTheRepository) {
+  ASSERT_TRUE(Load(std::string(kQualifiers) + R"(
+    [Abstract, Description("A thing " "in two parts.")]
+    CLASS Base {
+      [Key, MaxLen(0x40)] String Name;
+      uint8 Octal = 010;
+      sint16 Negative = -0x10;
+      uint32 Bits = 101b;
+      real64 Ratio = 2.5e-1;
+      char16 Letter = '\x41';
+      string Text = "tab\there \"quoted\" \x00e9";
+      boolean Flag = TRUE;
+      datetime Since = "20261122101530.000000+060";
+      uint16 Codes[] = {1, 2, 3};
+      string Empty = NULL;
+      [ValueMap{"0", "1"}] uint32 Reset([In] boolean Force, [In(false)] Base REF Other,
+                                        string Names[]);
+    };
+    class Derived : Base { [Override("Octal")] uint8 Octal = 7; };
+    [Association] class Link {
+      [Key] Base REF From;
+      [Key] Base REF To;
+    };
+    instance of Derived as $a { Name = "a"; Ratio = 1; };
+    Instance Of Derived AS $b { Name = "b"; Codes = {9}; };
+    instance of Link { From = $a; To = "Derived.Name=\"b\""; };
+  )")) << Errors();
+  EXPECT_EQ(loader_.Counts().classes, 3);
+  EXPECT_EQ(loader_.Counts().instances, 3);
+
+  auto base = ns_->GetClass("base", kNone);
+  EXPECT_EQ(base->GetQualifier("description", kNone)->GetValue(kNone), TCIMValue("A thing in two parts."));
+  auto defaultOf = [&](const char* name) { return base->GetPropertyDecl(name, kNone)->GetDefaultValue(kNone); };
+  EXPECT_EQ(defaultOf("Octal"), TCIMValue(static_cast<unsigned char>(8)));
+  EXPECT_EQ(defaultOf("Negative"), TCIMValue(static_cast<short>(-16)));
+  EXPECT_EQ(defaultOf("Bits"), TCIMValue(5u));
+  EXPECT_EQ(defaultOf("Ratio"), TCIMValue(0.25));
+  EXPECT_EQ(defaultOf("Letter"), TCIMValue(u'A'));
+  EXPECT_EQ(defaultOf("Text"), TCIMValue("tab\there \"quoted\" \xc3\xa9"));
+  EXPECT_EQ(defaultOf("Flag"), TCIMValue(true));
+  EXPECT_EQ(defaultOf("Since").ToString(), "20261122101530.000000+060");
+  EXPECT_EQ(defaultOf("Codes").ToString(), "{1, 2, 3}");
+  EXPECT_EQ(defaultOf("Empty"), TCIMValue::Null(kCIMTypeString));
+  EXPECT_EQ(base->GetPropertyDecl("Name", kNone)->GetQualifier("MaxLen", kNone)->GetValue(kNone),
+            TCIMValue(64u));
+
+  auto reset = base->GetMethodDecl("Reset", kNone);
+  EXPECT_EQ(reset->GetReturnType(kNone), kCIMTypeUint32);
+  EXPECT_EQ(reset->GetParameter("other", kNone)->GetType(kNone), kCIMTypeReference);
+  EXPECT_TRUE(reset->GetParameter("Names", kNone)->IsArray(kNone));
+  EXPECT_EQ(reset->GetParameter("Force", kNone)->GetQualifier("In", kNone)->GetValue(kNone), TCIMValue(true));
+
+  auto derived = ns_->GetClass("Derived", kNone);
+  EXPECT_EQ(derived->GetPropertyDecl("Octal", kNone)->GetDefaultValue(kNone),
+            TCIMValue(static_cast<unsigned char>(7)));
+  TCIMReference b = TCIMReference::Parse("Derived.Name=\"b\"", ns_);
+  auto instance = ns_->GetInstance(b, kNone);
+  ASSERT_TRUE(instance);
+  EXPECT_EQ(instance->GetProperty("Codes", kNone)->GetValue(kNone).ToString(), "{9}");
+  std::vector<std::string> far;
+  ns_->GetInstance(TCIMReference::Parse("Derived.Name=\"a\"", ns_), kNone)
+      ->EnumerateAssociatedInstances(
+          [&](boost::shared_ptr<ICIMInstance> i) {
+            far.push_back(i->GetProperty("Name", kNone)->GetValue(kNone).GetString());
+            return true;
+          },
+          "", "", "", "", kNone);
+  EXPECT_EQ(far, std::vector<std::string>({"b"}));
+}
+
+TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
+  ASSERT_TRUE(Load(kQualifiers));
+  struct Row {
+    const char* mof;
+    const char* error;
+  };
+  const Row rows[] = {
+      {"class A : Missing {};", "superclass Missing is not defined"},
+      {"[Unknown] class A {};", "qualifier Unknown is not declared"},
+      {"class A { [Key] string Id; uint8 Small = 256; };", "256 does not fit a uint8"},
+      {"class A { [Key] string Id; Missing REF To; };", "class Missing is not defined"},
+      {"class A { [Key] string Id; uint16 X = \"1\"; };", "expected a uint16 value, found a string"},
+      {"class A { [Key] string Id; A REF Self; };",
+       "class A refused by the repository: reference property on a non-association class "
+       "(status 22); logged: \"Inmem: Attempt to add reference property Self to non-association "
+       "class A\""},
+      {"[Key(1)] class A {};", "expected a boolean value, found an integer"},
+  };
+  for (const Row& row : rows) {
+    TMofLoader loader(ns_);
+    TCapturingLogger quiet;
+    EXPECT_FALSE(loader.LoadText("t.mof", row.mof));
+    ASSERT_FALSE(loader.Diagnostics().empty());
+    EXPECT_NE(loader.Diagnostics().back().message.find(row.error), std::string::npos)
+        << row.mof << "\n" << loader.Diagnostics().back().Format();
+    EXPECT_THROW(ns_->GetClass("A", kNone), TTYLException) << row.mof;
+  }
+}
+
+TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
+  ASSERT_TRUE(Load(std::string(kQualifiers) +
+                   "class A { [Key] string Id; uint32 N; };\n"
+                   "instance of A { Id = \"x\"; };\n"));
+  const std::pair<const char*, const char*> rows[] = {
+      {"class A { [Key] string Id; };", "class A is already defined"},
+      {"instance of A { Id = \"x\"; };", "an instance a.id=\"x\" is already there"},
+      {"instance of A { Id = \"y\"; Nope = 1; };", "class A has no property Nope"},
+      {"instance of A { N = 1; };", "refused by the repository: key property is null (status 18); "
+                                    "logged: \"Inmem: Instance A: key property Id is NULL\""},
+      {"instance of A { Id = $nobody; };", "expected a string value, found an alias"},
+  };
+  for (const auto& row : rows) {
+    TMofLoader loader(ns_);
+    TCapturingLogger quiet;
+    EXPECT_FALSE(loader.LoadText("t.mof", row.first));
+    ASSERT_FALSE(loader.Diagnostics().empty());
+    EXPECT_NE(loader.Diagnostics().back().message.find(row.second), std::string::npos)
+        << row.first << "\n" << loader.Diagnostics().back().Format();
+  }
+}
+
+TEST_F(MofLoaderTest, KeylessConcreteClassesAreEnteredWithANote) {
+  ASSERT_TRUE(Load(std::string(kQualifiers) + "class Event { string Text; };"));
+  EXPECT_EQ(loader_.Counts().keylessClasses, 1);
+  EXPECT_TRUE(ns_->GetClass("Event", kNone));
+  EXPECT_EQ(loader_.Diagnostics().back().severity, TMofDiagnostic::kNote);
+}
+
+TEST_F(MofLoaderTest, IncludesAreFoundNextToTheFileAndOnTheSearchPath) {
+  char folder[] = "/tmp/mofXXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  std::string dir(folder);
+  std::ofstream(dir + "/top.mof") << "#pragma locale (\"en_US\")\n#pragma include (\"q.mof\")\n"
+                                     "#pragma include (\"lib.mof\")\n";
+  std::ofstream(dir + "/q.mof") << kQualifiers;
+  ASSERT_EQ(system(("mkdir -p " + dir + "/lib").c_str()), 0);
+  std::ofstream(dir + "/lib/lib.mof") << "[Abstract] class FromLib {};";
+  TMofLoadOptions options;
+  options.includePaths = {dir + "/lib"};
+  TMofLoader loader(ns_, options);
+  TCapturingLogger quiet;
+  EXPECT_TRUE(loader.LoadFile(dir + "/top.mof"));
+  EXPECT_TRUE(ns_->GetClass("FromLib", kNone));
+  EXPECT_EQ(loader.Counts().files, 3);
+
+  TMofLoader missing(ns_);
+  EXPECT_FALSE(missing.LoadText("m.mof", "#pragma include (\"nowhere.mof\")"));
+  EXPECT_NE(missing.Diagnostics().back().message.find("cannot read included file \"nowhere.mof\""),
+            std::string::npos);
+  ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+}
+
+TEST(MofSchemaTest, TheWholeCIMSchemaLoads) {
+  const char* schema = std::getenv("INMEM_CIM_SCHEMA");
+  if (schema == nullptr || *schema == '\0') GTEST_SKIP() << "INMEM_CIM_SCHEMA is not set";
+  boost::shared_ptr<ICIMNamespace> ns = NewProviderNamespace();
+  TMofLoader loader(ns);
+  TCapturingLogger quiet;
+  EXPECT_TRUE(loader.LoadFile(schema));
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    EXPECT_NE(d.severity, TMofDiagnostic::kError) << d.Format();
+    EXPECT_NE(d.severity, TMofDiagnostic::kWarning) << d.Format();
+  }
+  int entered = 0;
+  ns->GetClass("", kNone)->EnumerateSubclasses([&](boost::shared_ptr<ICIMClass>) { return ++entered > 0; },
+                                              true, kNone);
+  EXPECT_EQ(entered, loader.Counts().classes);
+  EXPECT_GT(loader.Counts().classes, 1300);
+  EXPECT_TRUE(ns->GetClass("CIM_ComputerSystem", kNone)->IsSubclassOf(ns->GetClass("CIM_ManagedElement", kNone), kNone));
+  EXPECT_TRUE(ns->GetClass("CIM_SystemDevice", kNone)->IsAssociation(kNone));
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+// Bad MOF text: each error names its position and what was expected.
+
+#include <gtest/gtest.h>
+
+#include "core/tyl_exception.h"
+#include "mof/mof_loader.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/schema_builder.h"
+
+namespace {
+
+// The first diagnostic of loading `text`, formatted.
+std::string FirstError(const std::string& text) {
+  TSchemaBuilder s;
+  TCapturingLogger quiet;
+  TMofLoader loader(s.Namespace());
+  EXPECT_FALSE(loader.LoadText("t.mof", text)) << text;
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    if (d.severity == TMofDiagnostic::kError) return d.Format();
+  }
+  return "(no error)";
+}
+
+TEST(MofSyntaxTest, ErrorsNameThePositionAndTheExpectation) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"class A { string Name }", "t.mof:1:23: error: expected ';' after the declaration, found '}'"},
+      {"class A : { };", "t.mof:1:11: error: expected the superclass name, found '{'"},
+      {"Qualifier Q boolean;", "t.mof:1:13: error: expected ':' and the qualifier's type, found 'boolean'"},
+      {"Qualifier Q : boolean, Scope(any), Flavor(Sticky);",
+       "t.mof:1:43: error: expected a flavor (EnableOverride"},
+      {"class A {\n  string s = \"open;\n};", "t.mof:2:14: error: unterminated string literal"},
+      {"class A { string s = \"\\q\"; };", "t.mof:1:23: error: unknown escape \"\\q\""},
+      {"class A { string s = \"\\x\"; };", "t.mof:1:23: error: expected 1 to 4 hexadecimal digits"},
+      {"/* never closed", "t.mof:1:1: error: unterminated comment"},
+      {"instance A { };", "t.mof:1:10: error: expected \"of\", found 'A'"},
+      {"class A { B x; };", "t.mof:1:11: error: expected a data type or \"ClassName REF\""},
+      {"[Key(] class A {};", "t.mof:1:6: error: expected a value"},
+      {"class A { uint8 a[; };", "t.mof:1:19: error: expected ']' to close the array size"},
+      {"#pragma include (foo)", "t.mof:1:18: error: expected a string, found 'foo'"},
+      {"class A { string s; } ", "t.mof:1:23: error: expected ';' after the class body, found the end"},
+      {"@", "t.mof:1:1: error: unexpected character '@'"},
+  };
+  for (const auto& row : rows) {
+    std::string error = FirstError(row.first);
+    EXPECT_EQ(error.compare(0, std::string(row.second).size(), row.second), 0)
+        << "for: " << row.first << "\ngot: " << error;
+  }
+}
+
+TEST(MofSyntaxTest, TheErrorShowsTheLineWithACaret) {
+  EXPECT_EQ(FirstError("class A {\n\tuint8 x = 0x1G;\n};"),
+            "t.mof:2:12: error: \"0x1G\" is not an integer\n"
+            "    \tuint8 x = 0x1G;\n"
+            "    \t          ^");
+}
+
+TEST(MofSyntaxTest, KeepGoingReportsEveryErrorAndResumesAfterEach) {
+  TSchemaBuilder s;
+  TCapturingLogger quiet;
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  TMofLoader loader(s.Namespace(), options);
+  EXPECT_FALSE(loader.LoadText("t.mof",
+                               "class A { string x }; [ABSTRACT] class B {};\n"
+                               "class C { uint8 y = -1; }; [ABSTRACT] class D : B {};\n"
+                               "class E : Missing {};"));
+  EXPECT_EQ(loader.ErrorCount(), 3);
+  EXPECT_EQ(loader.Counts().classes, 2);  // B and D
+  EXPECT_TRUE(s.Namespace()->GetClass("D", TContext()));
+  EXPECT_THROW(s.Namespace()->GetClass("C", TContext()), TTYLException);
+}
+
+}  // namespace
