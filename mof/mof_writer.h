@@ -1,0 +1,44 @@
+// TMofWriter: writes what a namespace holds as MOF that the loader reads
+// back to the same repository: qualifier declarations, classes (each after
+// its superclass and the classes it references) and instances (plain ones
+// before associations, which point at them).
+//
+// Only what a class declares itself is written: inherited declarations and
+// qualifiers taken over unchanged from the superclass come back on reload.
+// The repository keeps only the type of a reference parameter, not its
+// class; such parameters are written as references to the method's own
+// class, which reloads to the same declaration.
+
+#ifndef INMEM_MOF_MOF_WRITER_H_
+#define INMEM_MOF_MOF_WRITER_H_
+
+#include <ostream>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_namespace.h"
+
+// A value as a MOF literal: "text" with escapes, 'c', TRUE, NULL, {a, b}.
+std::string MofLiteral(const TCIMValue& value);
+
+class TMofWriter {
+ public:
+  explicit TMofWriter(std::ostream& out) : out_(out) {}
+
+  // Everything: qualifier declarations, classes, instances.
+  void WriteNamespace(ICIMNamespace& ns);
+  void WriteQualifierDecl(ICIMQualifierDecl& decl);
+  // With `showInherited`, inherited members are written too, each marked
+  // with a comment naming the class that declares it (for people; the
+  // loader would refuse them).
+  void WriteClass(ICIMClass& cls, bool showInherited = false);
+  void WriteInstance(ICIMInstance& instance);
+
+ private:
+  std::ostream& out_;
+};
+
+#endif  // INMEM_MOF_MOF_WRITER_H_
