@@ -1,0 +1,18 @@
+# Runs the inmem tool as a user would and checks its exit status and output.
+function(expect_run expected_status expected_output)
+  execute_process(COMMAND ${TOOL} ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT status EQUAL expected_status)
+    message(FATAL_ERROR "inmem ${ARGN}: exit ${status}, expected ${expected_status}\n${out}${err}")
+  endif()
+  if(NOT "${out}${err}" MATCHES "${expected_output}")
+    message(FATAL_ERROR "inmem ${ARGN}: output does not match '${expected_output}':\n${out}${err}")
+  endif()
+endfunction()
+
+expect_run(0 "Size = 1.5 Kilobytes" -m ${FIXTURE} get "DISK.id=\"sda\"")
+expect_run(0 "\\[\"disk.id=\\\\\"sda\\\\\"\"\\]" -m ${FIXTURE} instances Disk --names --format json)
+expect_run(1 "no instance Disk.Id=\"nope\"" -m ${FIXTURE} get "Disk.Id=\"nope\"")
+expect_run(1 "no class named Nope" -m ${FIXTURE} class Nope)
+expect_run(2 "A subcommand is required" -m ${FIXTURE})
+expect_run(2 "missing.mof" -m missing.mof classes)
+expect_run(0 "1 files, 5 qualifier declarations, 3 classes \\(0 without keys\\), 3 instances, 0 errors" check ${FIXTURE})

@@ -1,0 +1,91 @@
+// The tool's commands over a small repository loaded from MOF.
+
+#include "tools/repository_commands.h"
+
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "mof/mof_loader.h"
+#include "tests/support/capturing_logger.h"
+#include "tests/support/provider_namespace.h"
+
+namespace {
+
+class RepositoryCommandsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    TCapturingLogger quiet;
+    TMofLoader loader(ns_);
+    ASSERT_TRUE(loader.LoadFile(INMEM_TOOL_FIXTURE));
+    // A previous value, as a second collection leaves it.
+    auto disk = ns_->GetInstance(TCIMReference::Parse("Disk.Id=\"sda\"", ns_), TContext());
+    disk->GetProperty("Size", TContext())->SetPrevValue(TCIMValue(1024ull));
+  }
+
+  // Runs `command` in text or JSON; returns (status, output, errors).
+  template <typename F>
+  std::tuple<int, std::string, std::string> Run(bool json, F command) {
+    std::ostringstream out, err;
+    TRepositoryCommands commands(ns_, json, out, err);
+    int status = command(commands);
+    return {status, out.str(), err.str()};
+  }
+
+  boost::shared_ptr<ICIMNamespace> ns_ = NewProviderNamespace();
+};
+
+TEST_F(RepositoryCommandsTest, OutputInTextAndJson) {
+  struct Row {
+    const char* what;
+    bool json;
+    std::function<int(TRepositoryCommands&)> command;
+    const char* output;
+  };
+  TWalkFilters toDisks;
+  toDisks.resultClass = "Disk";
+  const Row rows[] = {
+      {"tree", false, [](TRepositoryCommands& c) { return c.Classes(true); }, "Sys\nDisk\nSysDisk\n"},
+      {"get", false, [](TRepositoryCommands& c) { return c.Get("disk.ID=\"sda\""); },
+       "disk.id=\"sda\"\n    Health = OK\n    Id = sda\n    Size = 1.5 Kilobytes (was 1024 Bytes)\n"},
+      {"get json", true, [](TRepositoryCommands& c) { return c.Get("Disk.Id=\"sda\""); },
+       "{\"path\":\"disk.id=\\\"sda\\\"\",\"properties\":{\"Health\":{\"value\":5,\"display\":\"OK\"},"
+       "\"Id\":{\"value\":\"sda\",\"display\":\"sda\"},\"Size\":{\"value\":1536,\"display\":"
+       "\"1.5 Kilobytes\",\"previous\":\"1024 Bytes\"}}}\n"},
+      {"associators", false,
+       [&](TRepositoryCommands& c) { return c.Associators("Sys.Name=\"host1\"", toDisks); },
+       "disk.id=\"sda\"\n"},
+      {"references json", true,
+       [](TRepositoryCommands& c) { return c.References("Disk.Id=\"sda\"", TWalkFilters()); },
+       "[\"sysdisk.group=\\\"sys.name=\\\\\\\"host1\\\\\\\"\\\",part=\\\"disk.id=\\\\\\\"sda\\\\\\\"\\\"\"]\n"},
+      {"instances deep names", false,
+       [](TRepositoryCommands& c) { return c.Instances("Sys", true, true); }, "sys.name=\"host1\"\n"},
+  };
+  for (const Row& row : rows) {
+    auto result = Run(row.json, row.command);
+    EXPECT_EQ(std::get<0>(result), kExitOk) << row.what;
+    EXPECT_EQ(std::get<1>(result), row.output) << row.what;
+    EXPECT_EQ(std::get<2>(result), "") << row.what;
+  }
+}
+
+TEST_F(RepositoryCommandsTest, WhatIsNotThereIsOneLineOnTheErrorStream) {
+  const std::pair<std::function<int(TRepositoryCommands&)>, const char*> rows[] = {
+      {[](TRepositoryCommands& c) { return c.Class("Nope"); }, "inmem: no class named Nope\n"},
+      {[](TRepositoryCommands& c) { return c.Get("Disk.Id=\"nope\""); }, "inmem: no instance Disk.Id=\"nope\"\n"},
+      {[](TRepositoryCommands& c) { return c.Get("Disk.Id="); },
+       "inmem: cannot look up Disk.Id=: invalid parameter\n"},
+      {[](TRepositoryCommands& c) { return c.Instances("Nope", false, false); }, "inmem: no class named Nope\n"},
+  };
+  for (const auto& row : rows) {
+    TCapturingLogger quiet;
+    auto result = Run(false, row.first);
+    EXPECT_EQ(std::get<0>(result), kExitNotFound);
+    EXPECT_EQ(std::get<1>(result), "");
+    EXPECT_EQ(std::get<2>(result), row.second);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,14 @@
+// JSON text for the tool's --format json output: string escaping, and values
+// as JSON (numbers and booleans bare, null, arrays, everything else a string).
+
+#ifndef INMEM_TOOLS_JSON_TEXT_H_
+#define INMEM_TOOLS_JSON_TEXT_H_
+
+#include <string>
+
+#include "core/cim_value.h"
+
+std::string JsonString(const std::string& text);
+std::string JsonValue(const TCIMValue& value);
+
+#endif  // INMEM_TOOLS_JSON_TEXT_H_
