@@ -4,6 +4,8 @@
 //
 // Exit status: 0 success, 1 not found or refused, 2 usage or load errors.
 
+#include <dlfcn.h>
+
 #include <iostream>
 #include <string>
 #include <vector>
@@ -15,6 +17,9 @@
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
 #include "mof/mof_loader.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "tools/linux_collector.h"
 #include "tools/repository_commands.h"
 
 namespace {
@@ -51,6 +56,30 @@ bool BuildRepository(const TOptions& options, const std::vector<std::string>& fi
   *counts = loader.Counts();
   *errors = loader.ErrorCount();
   return loaded;
+}
+
+// Hands the processors' cache states to the plug-in's globals.
+void SetCacheStates(const std::string& plugin, const TCacheStates& states) {
+  void* library = dlopen(plugin.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (library == nullptr) return;
+  const std::pair<const char*, int> globals[] = {
+      {"g_L1Enabled", states.level1}, {"g_L2Enabled", states.level2}, {"g_L3Enabled", states.level3}};
+  for (const auto& global : globals) {
+    if (void* address = dlsym(library, global.first)) *static_cast<int32_t*>(address) = global.second;
+  }
+  dlclose(library);
+}
+
+// This machine's inventory: the bundled schema filled by the collector.
+int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+              const std::string& root, TRepositoryCommands& commands) {
+  TLinuxCollector collector(root);
+  boost::shared_ptr<ICIMInstance> system = collector.Collect(*ns);
+  SetCacheStates(options.plugin, collector.CacheStates());
+  // Enumerating the processors applies the cache states to them.
+  ns->GetClass("PELXA_Processor", TContext())
+      ->EnumerateInstances([](boost::shared_ptr<ICIMInstance>) { return true; }, false, TContext());
+  return commands.Inventory(system->GetReference(TContext()).GetPath());
 }
 
 }  // namespace
@@ -97,6 +126,9 @@ int main(int argc, char** argv) {
   CLI::App* check = app.add_subcommand("check", "load MOF files and report counts and errors");
   check->add_option("files", checkFiles, "MOF files")->required();
   CLI::App* exportCommand = app.add_subcommand("export", "write the repository as MOF");
+  std::string root = "/";
+  CLI::App* inventory = app.add_subcommand("inventory", "this machine's inventory, with display text");
+  inventory->add_option("--root", root, "read /proc and /sys below this folder (default /)");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -110,7 +142,9 @@ int main(int argc, char** argv) {
     boost::shared_ptr<ICIMNamespace> ns;
     TMofLoadCounts counts;
     int errors = 0;
-    std::vector<std::string> files = options.mofFiles;
+    std::vector<std::string> files;
+    if (inventory->parsed()) files.push_back(INMEM_INVENTORY_SCHEMA);
+    files.insert(files.end(), options.mofFiles.begin(), options.mofFiles.end());
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
     bool loaded = BuildRepository(options, files, options.keepGoing || check->parsed(), &ns,
                                   &counts, &errors);
@@ -138,6 +172,8 @@ int main(int argc, char** argv) {
       status = commands.References(name, filters);
     } else if (exportCommand->parsed()) {
       status = commands.Export();
+    } else if (inventory->parsed()) {
+      status = Inventory(options, ns, root, commands);
     }
   } catch (const TTYLException& e) {
     std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";

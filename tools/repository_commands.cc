@@ -127,7 +127,7 @@ int TRepositoryCommands::Qualifiers() {
   return kExitOk;
 }
 
-void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first) {
+void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool onlySet) {
   if (json_) {
     out_ << (first ? "" : ",") << "{\"path\":" << JsonString(PathOf(instance)) << ",\"properties\":{";
   } else {
@@ -136,6 +136,7 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first) {
   std::string separator;
   instance.EnumerateProperties(
       [&](boost::shared_ptr<ICIMProperty> property) {
+        if (onlySet && property->UsesDefaultValue(kNone)) return true;
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
         if (json_) {
           out_ << separator << JsonString(name) << ":{\"value\":" << JsonValue(property->GetValue(kNone))
@@ -156,13 +157,14 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first) {
   if (json_) out_ << "}}";
 }
 
-int TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances, bool namesOnly) {
+int TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances, bool namesOnly,
+                                        bool onlySet) {
   if (json_) out_ << "[";
   for (size_t i = 0; i < instances.size(); ++i) {
     if (namesOnly) {
       out_ << (json_ ? (i ? "," : "") + JsonString(PathOf(*instances[i])) : PathOf(*instances[i]) + "\n");
     } else {
-      PrintInstance(*instances[i], i == 0);
+      PrintInstance(*instances[i], i == 0, onlySet);
     }
   }
   if (json_) out_ << "]\n";
@@ -228,5 +230,31 @@ int TRepositoryCommands::References(const std::string& path, const TWalkFilters&
 
 int TRepositoryCommands::Export() {
   TMofWriter(out_).WriteNamespace(*ns_);
+  return kExitOk;
+}
+
+int TRepositoryCommands::Inventory(const std::string& systemPath) {
+  TInstance system = FindInstance(systemPath);
+  if (!system) return kExitNotFound;
+  std::vector<TInstance> components;
+  system->EnumerateAssociatedInstances(
+      [&](TInstance part) {
+        components.push_back(part);
+        return true;
+      },
+      "PELXA_SystemComponent", "", "GroupComponent", "PartComponent", kNone);
+  if (json_) {
+    out_ << "{\"system\":";
+    PrintInstance(*system, true, true);
+    out_ << ",\"components\":";
+    PrintInstances(components, false, true);
+    out_ << "}\n";
+    return kExitOk;
+  }
+  PrintInstance(*system, true, true);
+  for (const TInstance& part : components) {
+    out_ << "\n" << part->GetClass(kNone)->GetName(kNone) << " ";
+    PrintInstance(*part, false, true);
+  }
   return kExitOk;
 }

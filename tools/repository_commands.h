@@ -37,12 +37,17 @@ class TRepositoryCommands {
   int Associators(const std::string& path, const TWalkFilters& filters);
   int References(const std::string& path, const TWalkFilters& filters);
   int Export();
+  // The system at `systemPath` and each of its components (associators
+  // through PELXA_SystemComponent), every property with its display text.
+  int Inventory(const std::string& systemPath);
 
  private:
   boost::shared_ptr<ICIMClass> FindClass(const std::string& name);
   boost::shared_ptr<ICIMInstance> FindInstance(const std::string& path);
-  void PrintInstance(ICIMInstance& instance, bool first);
-  int PrintInstances(const std::vector<boost::shared_ptr<ICIMInstance>>& instances, bool namesOnly);
+  // `onlySet`: leave out properties that hold no value of their own.
+  void PrintInstance(ICIMInstance& instance, bool first, bool onlySet = false);
+  int PrintInstances(const std::vector<boost::shared_ptr<ICIMInstance>>& instances, bool namesOnly,
+                     bool onlySet = false);
 
   boost::shared_ptr<ICIMNamespace> ns_;
   bool json_;
