@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libcli11-dev        # command lines of the host tools
+  libedit-dev         # line editing and history in the tool's shell
 )
 
 missing=()

@@ -5,7 +5,11 @@
 // Exit status: 0 success, 1 not found or refused, 2 usage or load errors.
 
 #include <dlfcn.h>
+#include <editline/readline.h>
+#include <unistd.h>
 
+#include <cctype>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -71,8 +75,18 @@ void SetCacheStates(const std::string& plugin, const TCacheStates& states) {
 }
 
 // This machine's inventory: the bundled schema filled by the collector.
+// The bundled schema is loaded first unless the namespace already has it.
 int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
               const std::string& root, TRepositoryCommands& commands) {
+  try {
+    ns->GetClass("PELXA_ComputerSystem", TContext());
+  } catch (const TTYLException&) {
+    TMofLoader loader(ns);
+    if (!loader.LoadFile(INMEM_INVENTORY_SCHEMA)) {
+      for (const TMofDiagnostic& d : loader.Diagnostics()) std::cerr << d.Format() << "\n";
+      return kExitUsage;
+    }
+  }
   TLinuxCollector collector(root);
   boost::shared_ptr<ICIMInstance> system = collector.Collect(*ns);
   SetCacheStates(options.plugin, collector.CacheStates());
@@ -83,6 +97,139 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
 }
 
 }  // namespace
+
+// The commands that run on a loaded repository: declared on the tool's own
+// command line and again for each line of the shell.
+struct TCommandLine {
+  bool tree = false, deep = false, names = false;
+  std::string name;
+  std::string root = "/";
+  TWalkFilters filters;
+  CLI::App *classes, *cls, *qualifiers, *instances, *get, *associators, *references, *exportCommand,
+      *inventory;
+
+  void Declare(CLI::App& app) {
+    classes = app.add_subcommand("classes", "list the classes");
+    classes->add_flag("--tree", tree, "show the inheritance tree");
+    cls = app.add_subcommand("class", "show a class as MOF, inherited members marked");
+    cls->add_option("name", name, "class name")->required();
+    qualifiers = app.add_subcommand("qualifiers", "list the qualifier declarations");
+    instances = app.add_subcommand("instances", "list the instances of a class");
+    instances->add_option("class", name, "class name")->required();
+    instances->add_flag("--deep", deep, "the instances of subclasses too");
+    instances->add_flag("--names", names, "paths only");
+    get = app.add_subcommand("get", "show an instance with the display text of each property");
+    get->add_option("path", name, "object path, e.g. Class.Key=\"v\",Key2=3")->required();
+    associators = app.add_subcommand("associators", "the instances associated with one");
+    associators->add_option("path", name, "object path")->required();
+    associators->add_option("--assoc-class", filters.assocClass, "association class");
+    associators->add_option("--result-class", filters.resultClass, "class of the far end");
+    associators->add_option("--role", filters.role, "property naming this end");
+    associators->add_option("--result-role", filters.resultRole, "property naming the far end");
+    references = app.add_subcommand("references", "the associations that point at an instance");
+    references->add_option("path", name, "object path")->required();
+    references->add_option("--result-class", filters.resultClass, "association class");
+    references->add_option("--role", filters.role, "property naming this end");
+    exportCommand = app.add_subcommand("export", "write the repository as MOF");
+    inventory = app.add_subcommand("inventory", "this machine's inventory, with display text");
+    inventory->add_option("--root", root, "read /proc and /sys below this folder (default /)");
+  }
+
+  // Runs the parsed command; kExitUsage when none was given.
+  int Run(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+          TRepositoryCommands& commands) {
+    if (classes->parsed()) return commands.Classes(tree);
+    if (cls->parsed()) return commands.Class(name);
+    if (qualifiers->parsed()) return commands.Qualifiers();
+    if (instances->parsed()) return commands.Instances(name, deep, names);
+    if (get->parsed()) return commands.Get(name);
+    if (associators->parsed()) return commands.Associators(name, filters);
+    if (references->parsed()) return commands.References(name, filters);
+    if (exportCommand->parsed()) return commands.Export();
+    if (inventory->parsed()) return Inventory(options, ns, root, commands);
+    return kExitUsage;
+  }
+};
+
+// Splits a shell line at blanks; single quotes group words and are removed,
+// double quotes are kept (they belong to object paths).
+std::vector<std::string> SplitLine(const std::string& line) {
+  std::vector<std::string> words;
+  std::string word;
+  bool quoted = false, inWord = false;
+  for (char c : line) {
+    if (c == '\'') {
+      quoted = !quoted;
+      inWord = true;
+    } else if (!quoted && std::isspace(static_cast<unsigned char>(c))) {
+      if (inWord) words.push_back(word);
+      word.clear();
+      inWord = false;
+    } else {
+      word += c;
+      inWord = true;
+    }
+  }
+  if (inWord) words.push_back(word);
+  return words;
+}
+
+// Reads commands until "quit", end of input or an empty line at the end;
+// with a terminal, lines are edited and kept in a history.
+int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
+  bool terminal = isatty(STDIN_FILENO) != 0;
+  const char* home = std::getenv("HOME");
+  std::string historyFile = std::string(home != nullptr ? home : ".") + "/.inmem_history";
+  if (terminal) read_history(historyFile.c_str());
+  int status = kExitOk;
+  while (true) {
+    std::string line;
+    if (terminal) {
+      char* read = readline("inmem> ");
+      if (read == nullptr) break;
+      line = read;
+      std::free(read);
+      if (!line.empty()) add_history(line.c_str());
+    } else if (!std::getline(std::cin, line)) {
+      break;
+    }
+    std::vector<std::string> words = SplitLine(line);
+    if (words.empty()) continue;
+    if (words[0] == "quit" || words[0] == "exit") break;
+    CLI::App app{"inmem shell commands"};
+    app.require_subcommand(1);
+    TCommandLine command;
+    command.Declare(app);
+    bool known = words[0] == "help";
+    for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->get_name() == words[0];
+    if (!known) {
+      std::cerr << "inmem: unknown command '" << words[0] << "' (type help for the commands)\n";
+      status = kExitUsage;
+      continue;
+    }
+    std::vector<std::string> reversed(words.rbegin(), words.rend());
+    try {
+      app.parse(reversed);
+    } catch (const CLI::ParseError& e) {
+      if (words[0] == "help" || e.get_exit_code() == 0) {
+        std::cout << app.help();
+      } else {
+        std::cerr << "inmem: " << e.what() << " (type help for the commands)\n";
+      }
+      status = kExitUsage;
+      continue;
+    }
+    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
+    try {
+      status = command.Run(options, ns, commands);
+    } catch (const TTYLException& e) {
+      std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";
+      status = kExitNotFound;
+    }
+  }
+  if (terminal) write_history(historyFile.c_str());
+  return status;
+}
 
 int main(int argc, char** argv) {
   CLI::App app{"inmem: an in-memory CIM repository on the command line"};
@@ -97,38 +244,12 @@ int main(int argc, char** argv) {
   app.add_flag("--keep-going", options.keepGoing, "report every MOF error, not only the first");
   app.require_subcommand(1);
   app.fallthrough();  // the options above may also follow the command
-
-  bool tree = false, deep = false, names = false;
-  std::string name;
+  TCommandLine command;
+  command.Declare(app);
   std::vector<std::string> checkFiles;
-  TWalkFilters filters;
-  CLI::App* classes = app.add_subcommand("classes", "list the classes");
-  classes->add_flag("--tree", tree, "show the inheritance tree");
-  CLI::App* cls = app.add_subcommand("class", "show a class as MOF, inherited members marked");
-  cls->add_option("name", name, "class name")->required();
-  CLI::App* qualifiers = app.add_subcommand("qualifiers", "list the qualifier declarations");
-  CLI::App* instances = app.add_subcommand("instances", "list the instances of a class");
-  instances->add_option("class", name, "class name")->required();
-  instances->add_flag("--deep", deep, "the instances of subclasses too");
-  instances->add_flag("--names", names, "paths only");
-  CLI::App* get = app.add_subcommand("get", "show an instance with the display text of each property");
-  get->add_option("path", name, "object path, e.g. Class.Key=\"v\",Key2=3")->required();
-  CLI::App* associators = app.add_subcommand("associators", "the instances associated with one");
-  associators->add_option("path", name, "object path")->required();
-  associators->add_option("--assoc-class", filters.assocClass, "association class");
-  associators->add_option("--result-class", filters.resultClass, "class of the far end");
-  associators->add_option("--role", filters.role, "property naming this end");
-  associators->add_option("--result-role", filters.resultRole, "property naming the far end");
-  CLI::App* references = app.add_subcommand("references", "the associations that point at an instance");
-  references->add_option("path", name, "object path")->required();
-  references->add_option("--result-class", filters.resultClass, "association class");
-  references->add_option("--role", filters.role, "property naming this end");
   CLI::App* check = app.add_subcommand("check", "load MOF files and report counts and errors");
   check->add_option("files", checkFiles, "MOF files")->required();
-  CLI::App* exportCommand = app.add_subcommand("export", "write the repository as MOF");
-  std::string root = "/";
-  CLI::App* inventory = app.add_subcommand("inventory", "this machine's inventory, with display text");
-  inventory->add_option("--root", root, "read /proc and /sys below this folder (default /)");
+  CLI::App* shell = app.add_subcommand("shell", "load once, then run commands typed one per line");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -143,7 +264,6 @@ int main(int argc, char** argv) {
     TMofLoadCounts counts;
     int errors = 0;
     std::vector<std::string> files;
-    if (inventory->parsed()) files.push_back(INMEM_INVENTORY_SCHEMA);
     files.insert(files.end(), options.mofFiles.begin(), options.mofFiles.end());
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
     bool loaded = BuildRepository(options, files, options.keepGoing || check->parsed(), &ns,
@@ -156,24 +276,10 @@ int main(int argc, char** argv) {
       status = loaded ? kExitOk : kExitUsage;
     } else if (!loaded) {
       status = kExitUsage;
-    } else if (classes->parsed()) {
-      status = commands.Classes(tree);
-    } else if (cls->parsed()) {
-      status = commands.Class(name);
-    } else if (qualifiers->parsed()) {
-      status = commands.Qualifiers();
-    } else if (instances->parsed()) {
-      status = commands.Instances(name, deep, names);
-    } else if (get->parsed()) {
-      status = commands.Get(name);
-    } else if (associators->parsed()) {
-      status = commands.Associators(name, filters);
-    } else if (references->parsed()) {
-      status = commands.References(name, filters);
-    } else if (exportCommand->parsed()) {
-      status = commands.Export();
-    } else if (inventory->parsed()) {
-      status = Inventory(options, ns, root, commands);
+    } else if (shell->parsed()) {
+      status = Shell(options, ns);
+    } else {
+      status = command.Run(options, ns, commands);
     }
   } catch (const TTYLException& e) {
     std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";

@@ -17,3 +17,13 @@ expect_run(2 "A subcommand is required" -m ${FIXTURE})
 expect_run(2 "missing.mof" -m missing.mof classes)
 expect_run(0 "1 files, 5 qualifier declarations, 3 classes \\(0 without keys\\), 3 instances, 0 errors" check ${FIXTURE})
 expect_run(0 "Uptime = 1 day, 1 hour, 1 minute, 1 second" inventory --root ${ROOT})
+
+# The shell reads one command per line from its input.
+execute_process(COMMAND ${TOOL} -m ${FIXTURE} shell INPUT_FILE ${SHELL_INPUT}
+                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+foreach(expected "Sys\nDisk\nSysDisk\n" "unknown command 'bogus'" "Size = 1.5 Kilobytes" "disk.id=\"sda\"\n")
+  string(FIND "${out}${err}" "${expected}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "shell output lacks '${expected}':\n${out}${err}")
+  endif()
+endforeach()
