@@ -192,40 +192,34 @@ int TRepositoryCommands::Get(const std::string& path) {
   return kExitOk;
 }
 
-int TRepositoryCommands::Associators(const std::string& path, const TWalkFilters& filters) {
+int TRepositoryCommands::Walk(const std::string& path, const char* what,
+                              const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk) {
   TInstance instance = FindInstance(path);
   if (!instance) return kExitNotFound;
   std::vector<TInstance> found;
   try {
-    instance->EnumerateAssociatedInstances(
-        [&](TInstance far) {
-          found.push_back(far);
-          return true;
-        },
-        filters.assocClass, filters.resultClass, filters.role, filters.resultRole, kNone);
+    walk(*instance, [&](TInstance reached) {
+      found.push_back(reached);
+      return true;
+    });
   } catch (const TTYLException& e) {
-    err_ << "inmem: associators of " << path << ": " << e.what() << "\n";
+    err_ << "inmem: " << what << " of " << path << ": " << e.what() << "\n";
     return kExitNotFound;
   }
   return PrintInstances(found, true);
 }
 
+int TRepositoryCommands::Associators(const std::string& path, const TWalkFilters& filters) {
+  return Walk(path, "associators", [&](ICIMInstance& from, const TInstanceCallback& callback) {
+    from.EnumerateAssociatedInstances(callback, filters.assocClass, filters.resultClass, filters.role,
+                                      filters.resultRole, kNone);
+  });
+}
+
 int TRepositoryCommands::References(const std::string& path, const TWalkFilters& filters) {
-  TInstance instance = FindInstance(path);
-  if (!instance) return kExitNotFound;
-  std::vector<TInstance> found;
-  try {
-    instance->EnumerateAssociationInstances(
-        [&](TInstance association) {
-          found.push_back(association);
-          return true;
-        },
-        filters.resultClass, filters.role, kNone);
-  } catch (const TTYLException& e) {
-    err_ << "inmem: references of " << path << ": " << e.what() << "\n";
-    return kExitNotFound;
-  }
-  return PrintInstances(found, true);
+  return Walk(path, "references", [&](ICIMInstance& from, const TInstanceCallback& callback) {
+    from.EnumerateAssociationInstances(callback, filters.resultClass, filters.role, kNone);
+  });
 }
 
 int TRepositoryCommands::Export() {

@@ -5,11 +5,13 @@
 #ifndef INMEM_TOOLS_REPOSITORY_COMMANDS_H_
 #define INMEM_TOOLS_REPOSITORY_COMMANDS_H_
 
+#include <functional>
 #include <ostream>
 #include <string>
 
 #include <boost/shared_ptr.hpp>
 
+#include "include/callbacks.h"
 #include "include/cim_namespace.h"
 
 constexpr int kExitOk = 0;
@@ -43,6 +45,9 @@ class TRepositoryCommands {
 
  private:
   boost::shared_ptr<ICIMClass> FindClass(const std::string& name);
+  // Prints the paths of what `walk` reaches from the instance at `path`.
+  int Walk(const std::string& path, const char* what,
+           const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk);
   boost::shared_ptr<ICIMInstance> FindInstance(const std::string& path);
   // `onlySet`: leave out properties that hold no value of their own.
   void PrintInstance(ICIMInstance& instance, bool first, bool onlySet = false);

@@ -25,10 +25,10 @@ class AssociationWalkTest : public testing::Test {
     auto system = Keyed("System", "ManagedElement", "Name");
     auto device = Keyed("Device", "ManagedElement", "Id");
     Keyed("Disk", "Device", "");
-    Association("Component", "", {{"GroupComponent", system}, {"PartComponent", device}});
-    Association("SystemDevice", "Component", {});
-    Association("Peer", "", {{"Left", system}, {"Right", system}});
-    auto note = Association("Note", "", {{"Descriptor", element}});
+    s_.Association("Component", "", {{"GroupComponent", system}, {"PartComponent", device}});
+    s_.Association("SystemDevice", "Component", {});
+    s_.Association("Peer", "", {{"Left", system}, {"Right", system}});
+    auto note = s_.Association("Note", "", {{"Descriptor", element}});
     s_.Key(note, "Text");
 
     sys1_ = Make("System", {{"Name", TCIMValue("sys1")}});
@@ -47,15 +47,6 @@ class AssociationWalkTest : public testing::Test {
                                      const std::string& key) {
     auto cls = s_.Class(name, super);
     if (!key.empty()) s_.Key(cls, key);
-    s_.Enter(cls);
-    return cls;
-  }
-
-  boost::shared_ptr<ICIMClass> Association(
-      const std::string& name, const std::string& super,
-      const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
-    auto cls = s_.Class(name, super, {{"ASSOCIATION", TCIMValue(true)}});
-    for (const auto& end : ends) s_.Reference(cls, end.first, end.second, {{"KEY", TCIMValue(true)}});
     s_.Enter(cls);
     return cls;
   }

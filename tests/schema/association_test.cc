@@ -33,19 +33,10 @@ class AssociationTest : public testing::Test {
     s_.Enter(device_);
     disk_ = s_.Class("Disk", "Device");
     s_.Enter(disk_);
-    component_ = Association("Component", "", {{"GroupComponent", system_}, {"PartComponent", device_}});
-    systemDevice_ = Association("SystemDevice", "Component", {});
-    dependency_ = Association("Dependency", "", {{"Antecedent", element_}, {"Dependent", device_}});
-    peer_ = Association("Peer", "", {{"Left", system_}, {"Right", system_}});
-  }
-
-  boost::shared_ptr<ICIMClass> Association(
-      const std::string& name, const std::string& super,
-      const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
-    auto cls = s_.Class(name, super, {{"ASSOCIATION", TCIMValue(true)}});
-    for (const auto& end : ends) s_.Reference(cls, end.first, end.second, {{"KEY", TCIMValue(true)}});
-    s_.Enter(cls);
-    return cls;
+    component_ = s_.Association("Component", "", {{"GroupComponent", system_}, {"PartComponent", device_}});
+    systemDevice_ = s_.Association("SystemDevice", "Component", {});
+    dependency_ = s_.Association("Dependency", "", {{"Antecedent", element_}, {"Dependent", device_}});
+    peer_ = s_.Association("Peer", "", {{"Left", system_}, {"Right", system_}});
   }
 
   static TNames Walk(ICIMClass& from, const std::string& assocClass, const std::string& role) {

@@ -69,6 +69,15 @@ boost::shared_ptr<ICIMPropertyDecl> TSchemaBuilder::Reference(
   return Property(cls, name, TCIMValue::NullReference(target), qualifiers);
 }
 
+boost::shared_ptr<ICIMClass> TSchemaBuilder::Association(
+    const std::string& name, const std::string& superName,
+    const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
+  boost::shared_ptr<ICIMClass> cls = Class(name, superName, {{"ASSOCIATION", TCIMValue(true)}});
+  for (const auto& end : ends) Reference(cls, end.first, end.second, {{"KEY", TCIMValue(true)}});
+  Enter(cls);
+  return cls;
+}
+
 boost::shared_ptr<ICIMMethodDecl> TSchemaBuilder::Method(
     const boost::shared_ptr<ICIMClass>& cls, const std::string& name, ECIMType returnType,
     const std::vector<TQualifierSpec>& qualifiers) {

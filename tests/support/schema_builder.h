@@ -61,6 +61,11 @@ class TSchemaBuilder {
                                                 const std::string& name,
                                                 const boost::shared_ptr<ICIMClass>& target,
                                                 const std::vector<TQualifierSpec>& qualifiers = {});
+  // An association class under `superName` with one key reference per end,
+  // entered.
+  boost::shared_ptr<ICIMClass> Association(
+      const std::string& name, const std::string& superName,
+      const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends);
   // Allocates a method of `cls` with `qualifiers`, then AddToClass.
   boost::shared_ptr<ICIMMethodDecl> Method(const boost::shared_ptr<ICIMClass>& cls,
                                            const std::string& name, ECIMType returnType,
