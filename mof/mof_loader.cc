@@ -427,7 +427,41 @@ void TMofLoader::AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMo
   boost::shared_ptr<ICIMPropertyDecl> decl =
       cls.AllocatePropertyDecl(feature.name, prototype, TContext());
   Qualify(*decl, feature.qualifiers);
+  InheritQualifiers(cls, feature, *decl);
   decl->AddToClass(TContext());
+}
+
+// A property that overrides an inherited one takes over the inherited
+// declaration's to-subclass qualifiers (KEY among them) that the MOF does not
+// give again: the repository looks qualifiers up on the declaration alone, so
+// without them an overriding key would stop being a key.
+void TMofLoader::InheritQualifiers(ICIMClass& cls, const TMofFeature& feature,
+                                   ICIMPropertyDecl& decl) {
+  bool found = false;
+  boost::shared_ptr<const ICIMQualifier> override = decl.GetQualifier("Override", found, TContext());
+  if (!override || override->GetValue(TContext()).IsNull() ||
+      override->GetValue(TContext()).GetType() != kCIMTypeString) {
+    return;
+  }
+  boost::shared_ptr<ICIMPropertyDecl> inherited;
+  try {
+    inherited = cls.GetPropertyDecl(override->GetValue(TContext()).GetString(), TContext());
+  } catch (const TTYLException&) {
+    return;  // nothing to take over; the repository reports the override
+  }
+  inherited->EnumerateQualifiers(
+      [&](boost::shared_ptr<ICIMQualifier> q) {
+        uint32_t flavor = q->GetFlavor(TContext());
+        if ((flavor & ICIMQualifierDecl::kFlavorToSubclass) == 0) return true;
+        for (const TMofQualifier& given : feature.qualifiers) {
+          if (strcasecmp(given.name.c_str(), q->GetName(TContext()).c_str()) == 0) return true;
+        }
+        decl.AddQualifier(decl.AllocateQualifier(q->GetDecl(TContext()), q->GetValue(TContext()),
+                                                 flavor, TContext()),
+                          TContext());
+        return true;
+      },
+      TContext());
 }
 
 void TMofLoader::LoadInstance(const TMofInstance& instance) {

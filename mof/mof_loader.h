@@ -13,6 +13,11 @@
 // which repository rule refused the element: its status text and the log
 // line that came with it.
 //
+// A property that overrides an inherited one takes over the inherited
+// declaration's to-subclass qualifiers that its MOF does not give again
+// (KEY above all), as CIM means it; the repository itself looks qualifiers up
+// on each declaration alone.
+//
 // Policy for concrete classes without a key (the repository refuses them
 // with status 7): they are entered all the same, without the key check, with
 // a note. The schema has many (indications, for one) and they are needed as
@@ -85,6 +90,7 @@ class TMofLoader {
   void LoadInstance(const TMofInstance& instance);
   void AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMofFeature& feature);
   void Qualify(ICIMNamedElement& element, const std::vector<TMofQualifier>& qualifiers);
+  void InheritQualifiers(ICIMClass& cls, const TMofFeature& feature, ICIMPropertyDecl& decl);
   boost::shared_ptr<ICIMClass> FindClass(const std::string& name, const TMofLocation& where,
                                          const std::string& role);
   TCIMValue Convert(const TMofValue& value, ECIMType type,

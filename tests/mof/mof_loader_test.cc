@@ -30,7 +30,7 @@ const char kQualifiers[] = R"(
   Qualifier Override : string = null, Scope(property, reference, method), Flavor(EnableOverride, Restricted);
   Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
   Qualifier ValueMap : string[], Scope(property, method, parameter);
-  Qualifier MaxLen : uint32 = null, Scope(property, method, parameter);
+  Qualifier MaxLen : uint32 = null, Scope(property, method, parameter), Flavor(EnableOverride, Restricted);
   Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride, ToSubclass);
 )";
 
@@ -171,6 +171,21 @@ TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
     EXPECT_NE(loader.Diagnostics().back().message.find(row.second), std::string::npos)
         << row.first << "\n" << loader.Diagnostics().back().Format();
   }
+}
+
+TEST_F(MofLoaderTest, AnOverridingPropertyKeepsTheInheritedToSubclassQualifiers) {
+  ASSERT_TRUE(Load(std::string(kQualifiers) + R"(
+    class Base { [Key, Description("base"), MaxLen(8)] string Id; };
+    class Sub : Base { [Override("Id"), Description("sub")] string Id; };
+    instance of Sub { Id = "one"; };
+  )")) << Errors();
+  EXPECT_EQ(loader_.Counts().keylessClasses, 0);
+  auto id = ns_->GetClass("Sub", kNone)->GetPropertyDecl("Id", kNone);
+  bool found = false;
+  EXPECT_EQ(id->GetQualifier("KEY", found, kNone)->GetValue(kNone), TCIMValue(true));
+  EXPECT_EQ(id->GetQualifier("Description", found, kNone)->GetValue(kNone), TCIMValue("sub"));
+  EXPECT_FALSE(id->GetQualifier("MaxLen", found, kNone));  // restricted: not taken over
+  EXPECT_TRUE(ns_->GetInstance(TCIMReference::Parse("Sub.Id=\"one\"", ns_), kNone));
 }
 
 TEST_F(MofLoaderTest, KeylessConcreteClassesAreEnteredWithANote) {
