@@ -2,13 +2,16 @@
 #   make run       set up, build and run the main job
 #   make test      set up, build and run every test
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
+#   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json)
 
 BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
+BENCH_DIR ?= build-bench
+BENCH_ARGS ?=
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
-.PHONY: deps build run test sanitize clean
+.PHONY: deps build run test sanitize bench clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -31,5 +34,11 @@ sanitize: deps
 	LSAN_OPTIONS=report_objects=1 \
 	ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j $(JOBS)
 
+bench: deps
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_bench
+	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
+	  --benchmark_out_format=json $(BENCH_ARGS)
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR)

@@ -1,0 +1,124 @@
+#include "bench/workloads.h"
+
+#include <malloc.h>
+
+#include <sstream>
+
+#include "mof/mof_loader.h"
+#include "provider/inmem_namespace_provider.h"
+
+namespace {
+
+const TContext kNone;
+
+const char kQualifiers[] = R"(
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
+Qualifier Abstract : boolean = false, Scope(class, association), Flavor(Restricted);
+Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
+Qualifier Override : string = null, Scope(property, reference, method), Flavor(EnableOverride, Restricted);
+Qualifier Units : string = null, Scope(property), Flavor(EnableOverride, ToSubclass);
+Qualifier ValueMap : string[], Scope(property), Flavor(EnableOverride, ToSubclass);
+Qualifier Values : string[], Scope(property), Flavor(EnableOverride, ToSubclass);
+)";
+
+boost::shared_ptr<ICIMNamespace> Load(const std::string& mof) {
+  boost::shared_ptr<ICIMNamespace> ns = NewNamespace();
+  TMofLoader loader(ns);
+  if (!loader.LoadText("bench.mof", mof)) {
+    for (const auto& d : loader.Diagnostics()) fprintf(stderr, "%s\n", d.Format().c_str());
+    abort();
+  }
+  return ns;
+}
+
+}  // namespace
+
+boost::shared_ptr<ICIMNamespace> NewNamespace() {
+  TInmemNamespaceProvider provider;
+  return provider.CreateNamespace({}, false, "");
+}
+
+std::string GeneratedSchema(int classes) {
+  std::ostringstream mof;
+  mof << kQualifiers;
+  for (int i = 0; i < classes; ++i) {
+    if (i % 10 == 9 && i >= 20) {
+      mof << "[Association, Description(\"Links two classes.\")]\nclass Gen_" << i << " {\n"
+          << "  [Key] Gen_" << (i - 11) << " REF Antecedent;\n  [Key] Gen_" << (i - 19)
+          << " REF Dependent;\n};\n";
+      continue;
+    }
+    mof << "[Description(\"Generated class " << i << ".\")]\nclass Gen_" << i;
+    bool derived = i % 5 != 0 && i % 10 != 9;
+    if (derived) mof << " : Gen_" << (i - 1);
+    mof << " {\n";
+    if (!derived) mof << "  [Key, Description(\"The key.\")] string InstanceID;\n";
+    mof << "  [Description(\"A size.\"), Units(\"Bytes\")] uint64 Size" << i << ";\n"
+        << "  [ValueMap{\"0\", \"2\", \"3\"}, Values{\"Unknown\", \"OK\", \"Bad\"}] uint16 State"
+        << i << ";\n  string Name" << i << "[];\n};\n";
+  }
+  return mof.str();
+}
+
+boost::shared_ptr<ICIMNamespace> ItemSchema() {
+  return Load(std::string(kQualifiers) + R"(
+    class Item {
+      [Key] string Id;
+      uint32 Count;
+      [Units("Bytes")] uint64 Size;
+      string Label;
+      boolean Enabled;
+    };
+  )");
+}
+
+boost::shared_ptr<ICIMInstance> NewItem(ICIMNamespace& ns, size_t i) {
+  boost::shared_ptr<ICIMInstance> item = ns.GetClass("Item", kNone)->AllocateInstance(kNone);
+  item->SetPropertyValue("Id", TCIMValue("item" + std::to_string(i)), kNone);
+  item->SetPropertyValue("Count", TCIMValue(static_cast<unsigned int>(i)), kNone);
+  item->SetPropertyValue("Size", TCIMValue(static_cast<unsigned long long>(i) * 1024), kNone);
+  item->SetPropertyValue("Label", TCIMValue("label"), kNone);
+  item->SetPropertyValue("Enabled", TCIMValue(i % 2 == 0), kNone);
+  return item;
+}
+
+TCIMReference ItemPath(ICIMNamespace& ns, size_t i) {
+  TCIMReference path;
+  path.SetClass(ns.GetClass("Item", kNone));
+  path.AddKeyValue("Id", TCIMValue("item" + std::to_string(i)));
+  return path;
+}
+
+TSystemsModel SystemsWithComponents(size_t total, size_t degree) {
+  TSystemsModel model;
+  model.ns = Load(std::string(kQualifiers) + R"(
+    class Sys { [Key] string Name; };
+    class Part { [Key] string Id; uint64 Size; };
+    [Association] class SysPart { [Key] Sys REF Group; [Key] Part REF Member; };
+  )");
+  ICIMNamespace& ns = *model.ns;
+  boost::shared_ptr<ICIMClass> sys = ns.GetClass("Sys", kNone);
+  boost::shared_ptr<ICIMClass> part = ns.GetClass("Part", kNone);
+  boost::shared_ptr<ICIMClass> link = ns.GetClass("SysPart", kNone);
+  for (size_t s = 0; s < total / degree; ++s) {
+    boost::shared_ptr<ICIMInstance> system = sys->AllocateInstance(kNone);
+    system->SetPropertyValue("Name", TCIMValue("sys" + std::to_string(s)), kNone);
+    system->AddToNamespace(kNone);
+    model.systems.push_back(system);
+    TCIMValue group(system->GetReference(kNone));
+    for (size_t d = 0; d < degree; ++d) {
+      boost::shared_ptr<ICIMInstance> component = part->AllocateInstance(kNone);
+      component->SetPropertyValue("Id", TCIMValue("part" + std::to_string(s * degree + d)), kNone);
+      component->AddToNamespace(kNone);
+      model.components.push_back(component);
+      boost::shared_ptr<ICIMInstance> association = link->AllocateInstance(kNone);
+      association->SetPropertyValue("Group", group, kNone);
+      association->SetPropertyValue("Member", TCIMValue(component->GetReference(kNone)), kNone);
+      association->AddToNamespace(kNone);
+    }
+  }
+  return model;
+}
+
+size_t HeapInUse() { return mallinfo2().uordblks; }
