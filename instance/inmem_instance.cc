@@ -54,12 +54,10 @@ TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFla
     : validateFlags(validateFlags), cls(cls) {
   cls->EnumeratePropertyDecls(boost::bind(&TInmemInstance::InsertProp, this, boost::placeholders::_1),
                               TContext());
-  try {
-    cls->GetPropertyDecl("DateTimeOfCollection", TContext());
+  // The class declares "DateTimeOfCollection" exactly when this instance got
+  // a property for it; a class without it gives instances without the stamp.
+  if (properties.count("datetimeofcollection") != 0) {
     SetPropertyValue("DateTimeOfCollection", TCIMValue(TOSSpecific::GetLocalTime()), TContext());
-  } catch (const TTYLException& e) {
-    // A class without the declaration gives instances without the stamp.
-    if (e.GetStatusCode() != kStatusNotFound) throw TTYLException(e.GetStatus());
   }
 }
 

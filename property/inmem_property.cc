@@ -72,7 +72,7 @@ const TCIMValue& TInmemProperty::GetPrevValue() const {
 }
 
 void TInmemProperty::ResetPrevValue() {
-  prevValue = TCIMValue();
+  prevValue.reset(new TCIMValue());
   hasPrevValue = true;
 }
 
@@ -98,13 +98,24 @@ void TInmemProperty::SetPrevValue(const TCIMValue& newValue) {
       }
     }
   }
-  prevValue = newValue;
+  prevValue.reset(new TCIMValue(newValue));
   hasPrevValue = true;
 }
 
 boost::shared_ptr<const ICIMQualifier> TInmemProperty::Qualifier(const char* name) const {
+  // The found-flag lookup answers an absent qualifier without an exception,
+  // which matters on the display path; a declaration that refuses it is
+  // asked the plain way.
+  boost::shared_ptr<const ICIMPropertyDecl> d = Decl();
   try {
-    return Decl()->GetQualifier(name, TContext());
+    bool found = false;
+    boost::shared_ptr<const ICIMQualifier> qualifier = d->GetQualifier(name, found, TContext());
+    return found ? qualifier : boost::shared_ptr<const ICIMQualifier>();
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotSupported) throw;
+  }
+  try {
+    return d->GetQualifier(name, TContext());
   } catch (const TTYLException& e) {
     if (e.GetStatusCode() != kStatusNotFound) throw;
     return boost::shared_ptr<const ICIMQualifier>();

@@ -18,6 +18,7 @@
 #ifndef INMEM_PROPERTY_INMEM_PROPERTY_H_
 #define INMEM_PROPERTY_INMEM_PROPERTY_H_
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -89,7 +90,9 @@ class TInmemProperty : public ICIMProperty {
 
   boost::weak_ptr<const ICIMPropertyDecl> decl;
   std::optional<TCIMValue> value;
-  std::optional<TCIMValue> prevValue;
+  // Previous values are rare: held apart so that a property without one
+  // stays small.
+  std::unique_ptr<TCIMValue> prevValue;
   bool hasPrevValue = false;
 };
 

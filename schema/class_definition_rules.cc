@@ -16,10 +16,15 @@
 
 namespace {
 
-// Whether `element` holds qualifier `name`. Property declarations answer an
-// absent qualifier with status 15, methods with an empty pointer; both mean
-// absent here.
+// Whether `element` holds qualifier `name`. Property declarations answer the
+// found-flag lookup; methods and parameters refuse it (status 1) and answer
+// the plain one with an empty pointer. Asking each the way it answers keeps
+// exceptions off this path, which every declaration of a schema takes.
 bool HasQualifier(const ICIMNamedElement& element, const std::string& name) {
+  if (dynamic_cast<const ICIMPropertyDecl*>(&element) != nullptr) {
+    bool found = false;
+    return static_cast<bool>(element.GetQualifier(name, found, TContext())) && found;
+  }
   try {
     return static_cast<bool>(element.GetQualifier(name, TContext()));
   } catch (const TTYLException& e) {
