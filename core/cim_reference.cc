@@ -69,28 +69,36 @@ TCIMReference::TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
                              const TContext& keys)
     : namespace_(ns) {
   for (const auto& key : keys) keys_.push_back(key);
+  UpdatePath();
 }
 
 void TCIMReference::SetClass(const boost::shared_ptr<ICIMClass>& cls) {
   class_ = cls;
   className_ = cls ? cls->GetName(TContext()) : std::string();
+  UpdatePath();
 }
 
 void TCIMReference::SetClassName(const std::string& name) {
   class_.reset();
   className_ = name;
+  UpdatePath();
 }
 
-void TCIMReference::SetNameSpaceName(const std::string& name) { namespaceName_ = name; }
+void TCIMReference::SetNameSpaceName(const std::string& name) {
+  namespaceName_ = name;
+  UpdatePath();
+}
 
 void TCIMReference::AddKeyValue(const std::string& name, const TCIMValue& value) {
   for (TKeyBinding& key : keys_) {
     if (EqualsIgnoringCase(key.first, name)) {
       key.second = value;
+      UpdatePath();
       return;
     }
   }
   keys_.emplace_back(name, value);
+  UpdatePath();
 }
 
 const TCIMValue* TCIMReference::FindKeyValue(const std::string& name) const {
@@ -112,11 +120,12 @@ boost::shared_ptr<ICIMClass> TCIMReference::GetClass() const {
   }
 }
 
-std::string TCIMReference::GetPath() const {
-  std::string path;
+void TCIMReference::UpdatePath() {
+  std::string& path = path_;
+  path.clear();
   if (!namespaceName_.empty()) path = namespaceName_ + ":";
   path += Lower(className_);
-  if (keys_.empty()) return path;
+  if (keys_.empty()) return;
 
   std::vector<std::pair<std::string, const TCIMValue*>> sorted;
   sorted.reserve(keys_.size());
@@ -129,7 +138,6 @@ std::string TCIMReference::GetPath() const {
     path += '=';
     AppendKeyValue(&path, *sorted[i].second);
   }
-  return path;
 }
 
 boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {

@@ -65,7 +65,9 @@ class TCIMReference {
   // The namespace given at construction; empty when none was or it is gone.
   boost::shared_ptr<ICIMNamespace> GetNamespace() const { return namespace_.lock(); }
 
-  std::string GetPath() const;
+  std::string GetPath() const { return path_; }
+  // The same text without a copy, for lookups.
+  const std::string& PathText() const { return path_; }
 
   // The instance this path names, looked up with GetInstance of the
   // reference's namespace, or without one of its class's namespace. A path
@@ -84,10 +86,10 @@ class TCIMReference {
                              const boost::shared_ptr<ICIMNamespace>& ns);
 
   friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
-    return a.GetPath() == b.GetPath();
+    return a.path_ == b.path_;
   }
   friend bool operator<(const TCIMReference& a, const TCIMReference& b) {
-    return a.GetPath() < b.GetPath();
+    return a.path_ < b.path_;
   }
 
  private:
@@ -96,6 +98,11 @@ class TCIMReference {
   std::string className_;
   std::string namespaceName_;
   std::vector<TKeyBinding> keys_;
+  // The canonical text, rebuilt by every change so that reading it (lookups
+  // read it all the time) costs nothing and stays safe for concurrent readers.
+  std::string path_;
+
+  void UpdatePath();
 };
 
 inline bool operator!=(const TCIMReference& a, const TCIMReference& b) { return !(a == b); }

@@ -1,8 +1,6 @@
 // TInmemNamespace: construction, name rules, allocation and entry of classes
 // and qualifier declarations.
 
-#include <cctype>
-
 #include <boost/make_shared.hpp>
 
 #include "include/inmem_namespace.h"
@@ -48,13 +46,23 @@ TInmemNamespace::~TInmemNamespace() {
   qualifierDecls.clear();
 }
 
+namespace {
+
+// The C library's tolower, isalpha and isalnum as the default "C" locale
+// answers them: ASCII letters and digits only. Written out because the
+// library calls consult the locale on every character of every lookup.
+bool IsAsciiLetter(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool IsAsciiDigit(unsigned char c) { return c >= '0' && c <= '9'; }
+
+}  // namespace
+
 std::string TInmemNamespace::NormalizeName(const std::string& name) {
   std::string key(name);
-  for (char& c : key) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   for (size_t i = 0; i < key.size(); ++i) {
     unsigned char c = static_cast<unsigned char>(key[i]);
-    bool valid = c == '_' || (i == 0 ? std::isalpha(c) : std::isalnum(c));
+    bool valid = c == '_' || IsAsciiLetter(c) || (i != 0 && IsAsciiDigit(c));
     if (!valid) ThrowRefusal("Inmem: CIM name '" + name + "' is invalid", kStatusInvalidName);
+    if (c >= 'A' && c <= 'Z') key[i] = static_cast<char>(c - 'A' + 'a');
   }
   return key;
 }

@@ -225,16 +225,16 @@ void TInmemClass::RemoveSubclass(boost::shared_ptr<ICIMClass> subclass, TContext
 
 void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
   // A second instance under a path already taken is not filed; the first stays.
-  instances.emplace(instance->GetElementReference(TContext()).GetPath(), instance);
+  instances.emplace(instance->GetElementReference(TContext()).PathText(), instance);
 }
 
 void TInmemClass::RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
-  instances.erase(instance->GetElementReference(TContext()).GetPath());
+  instances.erase(instance->GetElementReference(TContext()).PathText());
 }
 
 boost::shared_ptr<ICIMInstance> TInmemClass::FindInstance(const TCIMReference& path,
                                                           TContext) const {
-  auto it = instances.find(path.GetPath());
+  auto it = instances.find(path.PathText());
   return it == instances.end() ? boost::shared_ptr<ICIMInstance>() : it->second;
 }
 
