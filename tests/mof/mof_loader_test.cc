@@ -48,6 +48,16 @@ class MofLoaderTest : public testing::Test {
     return all;
   }
 
+  // Loading `mof` on top of what is loaded fails with a last error that says `error`.
+  void ExpectRefused(const char* mof, const char* error) {
+    TMofLoader loader(ns_);
+    TCapturingLogger quiet;
+    EXPECT_FALSE(loader.LoadText("t.mof", mof));
+    ASSERT_FALSE(loader.Diagnostics().empty()) << mof;
+    EXPECT_NE(loader.Diagnostics().back().message.find(error), std::string::npos)
+        << mof << "\n" << loader.Diagnostics().back().Format();
+  }
+
   boost::shared_ptr<ICIMNamespace> ns_ = NewProviderNamespace();
   TMofLoader loader_{ns_};
 };
@@ -141,12 +151,7 @@ TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
       {"[Key(1)] class A {};", "expected a boolean value, found an integer"},
   };
   for (const Row& row : rows) {
-    TMofLoader loader(ns_);
-    TCapturingLogger quiet;
-    EXPECT_FALSE(loader.LoadText("t.mof", row.mof));
-    ASSERT_FALSE(loader.Diagnostics().empty());
-    EXPECT_NE(loader.Diagnostics().back().message.find(row.error), std::string::npos)
-        << row.mof << "\n" << loader.Diagnostics().back().Format();
+    ExpectRefused(row.mof, row.error);
     EXPECT_THROW(ns_->GetClass("A", kNone), TTYLException) << row.mof;
   }
 }
@@ -163,14 +168,7 @@ TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
                                     "logged: \"Inmem: Instance A: key property Id is NULL\""},
       {"instance of A { Id = $nobody; };", "expected a string value, found an alias"},
   };
-  for (const auto& row : rows) {
-    TMofLoader loader(ns_);
-    TCapturingLogger quiet;
-    EXPECT_FALSE(loader.LoadText("t.mof", row.first));
-    ASSERT_FALSE(loader.Diagnostics().empty());
-    EXPECT_NE(loader.Diagnostics().back().message.find(row.second), std::string::npos)
-        << row.first << "\n" << loader.Diagnostics().back().Format();
-  }
+  for (const auto& row : rows) ExpectRefused(row.first, row.second);
 }
 
 TEST_F(MofLoaderTest, AnOverridingPropertyKeepsTheInheritedToSubclassQualifiers) {
