@@ -237,12 +237,12 @@ TCIMValue::operator TCIMDateTime() const {
   return std::get<TCIMDateTime>(content_);
 }
 
-const TCIMReference& TCIMValue::Reference() const {
+const TCIMReference& TCIMValue::GetReference() const {
   if (null_ || type_ != kCIMTypeReference) ThrowMismatch();
   return *std::get<TReferencePtr>(content_);
 }
 
-TCIMValue::operator TCIMReference() const { return Reference(); }
+TCIMValue::operator TCIMReference() const { return GetReference(); }
 
 TCIMValue::operator const std::vector<TCIMValue>&() const { return GetElements(); }
 
@@ -289,7 +289,7 @@ std::string TCIMValue::ToString(unsigned char base) const {
     case kCIMTypeDateTime:
       return std::get<TCIMDateTime>(content_).ToString();
     case kCIMTypeReference:
-      return Reference().GetPath();
+      return GetReference().GetPath();
     default:
       return std::string();
   }

@@ -129,6 +129,9 @@ class TCIMValue {
   // Direct, unchecked-by-copy access for hot paths: the string of a non-null
   // string value (throws like operator std::string otherwise).
   const std::string& GetString() const;
+  // The path of a non-null reference value (throws like operator
+  // TCIMReference otherwise).
+  const TCIMReference& GetReference() const;
   // The elements of a non-null array.
   const std::vector<TCIMValue>& GetElements() const;
 
@@ -149,7 +152,6 @@ class TCIMValue {
   uint64_t ToUnsigned(uint64_t max) const;
   int64_t ToSigned(int64_t min, int64_t max) const;
   [[noreturn]] void ThrowMismatch() const;
-  const TCIMReference& Reference() const;
 
   ECIMType type_ = kCIMTypeNone;
   bool null_ = true;

@@ -13,6 +13,11 @@
 //
 // An instance holds its class strongly and the class holds its filed
 // instances, so a namespace clears every class's instances when it goes.
+//
+// Each instance knows where it is filed (class and map key, kept by the
+// classes) so that association walks can find the instances that point at
+// it through the classes' referrer indexes, and so that a change of one of
+// its reference values is passed on to those indexes.
 
 #ifndef INMEM_INCLUDE_INMEM_INSTANCE_H_
 #define INMEM_INCLUDE_INMEM_INSTANCE_H_
@@ -20,11 +25,15 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <boost/enable_shared_from_this.hpp>
+#include <boost/function.hpp>
 
 #include "include/cim_instance.h"
 #include "include/cim_property_decl.h"
+
+class TInmemClass;
 
 class TInmemInstance : public ICIMInstance,
                        public boost::enable_shared_from_this<TInmemInstance> {
@@ -85,6 +94,26 @@ class TInmemInstance : public ICIMInstance,
   bool operator<(const ICIMInstance& other) const override;
   ICIMInstance& operator=(const ICIMInstance&) override { return *this; }
 
+  // One place where a class files this instance: the class and the key of
+  // its instance map (owned by that map).
+  struct TFiling {
+    TInmemClass* cls;
+    const std::string* key;
+  };
+  const std::vector<TFiling>& Filings() const { return filings; }
+  // Kept by TInmemClass as it files and drops this instance.
+  void NoteFiled(TInmemClass* cls, const std::string* key);
+  void NoteUnfiled(TInmemClass* cls, const std::string* key);
+
+  // Calls `visit` with the path of each reference property's own, non-null
+  // value, in property order. False when some reference property is on its
+  // declaration's default, which cannot be indexed by text.
+  bool VisitReferencePaths(const boost::function<void(const TCIMReference&)>& visit) const;
+  // Called by a reference property of this instance around a change of its
+  // value, so that the classes that file this instance re-index it.
+  void BeforeReferenceChange();
+  void AfterReferenceChange();
+
  private:
   friend class TReferencesCallback;
   friend class TExamineInstanceCallback;
@@ -111,10 +140,15 @@ class TInmemInstance : public ICIMInstance,
                                       boost::shared_ptr<TInmemInstance> association);
   // Whether `element` is this very instance.
   bool IsThis(const boost::shared_ptr<ICIMElement>& element) const;
+  // Whether GetProperty answers `name` with a made-up property when the
+  // instance lacks it (and so adds a declaration to the class).
+  static bool HasFallback(const std::string& name);
 
   int32_t validateFlags;
   boost::shared_ptr<ICIMClass> cls;
   std::map<std::string, boost::shared_ptr<ICIMProperty>> properties;
+  bool hasReferenceProperties = false;
+  std::vector<TFiling> filings;
 };
 
 #endif  // INMEM_INCLUDE_INMEM_INSTANCE_H_

@@ -1,8 +1,9 @@
 // TInmemInstance: references and associators.
 //
 // The class side names the association classes that can point at this
-// instance's class (or an ancestor); each of their instances is examined for
-// a reference that resolves to this very instance. Walks go on whatever the
+// instance's class (or an ancestor); their instances are examined for a
+// reference that resolves to this very instance (only those that may hold
+// one, as the class's referrer index tells). Walks go on whatever the
 // user callback returns, report duplicates as they come, and skip references
 // that point nowhere (status 15); any other failure ends the walk.
 
@@ -13,6 +14,7 @@
 #include "include/inmem_instance.h"
 #include "include/inmem_namespace.h"
 #include "instance/association_callbacks.h"
+#include "schema/inmem_class.h"
 
 namespace {
 
@@ -20,7 +22,7 @@ namespace {
 // nothing (a null reference included).
 boost::shared_ptr<ICIMElement> Resolve(const TCIMValue& reference) {
   if (reference.IsNull()) throw TTYLException(kStatusNotFound);
-  return static_cast<TCIMReference>(reference).GetCIMElement(false);
+  return reference.GetReference().GetCIMElement(false);
 }
 
 // Runs `examine`; a status-15 failure is no match, any other is thrown on.
@@ -49,12 +51,22 @@ void TInmemInstance::EnumerateAssociationInstances(const TInstanceCallback& call
 bool TInmemInstance::ExamineCandidateClass(const TInstanceCallback& callback,
                                            const std::string& role,
                                            boost::shared_ptr<ICIMClass> assocClass) {
+  TInstanceCallback examine;
   if (!role.empty()) {
-    assocClass->EnumerateInstances(
-        TExamineInstanceWithRoleCallback(shared_from_this(), callback, role), false, TContext());
+    examine = TExamineInstanceWithRoleCallback(shared_from_this(), callback, role);
   } else {
-    assocClass->EnumerateInstances(TExamineInstanceCallback(shared_from_this(), callback), false,
-                                   TContext());
+    examine = TExamineInstanceCallback(shared_from_this(), callback);
+  }
+  // Only instances that point at this one can be reported, so a repository
+  // class passes just those, from its referrer index. Every instance is
+  // examined when examining one that does not point here can still be seen:
+  // asking such an instance for a role it lacks may add a declaration to
+  // its class.
+  auto* repositoryClass = dynamic_cast<TInmemClass*>(assocClass.get());
+  if (repositoryClass != nullptr && (role.empty() || !HasFallback(role))) {
+    repositoryClass->EnumerateReferrers(*this, examine);
+  } else {
+    assocClass->EnumerateInstances(examine, false, TContext());
   }
   return true;  // the class enumeration always goes on
 }

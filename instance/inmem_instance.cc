@@ -12,6 +12,7 @@
 #include "include/inmem_namespace.h"
 #include "namespace/refusal.h"
 #include "property/inmem_property.h"
+#include "property/inmem_reference_property.h"
 #include "schema/inmem_class.h"
 
 namespace {
@@ -50,6 +51,11 @@ bool FindFallback(const std::string& asked, TFallback* fallback) {
 
 }  // namespace
 
+bool TInmemInstance::HasFallback(const std::string& name) {
+  TFallback unused;
+  return FindFallback(name, &unused);
+}
+
 TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags)
     : validateFlags(validateFlags), cls(cls) {
   cls->EnumeratePropertyDecls(boost::bind(&TInmemInstance::InsertProp, this, boost::placeholders::_1),
@@ -61,13 +67,65 @@ TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFla
   }
 }
 
-TInmemInstance::~TInmemInstance() = default;
+TInmemInstance::~TInmemInstance() {
+  BOOST_ASSERT_MSG(filings.empty(), "a filed instance is held by its class");
+  if (!hasReferenceProperties) return;
+  for (const auto& entry : properties) {
+    auto* reference = dynamic_cast<TInmemReferenceProperty*>(entry.second.get());
+    if (reference != nullptr) reference->Disown();
+  }
+}
 
 bool TInmemInstance::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
+  boost::shared_ptr<ICIMProperty> property;
+  if (decl->GetType(TContext()) == kCIMTypeReference) {
+    property = boost::make_shared<TInmemReferenceProperty>(decl, this);
+    hasReferenceProperties = true;
+  } else {
+    property = boost::make_shared<TInmemProperty>(decl);
+  }
   // The first of two declarations that normalise alike keeps its place.
   properties.emplace(TInmemNamespace::NormalizeName(decl->GetName(TContext())),
-                     boost::make_shared<TInmemProperty>(decl));
+                     std::move(property));
   return true;
+}
+
+void TInmemInstance::NoteFiled(TInmemClass* by, const std::string* key) {
+  filings.push_back({by, key});
+}
+
+void TInmemInstance::NoteUnfiled(TInmemClass* by, const std::string* key) {
+  for (auto it = filings.begin(); it != filings.end(); ++it) {
+    if (it->cls == by && it->key == key) {
+      filings.erase(it);
+      return;
+    }
+  }
+}
+
+bool TInmemInstance::VisitReferencePaths(
+    const boost::function<void(const TCIMReference&)>& visit) const {
+  if (!hasReferenceProperties) return true;
+  bool allOwn = true;
+  for (const auto& entry : properties) {
+    const ICIMProperty& property = *entry.second;
+    const TCIMValue& value = property.GetValue(TContext());
+    if (!value.IsReference()) continue;
+    if (property.UsesDefaultValue(TContext())) {
+      allOwn = false;
+    } else if (!value.IsNull()) {
+      visit(value.GetReference());
+    }
+  }
+  return allOwn;
+}
+
+void TInmemInstance::BeforeReferenceChange() {
+  for (const TFiling& filing : filings) filing.cls->ForgetReferrer(*filing.key, *this);
+}
+
+void TInmemInstance::AfterReferenceChange() {
+  for (const TFiling& filing : filings) filing.cls->NoteReferrer(*filing.key, *this);
 }
 
 void TInmemInstance::Validate(TContext) const {

@@ -49,6 +49,8 @@ TInmemClass::TInmemClass(const boost::shared_ptr<TInmemNamespace>& ns, const std
                          const boost::shared_ptr<TInmemClass>& superClass)
     : ns(ns), name(name), superClass(superClass) {}
 
+TInmemClass::~TInmemClass() { ClearClassInstances(); }
+
 boost::shared_ptr<TInmemClass> TInmemClass::RootClass() const {
   return ns.lock()->GetRootClass();
 }
@@ -221,21 +223,6 @@ void TInmemClass::RemoveSubclass(boost::shared_ptr<ICIMClass> subclass, TContext
                              return static_cast<ICIMClass*>(c.get()) == subclass.get();
                            });
   if (same != subclasses.end()) subclasses.erase(same);
-}
-
-void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
-  // A second instance under a path already taken is not filed; the first stays.
-  instances.emplace(instance->GetElementReference(TContext()).PathText(), instance);
-}
-
-void TInmemClass::RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
-  instances.erase(instance->GetElementReference(TContext()).PathText());
-}
-
-boost::shared_ptr<ICIMInstance> TInmemClass::FindInstance(const TCIMReference& path,
-                                                          TContext) const {
-  auto it = instances.find(path.PathText());
-  return it == instances.end() ? boost::shared_ptr<ICIMInstance>() : it->second;
 }
 
 void TInmemClass::AddAssociationClass(boost::shared_ptr<ICIMClass> association, TContext) {

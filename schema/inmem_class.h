@@ -21,6 +21,8 @@
 
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <boost/enable_shared_from_this.hpp>
@@ -29,7 +31,9 @@
 
 #include "include/cim_class.h"
 #include "schema/inmem_named_element.h"
+#include "schema/referrer_index.h"
 
+class TInmemInstance;
 class TInmemMethodDecl;
 class TInmemNamespace;
 class TInmemPropertyDecl;
@@ -41,6 +45,7 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
 
   TInmemClass(const boost::shared_ptr<TInmemNamespace>& ns, const std::string& name,
               const boost::shared_ptr<TInmemClass>& superClass);
+  ~TInmemClass() override;
 
   // Runs once on a new class: links it under its superclass (the root class
   // when it has none) and copies the inherited members.
@@ -131,7 +136,18 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   // Takes over `old`'s list of direct subclasses (a redefinition does).
   void CopySubclassListOf(const TInmemClass& old) { subclasses = old.subclasses; }
   // Drops every instance of this class (not of its subclasses).
-  void ClearClassInstances() { instances.clear(); }
+  void ClearClassInstances();
+
+  // The own instances that may point at `target`, for an association walk:
+  // in path order, every one that holds a reference resolving to `target`
+  // and perhaps others, as EnumerateInstances (not deep) would pass them.
+  // The processor classes pass all their instances, since enumerating them
+  // is what applies their correction.
+  void EnumerateReferrers(const TInmemInstance& target, const TInstanceCallback& callback);
+  // Re-index the instance filed under `key` around a change of its
+  // references (see TInmemInstance::BeforeReferenceChange).
+  void ForgetReferrer(const std::string& key, const TInmemInstance& instance);
+  void NoteReferrer(const std::string& key, const TInmemInstance& instance);
   // Drops the record of association classes; the namespace calls it when it
   // goes, since an association that references its own class holds itself.
   void ClearAssociationClasses() { associationClasses.clear(); }
@@ -140,6 +156,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   typedef std::map<std::string, boost::shared_ptr<TInmemPropertyDecl>> TPropertyDeclMap;
 
   void CopyInheritedMembers(const TInmemClass& super);
+  // Whether enumerating this class's instances applies the processor
+  // correction to them.
+  bool CorrectsProcessors() const;
   // Calls `visit` with each class that this association registers with: the
   // class referenced by each reference property, unless another reference
   // property covers it (see AddToNamespace).
@@ -158,7 +177,11 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   std::map<std::string, boost::shared_ptr<ICIMProperty>> classProperties;
   std::vector<boost::shared_ptr<TInmemClass>> subclasses;
   std::map<std::string, boost::shared_ptr<TInmemClass>> associationClasses;
-  std::map<std::string, boost::shared_ptr<ICIMInstance>> instances;
+  TReferrerIndex::TInstanceMap instances;
+  // The same entries hashed by path text (keys are the map's own): lookups
+  // by path need not walk the ordered map.
+  std::unordered_map<std::string_view, TReferrerIndex::TEntry> instancesByPath;
+  TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
   bool collectFlag = false;
 };

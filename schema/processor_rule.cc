@@ -42,9 +42,11 @@ void CorrectCacheStates(ICIMInstance& processor) {
 
 }  // namespace
 
+bool TInmemClass::CorrectsProcessors() const { return IsProcessorClass(name); }
+
 void TInmemClass::EnumerateInstances(const TInstanceCallback& callback, bool deep,
                                      TContext context) {
-  const bool processors = IsProcessorClass(name);
+  const bool processors = CorrectsProcessors();
   for (const auto& entry : instances) {
     if (processors) CorrectCacheStates(*entry.second);
     callback(entry.second);  // the result does not stop the walk

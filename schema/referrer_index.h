@@ -1,0 +1,75 @@
+// TReferrerIndex: which instances of one class hold references with which
+// path text, so that a references or associators walk visits only the
+// instances that can point at its instance instead of every instance.
+//
+// A reference resolves by exact path text: its namespace's class of that
+// name files instances under their path text. So an instance filed under
+// text K can only be reached by references whose text is K, and the index
+// files each instance of the class under the (hashed) text of every
+// reference value it holds. An instance it cannot file that way is kept on
+// a list that every walk visits:
+//   - an instance that is not one of this repository's (its references are
+//     not known to the index),
+//   - a reference property still on its declaration's default (the default
+//     can change without the instance knowing),
+//   - a reference that resolves through a namespace or class of another
+//     implementation, which may answer any text with any instance.
+//
+// Invariants: every entry held refers to a live element of the class's
+// instance map; an entry is removed (with the same instance values it was
+// added with) before the map element goes or its instance's references
+// change. Hash collisions only add candidates: a walk still checks each one.
+
+#ifndef INMEM_SCHEMA_REFERRER_INDEX_H_
+#define INMEM_SCHEMA_REFERRER_INDEX_H_
+
+#include <cstddef>
+#include <map>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_instance.h"
+
+class TInmemInstance;
+
+class TReferrerIndex {
+ public:
+  // A class's instances, keyed by instance path text.
+  typedef std::map<std::string, boost::shared_ptr<ICIMInstance>> TInstanceMap;
+  typedef TInstanceMap::iterator TEntry;
+
+  // Files `entry`; `instance` is its instance when it is one of this
+  // repository's, else nullptr.
+  void Add(TEntry entry, const TInmemInstance* instance);
+  // Forgets `entry`, which the same instance values filed.
+  void Remove(TEntry entry, const TInmemInstance* instance);
+  void Clear();
+
+  // In path order, the first entry after `after` (from the start when
+  // nullptr) that may hold a reference to `target` as it is filed now; `end`
+  // when there is none. Every entry that does hold one is among them.
+  TEntry Next(const TInmemInstance& target, const std::string* after, TEntry end) const;
+
+ private:
+  // Entries ordered by their path text; looked up by text as well.
+  struct TByPath {
+    typedef void is_transparent;
+    bool operator()(TEntry a, TEntry b) const { return a->first < b->first; }
+    bool operator()(TEntry a, const std::string& b) const { return a->first < b; }
+    bool operator()(const std::string& a, TEntry b) const { return a < b->first; }
+  };
+  typedef std::set<TEntry, TByPath> TEntrySet;
+
+  static size_t Hash(const std::string& pathText) { return std::hash<std::string>()(pathText); }
+  // The first entry of `entries` after `after`, if it comes before `*best`.
+  static void TakeEarlier(const TEntrySet& entries, const std::string* after, TEntry end,
+                          TEntry* best);
+
+  std::unordered_map<size_t, TEntrySet> byReferencedPath_;
+  TEntrySet alwaysVisited_;
+};
+
+#endif  // INMEM_SCHEMA_REFERRER_INDEX_H_
