@@ -24,6 +24,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -100,7 +101,15 @@ class TInmemInstance : public ICIMInstance,
     TInmemClass* cls;
     const std::string* key;
   };
-  const std::vector<TFiling>& Filings() const { return filings; }
+  // Calls `visit` with each place, in no particular order.
+  template <typename F>
+  void ForEachFiling(const F& visit) const {
+    if (firstFiling.cls == nullptr) return;
+    visit(firstFiling);
+    if (moreFilings) {
+      for (const TFiling& filing : *moreFilings) visit(filing);
+    }
+  }
   // Kept by TInmemClass as it files and drops this instance.
   void NoteFiled(TInmemClass* cls, const std::string* key);
   void NoteUnfiled(TInmemClass* cls, const std::string* key);
@@ -148,7 +157,11 @@ class TInmemInstance : public ICIMInstance,
   boost::shared_ptr<ICIMClass> cls;
   std::map<std::string, boost::shared_ptr<ICIMProperty>> properties;
   bool hasReferenceProperties = false;
-  std::vector<TFiling> filings;
+  // Nearly every instance is filed in one place at most, held inline; the
+  // rare further places (the same instance filed again after its keys
+  // changed, or in another class) go to `moreFilings`.
+  TFiling firstFiling = {nullptr, nullptr};
+  std::unique_ptr<std::vector<TFiling>> moreFilings;
 };
 
 #endif  // INMEM_INCLUDE_INMEM_INSTANCE_H_

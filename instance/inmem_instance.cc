@@ -68,7 +68,7 @@ TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFla
 }
 
 TInmemInstance::~TInmemInstance() {
-  BOOST_ASSERT_MSG(filings.empty(), "a filed instance is held by its class");
+  BOOST_ASSERT_MSG(firstFiling.cls == nullptr, "a filed instance is held by its class");
   if (!hasReferenceProperties) return;
   for (const auto& entry : properties) {
     auto* reference = dynamic_cast<TInmemReferenceProperty*>(entry.second.get());
@@ -91,13 +91,29 @@ bool TInmemInstance::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
 }
 
 void TInmemInstance::NoteFiled(TInmemClass* by, const std::string* key) {
-  filings.push_back({by, key});
+  if (firstFiling.cls == nullptr) {
+    firstFiling = {by, key};
+    return;
+  }
+  if (!moreFilings) moreFilings.reset(new std::vector<TFiling>());
+  moreFilings->push_back({by, key});
 }
 
 void TInmemInstance::NoteUnfiled(TInmemClass* by, const std::string* key) {
-  for (auto it = filings.begin(); it != filings.end(); ++it) {
+  const bool more = moreFilings && !moreFilings->empty();
+  if (firstFiling.cls == by && firstFiling.key == key) {
+    if (!more) {
+      firstFiling = {nullptr, nullptr};
+      return;
+    }
+    firstFiling = moreFilings->back();
+    moreFilings->pop_back();
+    return;
+  }
+  if (!more) return;
+  for (auto it = moreFilings->begin(); it != moreFilings->end(); ++it) {
     if (it->cls == by && it->key == key) {
-      filings.erase(it);
+      moreFilings->erase(it);
       return;
     }
   }
@@ -121,11 +137,11 @@ bool TInmemInstance::VisitReferencePaths(
 }
 
 void TInmemInstance::BeforeReferenceChange() {
-  for (const TFiling& filing : filings) filing.cls->ForgetReferrer(*filing.key, *this);
+  ForEachFiling([this](const TFiling& filing) { filing.cls->ForgetReferrer(*filing.key, *this); });
 }
 
 void TInmemInstance::AfterReferenceChange() {
-  for (const TFiling& filing : filings) filing.cls->NoteReferrer(*filing.key, *this);
+  ForEachFiling([this](const TFiling& filing) { filing.cls->NoteReferrer(*filing.key, *this); });
 }
 
 void TInmemInstance::Validate(TContext) const {

@@ -13,6 +13,7 @@
 #include "schema/inmem_class.h"
 #include "schema/inmem_method_decl.h"
 #include "schema/inmem_property_decl.h"
+#include "schema/schema_generation.h"
 
 namespace {
 
@@ -40,6 +41,7 @@ bool Contains(const std::string& text, const char* part) {
 }  // namespace
 
 void TInmemClass::AddProperty(boost::shared_ptr<ICIMPropertyDecl> declInterface, TContext) {
+  NoteSchemaChange();
   const TContext none;
   boost::shared_ptr<TInmemPropertyDecl> decl =
       boost::dynamic_pointer_cast<TInmemPropertyDecl>(declInterface);

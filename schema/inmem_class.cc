@@ -12,6 +12,7 @@
 #include "namespace/refusal.h"
 #include "schema/inmem_method_decl.h"
 #include "schema/inmem_property_decl.h"
+#include "schema/schema_generation.h"
 
 const TQualifierRules TInmemClass::kQualifierRules = {
     EHeldQualifierRule::kRefuseOtherValueUnlessDontCollect,
@@ -70,6 +71,7 @@ void TInmemClass::Inherit() {
 }
 
 void TInmemClass::CopyInheritedMembers(const TInmemClass& super) {
+  NoteSchemaChange();
   propertyDecls.insert(super.propertyDecls.begin(), super.propertyDecls.end());
   methodDecls.insert(super.methodDecls.begin(), super.methodDecls.end());
   const TContext none;
@@ -141,11 +143,40 @@ bool TInmemClass::IsSubclassOf(boost::shared_ptr<ICIMClass> other, TContext) con
 }
 
 void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
+  const uint64_t generation = SchemaGeneration();
+  if (!keyCache || keyCache->generation != generation) {
+    auto fresh = boost::make_shared<TKeyCache>();
+    fresh->generation = generation;
+    EnumerateKeysFrom(propertyDecls.begin(), [&](const TPropertyDeclMap::value_type& entry) {
+      fresh->keys.emplace_back(entry.first, entry.second->GetName(TContext()));
+      return true;
+    });
+    keyCache = fresh;
+  }
+  // Held here: a callback that changes the schema replaces the member.
+  boost::shared_ptr<const TKeyCache> keys = keyCache;
+  for (const auto& key : keys->keys) {
+    if (!callback(key.second)) return;
+    if (SchemaGeneration() != generation) {
+      // The callback changed declarations or qualifiers: go on as the
+      // declarations now stand, after this one.
+      EnumerateKeysFrom(propertyDecls.upper_bound(key.first),
+                        [&](const TPropertyDeclMap::value_type& entry) {
+                          return callback(entry.second->GetName(TContext()));
+                        });
+      return;
+    }
+  }
+}
+
+void TInmemClass::EnumerateKeysFrom(
+    TPropertyDeclMap::const_iterator from,
+    const boost::function<bool(const TPropertyDeclMap::value_type&)>& callback) const {
   const TContext none;
-  for (const TPropertyDeclMap::value_type& entry : propertyDecls) {
+  for (; from != propertyDecls.end(); ++from) {
     bool found = false;
-    if (!IsTrueQualifier(entry.second->GetQualifier("KEY", found, none))) continue;
-    if (!callback(entry.second->GetName(none))) return;
+    if (!IsTrueQualifier(from->second->GetQualifier("KEY", found, none))) continue;
+    if (!callback(*from)) return;
   }
 }
 
@@ -235,6 +266,7 @@ void TInmemClass::RemoveAssociationClass(boost::shared_ptr<ICIMClass> associatio
 }
 
 void TInmemClass::RemovePropertyDecl(boost::shared_ptr<ICIMPropertyDecl> decl, TContext) {
+  NoteSchemaChange();
   EraseOrThrow(&propertyDecls, decl->GetName(TContext()));
 }
 

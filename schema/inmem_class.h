@@ -156,6 +156,11 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   typedef std::map<std::string, boost::shared_ptr<TInmemPropertyDecl>> TPropertyDeclMap;
 
   void CopyInheritedMembers(const TInmemClass& super);
+  // Calls `callback` with each key declaration from `from` on, in map order,
+  // until it returns false.
+  void EnumerateKeysFrom(
+      TPropertyDeclMap::const_iterator from,
+      const boost::function<bool(const TPropertyDeclMap::value_type&)>& callback) const;
   // Whether enumerating this class's instances applies the processor
   // correction to them.
   bool CorrectsProcessors() const;
@@ -183,6 +188,13 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   std::unordered_map<std::string_view, TReferrerIndex::TEntry> instancesByPath;
   TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
+  // The key declarations (map key and name, in map order) as they stood at
+  // a schema generation; rebuilt when the generation has moved.
+  struct TKeyCache {
+    uint64_t generation = 0;
+    std::vector<std::pair<std::string, std::string>> keys;
+  };
+  boost::shared_ptr<const TKeyCache> keyCache;
   bool collectFlag = false;
 };
 

@@ -1,5 +1,7 @@
 #include "schema/inmem_qualifier.h"
 
+#include "schema/schema_generation.h"
+
 #include "include/inmem_namespace.h"
 #include "schema/normalized_names.h"
 
@@ -30,6 +32,7 @@ const std::string& TInmemQualifier::GetName(TContext context) const {
 }
 
 void TInmemQualifier::SetValue(const TCIMValue& newValue, TContext) {
+  NoteSchemaChange();
   value = newValue;
   propagated = false;
 }

@@ -5,9 +5,11 @@
 #include "core/tyl_exception.h"
 #include "include/inmem_namespace.h"
 #include "schema/inmem_qualifier.h"
+#include "schema/schema_generation.h"
 
 void TQualifierSet::Add(const boost::shared_ptr<TInmemQualifier>& qualifier,
                         EHeldQualifierRule rule) {
+  NoteSchemaChange();
   const TContext none;
   std::string key = TInmemNamespace::NormalizeName(qualifier->GetName(none));
   TMap::iterator held = qualifiers_.find(key);
@@ -64,6 +66,7 @@ void TQualifierSet::Enumerate(const TQualifierCallback& callback) const {
 
 void TQualifierSet::InsertIfAbsent(const std::string& key,
                                    const boost::shared_ptr<TInmemQualifier>& qualifier) {
+  NoteSchemaChange();
   qualifiers_.emplace(key, qualifier);
 }
 

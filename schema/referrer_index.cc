@@ -60,10 +60,10 @@ void TReferrerIndex::TakeEarlier(const TEntrySet& entries, const std::string* af
 TReferrerIndex::TEntry TReferrerIndex::Next(const TInmemInstance& target, const std::string* after,
                                             TEntry end) const {
   TEntry best = end;
-  for (const TInmemInstance::TFiling& filing : target.Filings()) {
+  target.ForEachFiling([&](const TInmemInstance::TFiling& filing) {
     auto found = byReferencedPath_.find(Hash(*filing.key));
     if (found != byReferencedPath_.end()) TakeEarlier(found->second, after, end, &best);
-  }
+  });
   TakeEarlier(alwaysVisited_, after, end, &best);
   return best;
 }

@@ -160,9 +160,9 @@ class TRandomRepository {
  public:
   explicit TRandomRepository(unsigned seed) : random_(seed) {
     s_.Enter(s_.Class("Element", "", {{"ABSTRACT", TCIMValue(true)}}));
-    auto host = Keyed("Host", "Element", "Name");
-    Keyed("BigHost", "Host", "");
-    auto part = Keyed("Part", "Element", "Id");
+    auto host = s_.KeyedClass("Host", "Element", "Name");
+    s_.KeyedClass("BigHost", "Host", "");
+    auto part = s_.KeyedClass("Part", "Element", "Id");
     s_.Association("Link", "", {{"A", host}, {"B", part}});
     s_.Association("SubLink", "Link", {});
     s_.Association("Peer", "", {{"Left", host}, {"Right", host}});
@@ -245,14 +245,6 @@ class TRandomRepository {
   }
 
  private:
-  boost::shared_ptr<ICIMClass> Keyed(const std::string& name, const std::string& super,
-                                     const std::string& key) {
-    auto cls = s_.Class(name, super);
-    if (!key.empty()) s_.Key(cls, key);
-    s_.Enter(cls);
-    return cls;
-  }
-
   boost::shared_ptr<ICIMClass> Class(const std::string& name) {
     return s_.Namespace()->GetClass(name, TContext());
   }

@@ -22,9 +22,9 @@ class AssociationWalkTest : public testing::Test {
   void SetUp() override {
     auto element = s_.Class("ManagedElement", "", {{"ABSTRACT", TCIMValue(true)}});
     s_.Enter(element);
-    auto system = Keyed("System", "ManagedElement", "Name");
-    auto device = Keyed("Device", "ManagedElement", "Id");
-    Keyed("Disk", "Device", "");
+    auto system = s_.KeyedClass("System", "ManagedElement", "Name");
+    auto device = s_.KeyedClass("Device", "ManagedElement", "Id");
+    s_.KeyedClass("Disk", "Device", "");
     s_.Association("Component", "", {{"GroupComponent", system}, {"PartComponent", device}});
     s_.Association("SystemDevice", "Component", {});
     s_.Association("Peer", "", {{"Left", system}, {"Right", system}});
@@ -41,14 +41,6 @@ class AssociationWalkTest : public testing::Test {
     Link("Peer", "Left", sys1_, "Right", sys1_);
     Link("Peer", "Left", sys2_, "Right", sys1_);
     Make("Note", {{"Descriptor", Ref(sys2_)}, {"Text", TCIMValue("spare")}});
-  }
-
-  boost::shared_ptr<ICIMClass> Keyed(const std::string& name, const std::string& super,
-                                     const std::string& key) {
-    auto cls = s_.Class(name, super);
-    if (!key.empty()) s_.Key(cls, key);
-    s_.Enter(cls);
-    return cls;
   }
 
   TInstance Make(const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values) {

@@ -78,6 +78,44 @@ TEST(ClassModelTest, KeysAreEnumeratedInNameOrderAsDeclared) {
   EXPECT_EQ(first, TNames({"DeviceID"}));
 }
 
+
+// Key names are kept between enumerations; every change of qualifiers or
+// declarations must show in the next one, and in the running one after the
+// callback that made it.
+TEST(ClassModelTest, KeysFollowQualifierAndDeclarationChanges) {
+  TSchemaBuilder s;
+  auto cls = s.Class("Port");
+  s.Key(cls, "A");
+  auto b = s.Property(cls, "B", TCIMValue::Null(kCIMTypeString));
+  auto c = s.Property(cls, "C", TCIMValue::Null(kCIMTypeString));
+  ASSERT_EQ(KeyNames(*cls), TNames({"A"}));
+
+  s.AddQualifiers(*b, {{"KEY", TCIMValue(true)}});
+  EXPECT_EQ(KeyNames(*cls), TNames({"A", "B"}));
+  boost::const_pointer_cast<ICIMQualifier>(b->GetQualifier("KEY", TContext()))
+      ->SetValue(TCIMValue(false), TContext());
+  EXPECT_EQ(KeyNames(*cls), TNames({"A"}));
+  cls->RemovePropertyDecl(cls->GetPropertyDecl("A", TContext()), TContext());
+  EXPECT_EQ(KeyNames(*cls), TNames({}));
+  s.Key(cls, "D");
+  EXPECT_EQ(KeyNames(*cls), TNames({"D"}));
+
+  // A callback run for D makes C a key and adds key E: the running
+  // enumeration goes on after D, so it shows E but not C.
+  std::vector<std::string> seen;
+  cls->EnumerateKeys(
+      [&](const std::string& name) {
+        seen.push_back(name);
+        if (seen.size() == 1) {
+          s.AddQualifiers(*c, {{"KEY", TCIMValue(true)}});
+          s.Key(cls, "E");
+        }
+        return true;
+      },
+      TContext());
+  EXPECT_EQ(seen, TNames({"D", "E"}));
+  EXPECT_EQ(KeyNames(*cls), TNames({"C", "D", "E"}));
+}
 TEST(ClassModelTest, SubclassTestsWalkTheChainByName) {
   TSchemaBuilder s;
   auto a = s.Class("A", "", {{"ABSTRACT", TCIMValue(true)}});

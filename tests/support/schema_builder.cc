@@ -69,6 +69,15 @@ boost::shared_ptr<ICIMPropertyDecl> TSchemaBuilder::Reference(
   return Property(cls, name, TCIMValue::NullReference(target), qualifiers);
 }
 
+boost::shared_ptr<ICIMClass> TSchemaBuilder::KeyedClass(const std::string& name,
+                                                        const std::string& superName,
+                                                        const std::string& key) {
+  boost::shared_ptr<ICIMClass> cls = Class(name, superName);
+  if (!key.empty()) Key(cls, key);
+  Enter(cls);
+  return cls;
+}
+
 boost::shared_ptr<ICIMClass> TSchemaBuilder::Association(
     const std::string& name, const std::string& superName,
     const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {

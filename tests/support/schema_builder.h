@@ -46,6 +46,10 @@ class TSchemaBuilder {
                                      const std::vector<TQualifierSpec>& qualifiers = {});
   // Validates `cls` and enters it into the namespace.
   void Enter(const boost::shared_ptr<ICIMClass>& cls);
+  // A class under `superName` with a key property `key` (none when empty),
+  // entered.
+  boost::shared_ptr<ICIMClass> KeyedClass(const std::string& name, const std::string& superName,
+                                          const std::string& key);
 
   // Allocates a property declaration of `cls` with `prototype` and
   // `qualifiers`, then AddToClass.

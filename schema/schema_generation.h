@@ -1,0 +1,19 @@
+// The schema generation: a process-wide count of changes to what decides
+// which declarations of a class are keys (the qualifier sets of elements,
+// qualifier values, and the declaration maps of classes).
+//
+// An answer worked out from those things and kept with the count it was
+// made at is still right while the count has not moved; a class keeps its
+// key names this way, so that building an instance's path does not look up
+// the KEY qualifier of every declaration again.
+
+#ifndef INMEM_SCHEMA_SCHEMA_GENERATION_H_
+#define INMEM_SCHEMA_SCHEMA_GENERATION_H_
+
+#include <cstdint>
+
+uint64_t SchemaGeneration();
+// Called before any such change.
+void NoteSchemaChange();
+
+#endif  // INMEM_SCHEMA_SCHEMA_GENERATION_H_
