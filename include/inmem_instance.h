@@ -1,8 +1,12 @@
 // TInmemInstance: an instance of a repository class.
 //
 // It holds one property value object per property its class declares,
-// keyed by normalised name; the set of properties is fixed at construction
-// (only values change). It is filed in its class, under the path text of its
+// found by normalised name; the set of properties is fixed at construction
+// (only values change). The names and their order come from the class's
+// property layout (schema/property_layout.h), shared by the instances built
+// from the same declarations; the instance holds the property objects
+// themselves in one array, in layout order, and hands each out as a pointer
+// that shares ownership of the instance. It is filed in its class, under the path text of its
 // own reference, by AddToNamespace, which first validates it by its validate
 // flags: kValidateKeysNonNull (every key property holds a value) and
 // kValidateReferences (for an association, every reference resolves).
@@ -35,6 +39,8 @@
 #include "include/cim_property_decl.h"
 
 class TInmemClass;
+class TInmemProperty;
+class TPropertyLayout;
 
 class TInmemInstance : public ICIMInstance,
                        public boost::enable_shared_from_this<TInmemInstance> {
@@ -130,7 +136,9 @@ class TInmemInstance : public ICIMInstance,
   friend class TAssociatorsExamineCallback;
   friend class TAssociatorsExamineWithResultRoleCallback;
 
-  bool InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl);
+  // The property of `slot`, as a pointer that shares this instance's
+  // ownership.
+  boost::shared_ptr<ICIMProperty> PropertyHandle(size_t slot);
   bool ValidateKeyNonNull(const std::string* keyName) const;
 
   bool ExamineCandidateClass(const TInstanceCallback& callback, const std::string& role,
@@ -155,7 +163,12 @@ class TInmemInstance : public ICIMInstance,
 
   int32_t validateFlags;
   boost::shared_ptr<ICIMClass> cls;
-  std::map<std::string, boost::shared_ptr<ICIMProperty>> properties;
+  // The names of the properties, in slot order.
+  boost::shared_ptr<const TPropertyLayout> layout;
+  // One property per slot of `layout`, in the same order (ascending
+  // normalised name). Never resized after construction: handed-out
+  // pointers point into it.
+  std::vector<TInmemProperty> properties;
   bool hasReferenceProperties = false;
   // Nearly every instance is filed in one place at most, held inline; the
   // rare further places (the same instance filed again after its keys

@@ -14,7 +14,9 @@
 #include "include/inmem_instance.h"
 #include "include/inmem_namespace.h"
 #include "instance/association_callbacks.h"
+#include "property/inmem_property.h"
 #include "schema/inmem_class.h"
+#include "schema/property_layout.h"
 
 namespace {
 
@@ -74,8 +76,8 @@ bool TInmemInstance::ExamineCandidateClass(const TInstanceCallback& callback,
 bool TInmemInstance::ExamineCandidateClassInstance(const TInstanceCallback& callback,
                                                    boost::shared_ptr<ICIMInstance> candidate) {
   TInmemInstance& association = static_cast<TInmemInstance&>(*candidate);
-  for (const auto& entry : association.properties) {
-    const TCIMValue& value = entry.second->GetValue(TContext());
+  for (const TInmemProperty& property : association.properties) {
+    const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     bool reported = false;
     UnlessNotFound([&] {
@@ -142,8 +144,8 @@ bool TInmemInstance::ExamineCandidate(const TInstanceCallback& callback,
                                       boost::shared_ptr<TInmemInstance> association) {
   const std::string roleKey = TInmemNamespace::NormalizeName(role);
   bool ownEndFound = false;
-  for (const auto& entry : association->properties) {
-    const TCIMValue& value = entry.second->GetValue(TContext());
+  for (size_t slot = 0; slot < association->properties.size(); ++slot) {
+    const TCIMValue& value = association->properties[slot].GetValue(TContext());
     if (!value.IsReference()) continue;
     bool done = false, result = true;
     UnlessNotFound([&] {
@@ -151,7 +153,7 @@ bool TInmemInstance::ExamineCandidate(const TInstanceCallback& callback,
       if (!ownEndFound) {
         // Only the first end that is this instance (or the named role) is
         // the own end; a second self-reference is a far end like any other.
-        if (!roleKey.empty() ? entry.first == roleKey
+        if (!roleKey.empty() ? association->layout->Name(slot) == roleKey
                              : farClass == cls && IsThis(Resolve(value))) {
           ownEndFound = true;
           return;

@@ -3,7 +3,6 @@
 
 #include "include/inmem_instance.h"
 
-#include <boost/bind/bind.hpp>
 #include <boost/make_shared.hpp>
 
 #include "core/os_specific.h"
@@ -12,8 +11,8 @@
 #include "include/inmem_namespace.h"
 #include "namespace/refusal.h"
 #include "property/inmem_property.h"
-#include "property/inmem_reference_property.h"
 #include "schema/inmem_class.h"
+#include "schema/property_layout.h"
 
 namespace {
 
@@ -49,6 +48,13 @@ bool FindFallback(const std::string& asked, TFallback* fallback) {
   return false;
 }
 
+// A repository class keeps the layout of its instances; another class's
+// declarations are laid out afresh.
+boost::shared_ptr<const TPropertyLayout> LayoutOf(ICIMClass& cls) {
+  auto* repositoryClass = dynamic_cast<TInmemClass*>(&cls);
+  return repositoryClass != nullptr ? repositoryClass->InstanceLayout() : TPropertyLayout::Of(cls);
+}
+
 }  // namespace
 
 bool TInmemInstance::HasFallback(const std::string& name) {
@@ -57,37 +63,27 @@ bool TInmemInstance::HasFallback(const std::string& name) {
 }
 
 TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags)
-    : validateFlags(validateFlags), cls(cls) {
-  cls->EnumeratePropertyDecls(boost::bind(&TInmemInstance::InsertProp, this, boost::placeholders::_1),
-                              TContext());
+    : validateFlags(validateFlags), cls(cls), layout(LayoutOf(*cls)) {
+  properties.reserve(layout->size());
+  for (size_t slot = 0; slot < layout->size(); ++slot) {
+    const boost::shared_ptr<ICIMPropertyDecl>& decl = layout->Decl(slot);
+    const bool isReference = decl->GetType(TContext()) == kCIMTypeReference;
+    properties.emplace_back(decl, isReference ? this : nullptr);
+    hasReferenceProperties = hasReferenceProperties || isReference;
+  }
   // The class declares "DateTimeOfCollection" exactly when this instance got
   // a property for it; a class without it gives instances without the stamp.
-  if (properties.count("datetimeofcollection") != 0) {
+  if (layout->Find("datetimeofcollection") != TPropertyLayout::kAbsent) {
     SetPropertyValue("DateTimeOfCollection", TCIMValue(TOSSpecific::GetLocalTime()), TContext());
   }
 }
 
 TInmemInstance::~TInmemInstance() {
   BOOST_ASSERT_MSG(firstFiling.cls == nullptr, "a filed instance is held by its class");
-  if (!hasReferenceProperties) return;
-  for (const auto& entry : properties) {
-    auto* reference = dynamic_cast<TInmemReferenceProperty*>(entry.second.get());
-    if (reference != nullptr) reference->Disown();
-  }
 }
 
-bool TInmemInstance::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
-  boost::shared_ptr<ICIMProperty> property;
-  if (decl->GetType(TContext()) == kCIMTypeReference) {
-    property = boost::make_shared<TInmemReferenceProperty>(decl, this);
-    hasReferenceProperties = true;
-  } else {
-    property = boost::make_shared<TInmemProperty>(decl);
-  }
-  // The first of two declarations that normalise alike keeps its place.
-  properties.emplace(TInmemNamespace::NormalizeName(decl->GetName(TContext())),
-                     std::move(property));
-  return true;
+boost::shared_ptr<ICIMProperty> TInmemInstance::PropertyHandle(size_t slot) {
+  return boost::shared_ptr<ICIMProperty>(shared_from_this(), &properties[slot]);
 }
 
 void TInmemInstance::NoteFiled(TInmemClass* by, const std::string* key) {
@@ -123,8 +119,7 @@ bool TInmemInstance::VisitReferencePaths(
     const boost::function<void(const TCIMReference&)>& visit) const {
   if (!hasReferenceProperties) return true;
   bool allOwn = true;
-  for (const auto& entry : properties) {
-    const ICIMProperty& property = *entry.second;
+  for (const TInmemProperty& property : properties) {
     const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     if (property.UsesDefaultValue(TContext())) {
@@ -152,8 +147,8 @@ void TInmemInstance::Validate(TContext) const {
   }
   if ((validateFlags & kValidateReferences) == 0) return;
   if (!cls->IsAssociation(TContext())) return;
-  for (const auto& entry : properties) {
-    const TCIMValue& value = entry.second->GetValue(TContext());
+  for (const TInmemProperty& property : properties) {
+    const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     // A null reference is a path to nothing.
     TCIMReference path = value.IsNull() ? TCIMReference() : static_cast<TCIMReference>(value);
@@ -197,8 +192,8 @@ void TInmemInstance::Delete(TContext context) {
 }
 
 boost::shared_ptr<ICIMProperty> TInmemInstance::GetProperty(const std::string& name, TContext) {
-  auto it = properties.find(TInmemNamespace::NormalizeName(name));
-  if (it != properties.end()) return it->second;
+  const size_t slot = layout->Find(TInmemNamespace::NormalizeName(name));
+  if (slot != TPropertyLayout::kAbsent) return PropertyHandle(slot);
   TFallback fallback;
   if (!FindFallback(name, &fallback)) throw TTYLException(kStatusNotFound);
   // From now on the class declares the property; this instance does not hold
@@ -212,9 +207,9 @@ boost::shared_ptr<ICIMProperty> TInmemInstance::GetProperty(const std::string& n
 
 void TInmemInstance::SetPropertyValue(const std::string& name, const TCIMValue& value,
                                       TContext) {
-  auto it = properties.find(TInmemNamespace::NormalizeName(name));
-  if (it != properties.end()) {
-    it->second->SetValue(value, TContext());
+  const size_t slot = layout->Find(TInmemNamespace::NormalizeName(name));
+  if (slot != TPropertyLayout::kAbsent) {
+    properties[slot].SetValue(value, TContext());
     return;
   }
   if (Contains(name, "speedDuplex")) return;  // dropped without a word
@@ -222,12 +217,12 @@ void TInmemInstance::SetPropertyValue(const std::string& name, const TCIMValue& 
 }
 
 void TInmemInstance::EnumerateProperties(const TPropertyCallback& callback, TContext) {
-  for (const auto& entry : properties) {
+  for (size_t slot = 0; slot < properties.size(); ++slot) {
     try {
-      callback(entry.second);  // the result does not stop the walk
+      callback(PropertyHandle(slot));  // the result does not stop the walk
     } catch (const TTYLException&) {
       LogRefusal("TInmemInstance::EnumerateProperties: Failed in Enumerate the Property \"" +
-                 entry.second->GetDecl(TContext())->GetName(TContext()) + "\" of Class " +
+                 properties[slot].GetDecl(TContext())->GetName(TContext()) + "\" of Class " +
                  cls->GetName(TContext()));
     }
   }

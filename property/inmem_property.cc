@@ -5,6 +5,7 @@
 #include <boost/assert.hpp>
 
 #include "include/cim_class.h"
+#include "include/inmem_instance.h"
 #include "namespace/refusal.h"
 
 namespace {
@@ -21,8 +22,16 @@ std::string ClassName(const boost::shared_ptr<ICIMClass>& cls) {
 
 }  // namespace
 
-TInmemProperty::TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl)
-    : decl(decl) {}
+TInmemProperty::TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl,
+                               TInmemInstance* referenceOwner)
+    : decl(decl), referenceOwner(referenceOwner) {}
+
+TInmemProperty::TInmemProperty(TInmemProperty&& other) noexcept
+    : ICIMProperty(),
+      decl(std::move(other.decl)),
+      value(std::move(other.value)),
+      prevValue(std::move(other.prevValue)),
+      referenceOwner(other.referenceOwner) {}
 
 boost::shared_ptr<const ICIMPropertyDecl> TInmemProperty::Decl() const {
   boost::shared_ptr<const ICIMPropertyDecl> locked = decl.lock();
@@ -39,6 +48,21 @@ const TCIMValue& TInmemProperty::GetValue(TContext) const {
 }
 
 void TInmemProperty::SetValue(const TCIMValue& newValue, TContext) {
+  if (referenceOwner == nullptr) {
+    StoreValue(newValue);
+    return;
+  }
+  referenceOwner->BeforeReferenceChange();
+  try {
+    StoreValue(newValue);
+  } catch (...) {
+    referenceOwner->AfterReferenceChange();
+    throw;
+  }
+  referenceOwner->AfterReferenceChange();
+}
+
+void TInmemProperty::StoreValue(const TCIMValue& newValue) {
   TCIMValue::TCIMType declType = Decl()->GetType(TContext());
   if (declType != newValue.GetType()) {
     ThrowRefusal("Inmem: SetValue: decl is type " + TypeText(declType) + " but value is type " +
@@ -67,13 +91,11 @@ bool TInmemProperty::operator<(const ICIMProperty& other) const {
 }
 
 const TCIMValue& TInmemProperty::GetPrevValue() const {
-  if (!hasPrevValue) return GetValue(TContext());
-  return prevValue ? *prevValue : Decl()->GetDefaultValue(TContext());
+  return prevValue ? *prevValue : GetValue(TContext());
 }
 
 void TInmemProperty::ResetPrevValue() {
   prevValue.reset(new TCIMValue());
-  hasPrevValue = true;
 }
 
 void TInmemProperty::SetPrevValue(const TCIMValue& newValue) {
@@ -99,7 +121,6 @@ void TInmemProperty::SetPrevValue(const TCIMValue& newValue) {
     }
   }
   prevValue.reset(new TCIMValue(newValue));
-  hasPrevValue = true;
 }
 
 boost::shared_ptr<const ICIMQualifier> TInmemProperty::Qualifier(const char* name) const {

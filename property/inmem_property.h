@@ -4,9 +4,15 @@
 // It refers to its declaration (held weakly: the class owns declarations) for
 // name, type, array-ness, qualifiers and default, and holds two values of its
 // own: the current value (absent: the declaration's default applies) and the
-// previous value, with a flag set once a previous value was stored or reset,
-// which is never cleared. Both values are type-checked against the
-// declaration when set; after a refused set both are unchanged.
+// previous value (absent until one is stored or reset; never absent again).
+// Both values are type-checked against the declaration when set; after a
+// refused set both are unchanged.
+//
+// A reference property of an instance knows that instance and tells it
+// before and after each change of its value, so that the classes that file
+// the instance keep their referrer indexes (see schema/referrer_index.h) in
+// step. The instance holds its properties and hands them out with shares of
+// its own ownership, so it outlives every use of the property.
 //
 // It also turns values into display text: integer codes through the
 // declaration's "ValueMap" and "Values" qualifiers, everything else through
@@ -30,9 +36,17 @@
 #include "include/cim_qualifier.h"
 #include "property/value_map.h"
 
+class TInmemInstance;
+
 class TInmemProperty : public ICIMProperty {
  public:
-  explicit TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl);
+  // `referenceOwner`: the instance that holds this property when it is a
+  // reference property of an instance, else nullptr.
+  explicit TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl,
+                          TInmemInstance* referenceOwner = nullptr);
+  // Takes over the values of `other`. Only an instance moves properties,
+  // while it builds its property array, before any pointer to one exists.
+  TInmemProperty(TInmemProperty&& other) noexcept;
 
   TCIMValue::TCIMType GetType(TContext context) const override;
   bool IsArray(TContext context) const override;
@@ -41,6 +55,7 @@ class TInmemProperty : public ICIMProperty {
   const TCIMValue& GetValue(TContext context) const override;
   // Stores a copy when its type is the declaration's; otherwise logs
   // "Inmem: SetValue: decl is type <t> but value is type <t>" and throws 14.
+  // A reference owner hears of the call whether or not the value was taken.
   void SetValue(const TCIMValue& newValue, TContext context) override;
   bool IsUnset(TContext) const override { return !value; }
   boost::shared_ptr<const ICIMPropertyDecl> GetDecl(TContext context) const override;
@@ -58,7 +73,7 @@ class TInmemProperty : public ICIMProperty {
   // reference must point at the declaration's class or a subclass of it
   // ("SetPrevValue: decl references type ..." and status 14).
   void SetPrevValue(const TCIMValue& newValue) override;
-  bool HasPrevValue() const override { return hasPrevValue; }
+  bool HasPrevValue() const override { return prevValue != nullptr; }
   std::string GetDisplayValue() const override;
   std::string GetPrevDisplayValue() const override;
   // One display text per array element (mapped through the value map when
@@ -83,6 +98,8 @@ class TInmemProperty : public ICIMProperty {
 
  private:
   boost::shared_ptr<const ICIMPropertyDecl> Decl() const;
+  // SetValue's check and store, without telling a reference owner.
+  void StoreValue(const TCIMValue& newValue);
   // The declaration's qualifier `name`, or an empty pointer when absent.
   boost::shared_ptr<const ICIMQualifier> Qualifier(const char* name) const;
   // The display text of one value, mapped when a value map applies.
@@ -93,7 +110,7 @@ class TInmemProperty : public ICIMProperty {
   // Previous values are rare: held apart so that a property without one
   // stays small.
   std::unique_ptr<TCIMValue> prevValue;
-  bool hasPrevValue = false;
+  TInmemInstance* referenceOwner;
 };
 
 #endif  // INMEM_PROPERTY_INMEM_PROPERTY_H_

@@ -16,7 +16,7 @@ void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext
   // A second instance under a path already taken is not filed; the first stays.
   auto filed = instances.emplace(instance->GetElementReference(TContext()).PathText(), instance);
   if (!filed.second) return;
-  instancesByPath.emplace(filed.first->first, filed.first);
+  instancesByPath.Insert(filed.first);
   TInmemInstance* inmem = AsInmem(instance);
   if (inmem != nullptr) inmem->NoteFiled(this, &filed.first->first);
   referrers.Add(filed.first, inmem);
@@ -25,20 +25,21 @@ void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext
 void TInmemClass::RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
   // Whatever is filed under the instance's path now goes, even when that is
   // another instance.
-  auto byPath = instancesByPath.find(instance->GetElementReference(TContext()).PathText());
-  if (byPath == instancesByPath.end()) return;
-  TReferrerIndex::TEntry filed = byPath->second;
+  const TCIMReference path = instance->GetElementReference(TContext());
+  const TReferrerIndex::TEntry* byPath = instancesByPath.Find(path.PathText());
+  if (byPath == nullptr) return;
+  const TReferrerIndex::TEntry filed = *byPath;
   TInmemInstance* inmem = AsInmem(filed->second);
   referrers.Remove(filed, inmem);
   if (inmem != nullptr) inmem->NoteUnfiled(this, &filed->first);
-  instancesByPath.erase(byPath);
+  instancesByPath.Erase(path.PathText());
   instances.erase(filed);
 }
 
 boost::shared_ptr<ICIMInstance> TInmemClass::FindInstance(const TCIMReference& path,
                                                           TContext) const {
-  auto it = instancesByPath.find(path.PathText());
-  return it == instancesByPath.end() ? boost::shared_ptr<ICIMInstance>() : it->second->second;
+  const TReferrerIndex::TEntry* filed = instancesByPath.Find(path.PathText());
+  return filed == nullptr ? boost::shared_ptr<ICIMInstance>() : (*filed)->second;
 }
 
 void TInmemClass::ClearClassInstances() {
@@ -47,7 +48,7 @@ void TInmemClass::ClearClassInstances() {
     if (inmem != nullptr) inmem->NoteUnfiled(this, &entry.first);
   }
   referrers.Clear();
-  instancesByPath.clear();
+  instancesByPath.Clear();
   instances.clear();
 }
 
@@ -72,11 +73,11 @@ void TInmemClass::EnumerateReferrers(const TInmemInstance& target,
 }
 
 void TInmemClass::ForgetReferrer(const std::string& key, const TInmemInstance& instance) {
-  auto filed = instancesByPath.find(key);
-  if (filed != instancesByPath.end()) referrers.Remove(filed->second, &instance);
+  const TReferrerIndex::TEntry* filed = instancesByPath.Find(key);
+  if (filed != nullptr) referrers.Remove(*filed, &instance);
 }
 
 void TInmemClass::NoteReferrer(const std::string& key, const TInmemInstance& instance) {
-  auto filed = instancesByPath.find(key);
-  if (filed != instancesByPath.end()) referrers.Add(filed->second, &instance);
+  const TReferrerIndex::TEntry* filed = instancesByPath.Find(key);
+  if (filed != nullptr) referrers.Add(*filed, &instance);
 }

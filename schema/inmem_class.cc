@@ -169,6 +169,15 @@ void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
   }
 }
 
+boost::shared_ptr<const TPropertyLayout> TInmemClass::InstanceLayout() {
+  const uint64_t generation = SchemaGeneration();
+  if (!instanceLayout || instanceLayoutGeneration != generation) {
+    instanceLayout = TPropertyLayout::Of(*this);
+    instanceLayoutGeneration = generation;
+  }
+  return instanceLayout;
+}
+
 void TInmemClass::EnumerateKeysFrom(
     TPropertyDeclMap::const_iterator from,
     const boost::function<bool(const TPropertyDeclMap::value_type&)>& callback) const {

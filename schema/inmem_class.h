@@ -22,7 +22,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include <boost/enable_shared_from_this.hpp>
@@ -31,6 +30,8 @@
 
 #include "include/cim_class.h"
 #include "schema/inmem_named_element.h"
+#include "schema/path_table.h"
+#include "schema/property_layout.h"
 #include "schema/referrer_index.h"
 
 class TInmemInstance;
@@ -137,6 +138,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   void CopySubclassListOf(const TInmemClass& old) { subclasses = old.subclasses; }
   // Drops every instance of this class (not of its subclasses).
   void ClearClassInstances();
+  // The properties a new instance of this class holds (kept until the
+  // schema generation moves).
+  boost::shared_ptr<const TPropertyLayout> InstanceLayout();
 
   // The own instances that may point at `target`, for an association walk:
   // in path order, every one that holds a reference resolving to `target`
@@ -183,9 +187,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   std::vector<boost::shared_ptr<TInmemClass>> subclasses;
   std::map<std::string, boost::shared_ptr<TInmemClass>> associationClasses;
   TReferrerIndex::TInstanceMap instances;
-  // The same entries hashed by path text (keys are the map's own): lookups
-  // by path need not walk the ordered map.
-  std::unordered_map<std::string_view, TReferrerIndex::TEntry> instancesByPath;
+  // The same entries hashed by path text: lookups by path need not walk
+  // the ordered map.
+  TPathTable instancesByPath;
   TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
   // The key declarations (map key and name, in map order) as they stood at
@@ -195,6 +199,8 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
     std::vector<std::pair<std::string, std::string>> keys;
   };
   boost::shared_ptr<const TKeyCache> keyCache;
+  boost::shared_ptr<const TPropertyLayout> instanceLayout;
+  uint64_t instanceLayoutGeneration = 0;
   bool collectFlag = false;
 };
 

@@ -3,9 +3,11 @@
 // qualifier values, and the declaration maps of classes).
 //
 // An answer worked out from those things and kept with the count it was
-// made at is still right while the count has not moved; a class keeps its
+// made at is still right while the count has not moved. A class keeps its
 // key names this way, so that building an instance's path does not look up
-// the KEY qualifier of every declaration again.
+// the KEY qualifier of every declaration again, and the property layout of
+// its instances, so that a new instance does not enumerate and name its
+// declarations again.
 
 #ifndef INMEM_SCHEMA_SCHEMA_GENERATION_H_
 #define INMEM_SCHEMA_SCHEMA_GENERATION_H_

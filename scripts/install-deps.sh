@@ -10,6 +10,7 @@ packages=(
   libbenchmark-dev
   libcli11-dev        # command lines of the host tools
   libedit-dev         # line editing and history in the tool's shell
+  libabsl-dev         # flat hash table of the instances by path
 )
 
 missing=()

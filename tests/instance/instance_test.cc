@@ -165,6 +165,47 @@ TEST_F(InstanceTest, EnumeratingPropertiesVisitsAllAndLogsFailures) {
                                      "Property \"DeviceID\" of Class Port"}}));
 }
 
+TEST_F(InstanceTest, AHandedOutPropertyStaysUsableAfterItsInstanceGoes) {
+  TInstance port = NewPort("host", "eth0");
+  port->AddToNamespace(TContext());
+  boost::shared_ptr<ICIMProperty> speed = port->GetProperty("Speed", TContext());
+  boost::weak_ptr<ICIMInstance> watched = port;
+  port->Delete(TContext());
+  port.reset();
+  speed->SetValue(TCIMValue(static_cast<unsigned long long>(10)), TContext());
+  EXPECT_EQ(speed->GetValue(TContext()), TCIMValue(static_cast<unsigned long long>(10)));
+  EXPECT_EQ(speed->GetDecl(TContext())->GetName(TContext()), "Speed");
+  EXPECT_FALSE(watched.expired());
+  speed.reset();
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(InstanceTest, ADeclarationThatBecomesAReferenceIsIndexedInLaterInstances) {
+  auto link = s_.Class("Link", "", {{"ASSOCIATION", TCIMValue(true)}});
+  s_.Reference(link, "To", port_, {{"KEY", TCIMValue(true)}});
+  boost::shared_ptr<ICIMPropertyDecl> peer = s_.Property(link, "Peer", TCIMValue::Null(kCIMTypeString));
+  s_.Enter(link);
+  std::vector<TInstance> ports;
+  for (const char* device : {"eth0", "eth1", "eth2"}) {
+    ports.push_back(NewPort("host", device));
+    ports.back()->AddToNamespace(TContext());
+  }
+  link->AllocateInstance(TContext());  // built while "Peer" is a string
+  peer->SetDefaultValue(TCIMValue::NullReference(port_), TContext());
+  TInstance later = link->AllocateInstance(TContext());
+  later->SetPropertyValue("To", TCIMValue(ports[0]->GetReference(TContext())), TContext());
+  later->SetPropertyValue("Peer", TCIMValue(ports[1]->GetReference(TContext())), TContext());
+  later->AddToNamespace(TContext());
+  later->SetPropertyValue("Peer", TCIMValue(ports[2]->GetReference(TContext())), TContext());
+  std::vector<size_t> referrers;
+  for (const TInstance& port : ports) {
+    size_t seen = 0;
+    port->EnumerateAssociationInstances([&](TInstance) { return ++seen > 0; }, "", "", TContext());
+    referrers.push_back(seen);
+  }
+  EXPECT_EQ(referrers, std::vector<size_t>({1, 0, 1}));
+}
+
 TEST_F(InstanceTest, CollectionTimeIsStampedWhenDeclared) {
   EXPECT_EQ(StatusOf([&] { NewPort("h", "d")->GetProperty("DateTimeOfCollection", TContext()); }),
             kStatusNotFound);

@@ -1,0 +1,22 @@
+// TPathTable: hashing and the table operations.
+
+#include "schema/path_table.h"
+
+#include <absl/hash/hash.h>
+
+size_t TPathTable::HashOf(std::string_view text) { return absl::Hash<std::string_view>()(text); }
+
+bool TPathTable::Insert(TEntry entry) {
+  const std::string& text = entry->first;
+  return table_.emplace(TKey{HashOf(text), &text}, entry).second;
+}
+
+const TPathTable::TEntry* TPathTable::Find(std::string_view pathText) const {
+  auto it = table_.find(pathText);
+  return it == table_.end() ? nullptr : &it->second;
+}
+
+void TPathTable::Erase(std::string_view pathText) {
+  auto it = table_.find(pathText);
+  if (it != table_.end()) table_.erase(it);
+}
