@@ -63,12 +63,9 @@ TEST_F(PropertyValueTest, PreviousValuesFollowTheirOwnRules) {
 }
 
 TEST_F(PropertyValueTest, OnlyThePreviousValueIsHeldToTheReferencedClass) {
-  auto system = schema_.Class("System", "", {{"ABSTRACT", TCIMValue(true)}});
-  schema_.Enter(system);
-  auto computer = schema_.Class("Computer", "System", {{"ABSTRACT", TCIMValue(true)}});
-  schema_.Enter(computer);
-  auto device = schema_.Class("Device", "", {{"ABSTRACT", TCIMValue(true)}});
-  schema_.Enter(device);
+  auto system = schema_.AbstractClass("System");
+  auto computer = schema_.AbstractClass("Computer", "System");
+  auto device = schema_.AbstractClass("Device");
   auto association = schema_.Class("Link", "", {{"ASSOCIATION", TCIMValue(true)}});
   auto decl = schema_.Reference(association, "Owner", system);
   TInmemProperty owner(decl);
@@ -83,13 +80,6 @@ TEST_F(PropertyValueTest, OnlyThePreviousValueIsHeldToTheReferencedClass) {
   EXPECT_EQ(StatusOf([&] { owner.SetPrevValue(pointingAt(device)); }), kStatusTypeMismatch);
   EXPECT_EQ(log.Lines(), TLines({{3, "SetPrevValue: decl references type System but value references Device"}}));
   EXPECT_EQ(static_cast<TCIMReference>(owner.GetPrevValue()).GetClassName(), "Computer");
-}
-
-TEST_F(PropertyValueTest, PreviousDisplayTextUsesThePreviousValue) {
-  auto property = Property(TCIMValue(2048ull), {{"UNITS", TCIMValue("Bytes")}});
-  property->SetPrevValue(TCIMValue(1536ull));
-  EXPECT_EQ(property->GetDisplayValue(), "2 Kilobytes");
-  EXPECT_EQ(property->GetPrevDisplayValue(), "1.5 Kilobytes");
 }
 
 TEST_F(PropertyValueTest, PropertiesCompareByDeclarationThenValue) {
