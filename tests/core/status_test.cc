@@ -2,7 +2,6 @@
 
 #include "core/status_code.h"
 #include "core/tyl_exception.h"
-#include "tests/support/capturing_logger.h"
 
 namespace {
 
@@ -23,18 +22,6 @@ TEST(StatusTest, CodesHaveANameAndAText) {
     EXPECT_EQ(status.TranslateStatusCode(), row.text) << row.code;
     EXPECT_STREQ(TTYLException(status).what(), row.text) << row.code;
   }
-}
-
-TEST(StatusTest, ThrowLoggedWritesTheTextThenThrowsOnlyTheStatus) {
-  TCapturingLogger log;
-  try {
-    ThrowLogged(3, "Inmem: Class X has no keys", kStatusNoKeys);
-    FAIL() << "did not throw";
-  } catch (const TTYLException& e) {
-    EXPECT_EQ(e.GetStatusCode(), kStatusNoKeys);
-    EXPECT_STREQ(e.what(), "class has no key property");  // not the logged text
-  }
-  EXPECT_EQ(log.Lines(), TLines({{3, "Inmem: Class X has no keys"}}));
 }
 
 }  // namespace

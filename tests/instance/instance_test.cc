@@ -240,25 +240,4 @@ TEST_F(ProcessorRuleTest, StatusOneTakesTheKnownCacheStates) {
   }
 }
 
-TEST(InstanceLifetimeTest, DroppingANamespaceFreesInstancesAndClasses) {
-  std::vector<boost::weak_ptr<void>> watched;
-  {
-    TSchemaBuilder s;
-    auto node = s.KeyedClass("Node", "", "Id");
-    auto edge = s.Class("Edge", "", {{"ASSOCIATION", TCIMValue(true)}});
-    s.Reference(edge, "From", node, {{"KEY", TCIMValue(true)}});
-    s.Reference(edge, "To", node, {{"KEY", TCIMValue(true)}});
-    s.Enter(edge);
-    TInstance a = s.Instance("Node", {{"Id", TCIMValue("a")}});
-    TCIMValue toA(a->GetReference(TContext()));
-    TInstance loop = s.Instance("Edge", {{"From", toA}, {"To", toA}});
-    ASSERT_TRUE(s.Namespace()->GetInstance(loop->GetReference(TContext()), TContext()));
-    for (boost::shared_ptr<void> p : std::vector<boost::shared_ptr<void>>{
-             a, loop, node, edge, s.Namespace(), s.Namespace()->GetClass("", TContext())}) {
-      watched.push_back(p);
-    }
-  }
-  for (const auto& w : watched) EXPECT_TRUE(w.expired());
-}
-
 }  // namespace

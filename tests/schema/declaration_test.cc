@@ -168,19 +168,6 @@ TEST(DeclarationTest, LocalChangesClearThePropagatedFlag) {
   }
 }
 
-// Value, flavor and owner of copies are checked with what subclasses copy.
-TEST(DeclarationTest, QualifierCopiesKeepThePropagatedFlag) {
-  TElements e;
-  auto decl = e.s.Namespace()->GetQualifierDecl("description", TContext());
-  for (bool propagated : {true, false}) {
-    TInmemQualifier source(e.cls, decl, TCIMValue("x"), 4);
-    source.SetPropagated(propagated);
-    TInmemQualifier copy(e.property, source);
-    EXPECT_EQ(copy.IsPropagated(TContext()), propagated);
-    EXPECT_EQ(copy.GetDecl(TContext()), decl);
-  }
-}
-
 TEST(DeclarationTest, QualifiersCompareByNormalisedDeclarationName) {
   TElements e;
   auto ns = e.s.Namespace();

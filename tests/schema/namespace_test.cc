@@ -180,20 +180,27 @@ TEST(NamespaceTest, GetInstanceSearchesOnlyTheNamedClass) {
   EXPECT_EQ(StatusOf([&] { s.Namespace()->GetInstance(path, TContext()); }), kStatusNotFound);
 }
 
-TEST(NamespaceTest, DroppingANamespaceFreesEveryElement) {
+// Elements and instances hold each other in cycles (an association that
+// references its own class, an instance whose references point at itself);
+// the namespace breaks them all when it goes.
+TEST(NamespaceTest, DroppingANamespaceFreesEveryElementAndInstance) {
   std::vector<boost::weak_ptr<void>> watched;
   {
     TSchemaBuilder s;
     auto base = s.KeyedClass("Base", "", "Id");
     auto assoc = s.Class("Assoc", "", {{"ASSOCIATION", TCIMValue(true)}});
-    // An association that references its own class holds itself.
     auto self = s.Reference(assoc, "Self", assoc, {{"KEY", TCIMValue(true)}});
     auto other = s.Reference(assoc, "Other", base, {{"KEY", TCIMValue(true)}});
     auto method = s.Method(base, "Reset", kCIMTypeUint32);
     method->DefineParameter("Force", kCIMTypeBoolean, TContext());
     s.Enter(assoc);
+    auto link = s.Association("Link", "", {{"From", base}, {"To", base}});
+    auto a = s.Instance("Base", {{"Id", TCIMValue("a")}});
+    TCIMValue toA(a->GetReference(TContext()));
+    auto loop = s.Instance("Link", {{"From", toA}, {"To", toA}});
+    ASSERT_TRUE(s.Namespace()->GetInstance(loop->GetReference(TContext()), TContext()));
     for (boost::shared_ptr<void> p : std::vector<boost::shared_ptr<void>>{
-             s.Namespace(), base, assoc, self, other, method,
+             s.Namespace(), base, assoc, self, other, method, link, a, loop,
              s.Namespace()->GetClass("", TContext()),
              s.Namespace()->GetQualifierDecl("KEY", TContext())}) {
       watched.push_back(p);
