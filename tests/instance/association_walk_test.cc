@@ -5,7 +5,6 @@
 #include "include/cim_instance.h"
 #include "include/cim_property.h"
 #include "tests/support/schema_builder.h"
-#include "tests/support/status_of.h"
 
 namespace {
 
