@@ -1,20 +1,29 @@
 #include "core/namespace_provider_manager.h"
 
 #include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
-#include "tests/support/capturing_logger.h"
-#include "tests/support/mock_elements.h"
+#include "include/namespace_provider.h"
 #include "tests/support/schema_builder.h"
+#include "tests/support/status_of.h"
 
 namespace {
 
 using testing::_;
 using testing::NiceMock;
 using testing::Return;
-using testing::ReturnRef;
+
+class MockProvider : public INamespaceProvider {
+ public:
+  MOCK_METHOD(const std::string&, GetName, (TContext), (override));
+  MOCK_METHOD(boost::shared_ptr<ICIMNamespace>, CreateNamespace,
+              ((std::map<std::string, TCIMValue>), bool, std::string), (override));
+  MOCK_METHOD(int, GetProviderKind, (TContext), (override));
+  MOCK_METHOD(bool, GetProviderFlag, (TContext), (override));
+};
 
 boost::shared_ptr<MockProvider> Provider(const std::string& name) {
   auto provider = boost::make_shared<NiceMock<MockProvider>>();
@@ -50,33 +59,19 @@ TEST(ProviderManagerTest, CreatesNamespacesThroughTheNamedProvider) {
   EXPECT_CALL(*provider, CreateNamespace(parameters, true, std::string("NOKRTYL20")))
       .WillOnce(Return(ns));
   EXPECT_EQ(manager.CreateNamespace("inmem", parameters, true, "NOKRTYL20"), ns);
-
-  TCapturingLogger log;
-  try {
-    manager.CreateNamespace("missing", TContext(), false, "");
-    ADD_FAILURE() << "no exception";
-  } catch (const TTYLException& e) {
-    EXPECT_EQ(e.GetStatusCode(), kStatusNotFound);
-  }
-  EXPECT_EQ(log.Lines(), std::vector<TCapturingLogger::TLine>(
-                             {{0, "TYL: no namespace provider named 'missing'"}}));
+  EXPECT_EQ(OutcomeOf([&] { manager.CreateNamespace("missing", TContext(), false, ""); }),
+            TOutcome({kStatusNotFound, {{0, "TYL: no namespace provider named 'missing'"}}}));
 }
 
 TEST(ProviderManagerTest, ALibraryThatCannotBeLoadedIsReported) {
   TNamespaceProviderManager manager;
-  TCapturingLogger log;
-  try {
-    manager.LoadProviderLibrary("/nonexistent/libnothing.so");
-    ADD_FAILURE() << "no exception";
-  } catch (const TTYLException& e) {
-    EXPECT_EQ(e.GetStatusCode(), kStatusLoadFailed);
-  }
-  ASSERT_EQ(log.Lines().size(), 1u);
-  EXPECT_EQ(log.Lines()[0].first, 0);
-  EXPECT_NE(log.Lines()[0].second.find(
-                "TYL: cannot load provider library '/nonexistent/libnothing.so': "),
-            std::string::npos);
-  EXPECT_NE(log.Lines()[0].second.find("No such file"), std::string::npos);
+  TOutcome outcome = OutcomeOf([&] { manager.LoadProviderLibrary("/nonexistent/libnothing.so"); });
+  EXPECT_EQ(outcome.status, kStatusLoadFailed);
+  EXPECT_TRUE(outcome.LoggedOnce(
+      "TYL: cannot load provider library '/nonexistent/libnothing.so': "))
+      << outcome;
+  EXPECT_EQ(outcome.lines.at(0).first, 0);
+  EXPECT_NE(outcome.lines[0].second.find("No such file"), std::string::npos);
 }
 
 TEST(ProviderManagerTest, APluginRegistersItselfWithTheCoreManagerWhileItLoads) {

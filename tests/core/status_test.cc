@@ -2,7 +2,6 @@
 
 #include "core/status_code.h"
 #include "core/tyl_exception.h"
-#include "tests/support/capturing_logger.h"
 
 namespace {
 
@@ -13,8 +12,6 @@ TEST(StatusTest, CodesHaveANameAndAText) {
     const char* text;
   };
   const Row rows[] = {
-      {0, "OK", "success"},
-      {3, "VALUE_OUT_OF_RANGE", "value out of range"},
       {15, "NOT_FOUND", "not found"},
       {31, "UNDERLYING_NAMESPACE_NOT_SUPPORTED", "underlying namespaces are not supported"},
       {99, "UNKNOWN", "unknown status code"},
@@ -25,30 +22,6 @@ TEST(StatusTest, CodesHaveANameAndAText) {
     EXPECT_EQ(status.TranslateStatusCode(), row.text) << row.code;
     EXPECT_STREQ(TTYLException(status).what(), row.text) << row.code;
   }
-}
-
-TEST(StatusTest, StatusCodesCopyAndAssign) {
-  TTYLStatusCode a(kStatusNotFound);
-  TTYLStatusCode b = a;
-  EXPECT_EQ(b.GetStatusCode(), kStatusNotFound);
-  b = kStatusAlreadyDefined;
-  EXPECT_EQ(b.GetStatusCode(), kStatusAlreadyDefined);
-  EXPECT_NE(a, b);
-  b = a;
-  EXPECT_EQ(a, b);
-}
-
-TEST(StatusTest, ThrowLoggedWritesTheTextThenThrowsOnlyTheStatus) {
-  TCapturingLogger log;
-  try {
-    ThrowLogged(3, "Inmem: Class X has no keys", kStatusNoKeys);
-    FAIL() << "did not throw";
-  } catch (const TTYLException& e) {
-    EXPECT_EQ(e.GetStatusCode(), kStatusNoKeys);
-    EXPECT_STREQ(e.what(), "class has no key property");  // not the logged text
-  }
-  ASSERT_EQ(log.Lines().size(), 1u);
-  EXPECT_EQ(log.Lines()[0], TCapturingLogger::TLine(3, "Inmem: Class X has no keys"));
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 
 namespace {
 
-typedef std::vector<TCapturingLogger::TLine> TLines;
 typedef boost::shared_ptr<ICIMInstance> TInstance;
 
 class InstanceTest : public testing::Test {
@@ -26,10 +25,8 @@ class InstanceTest : public testing::Test {
   }
 
   TInstance NewPort(const std::string& system, const std::string& device) {
-    TInstance port = port_->AllocateInstance(TContext());
-    port->SetPropertyValue("SystemName", TCIMValue(system), TContext());
-    port->SetPropertyValue("deviceid", TCIMValue(device), TContext());
-    return port;
+    return s_.Instance("Port", {{"SystemName", TCIMValue(system)}, {"deviceid", TCIMValue(device)}},
+                       false);
   }
 
   TSchemaBuilder s_;
@@ -47,8 +44,7 @@ TEST_F(InstanceTest, PathsNameTheKeysAndTheContextNamespace) {
   TCIMReference path = port->GetReference(TContext());
   ASSERT_EQ(path.GetKeyBindings().size(), 2u);
   EXPECT_EQ(path.GetKeyBindings()[0].first, "DeviceID");
-  auto singleton = s_.Class("Singleton", "", {{"ABSTRACT", TCIMValue(true)}});
-  s_.Enter(singleton);
+  auto singleton = s_.AbstractClass("Singleton");
   EXPECT_EQ(singleton->AllocateInstance(TContext())->GetReference(inNamespace).GetPath(),
             "NOKRTYL20:singleton");
 }
@@ -230,94 +226,59 @@ TEST_F(InstanceTest, InstancesCompareByClassOnly) {
   EXPECT_TRUE(a->InvokeMethod("Reset", {}, TContext()).IsNull());
 }
 
-// The processor correction, for one processor of status `status`.
+// The processor correction: enumerating PELXA_CPU or PELXA_Processor logs
+// each processor's status, and gives those of status 1 the cache states that
+// are known (0 or 1).
 class ProcessorRuleTest : public testing::Test {
  protected:
   void TearDown() override { g_L1Enabled = g_L2Enabled = g_L3Enabled = -1; }
+};
 
-  // Enumerates a class named `className` holding one processor and returns
-  // its cache flags after the enumeration, and the log.
-  std::vector<TCIMValue> Enumerate(const std::string& className, const TCIMValue& status,
-                                   TLines* lines) {
+TEST_F(ProcessorRuleTest, StatusOneTakesTheKnownCacheStates) {
+  const TCIMValue one(static_cast<unsigned short>(1));
+  const std::string unset, yes = "TRUE", no = "FALSE";
+  struct Row {
+    const char* cls;
+    TCIMValue status;
+    int l1, l2, l3;
+    std::vector<std::string> caches;  // the flags' text: "" while null
+    TLines lines;
+  };
+  const Row rows[] = {
+      {"PELXA_CPU", one, -1, -1, -1, {unset, unset, unset}, {{3, "cpuStatus is 1"}}},
+      {"PELXA_Processor", one, 1, 0, 1, {yes, no, yes}, {{3, "cpuStatus is 1"}}},
+      {"PELXA_CPU", one, 1, 0, 7, {yes, no, unset}, {{3, "cpuStatus is 1"}}},
+      {"PELXA_CPU", TCIMValue(static_cast<unsigned short>(2)), 1, 1, 1, {unset, unset, unset},
+       {{3, "cpuStatus is 2"}}},
+      {"PELXA_CPU", TCIMValue("01"), 1, 1, 1, {unset, unset, unset}, {{3, "cpuStatus is 01"}}},
+      {"PELXA_CPU", TCIMValue(" 1"), 1, 1, 1, {unset, unset, unset}, {{3, "cpuStatus is  1"}}},
+      {"pelxa_cpu", one, 1, 1, 1, {unset, unset, unset}, {}},
+  };
+  const char* const kCaches[] = {"L1Enabled", "L2Enabled", "L3Enabled"};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.cls) + " status " + row.status.ToString());
+    g_L1Enabled = row.l1;
+    g_L2Enabled = row.l2;
+    g_L3Enabled = row.l3;
     TSchemaBuilder s;
-    auto cpu = s.Class(className);
+    auto cpu = s.Class(row.cls);
     s.Key(cpu, "DeviceID");
-    s.Property(cpu, "CPUStatus", TCIMValue::Null(status.GetType()));
-    for (const char* cache : {"L1Enabled", "L2Enabled", "L3Enabled"}) {
-      s.Property(cpu, cache, TCIMValue::Null(kCIMTypeBoolean));
-    }
+    s.Property(cpu, "CPUStatus", TCIMValue::Null(row.status.GetType()));
+    for (const char* cache : kCaches) s.Property(cpu, cache, TCIMValue::Null(kCIMTypeBoolean));
     s.Enter(cpu);
-    TInstance processor = cpu->AllocateInstance(TContext());
-    processor->SetPropertyValue("DeviceID", TCIMValue("CPU0"), TContext());
-    processor->SetPropertyValue("CPUStatus", status, TContext());
-    processor->AddToNamespace(TContext());
+    TInstance processor =
+        s.Instance(row.cls, {{"DeviceID", TCIMValue("CPU0")}, {"CPUStatus", row.status}});
     TCapturingLogger log;
     int seen = 0;
     cpu->EnumerateInstances([&](TInstance) { return ++seen < 0; }, false, TContext());
     EXPECT_EQ(seen, 1);
-    *lines = log.Lines();
-    std::vector<TCIMValue> caches;
-    for (const char* cache : {"L1Enabled", "L2Enabled", "L3Enabled"}) {
-      caches.push_back(processor->GetProperty(cache, TContext())->GetValue(TContext()));
+    EXPECT_EQ(log.Lines(), row.lines);
+    std::vector<std::string> caches;
+    for (const char* cache : kCaches) {
+      caches.push_back(processor->GetProperty(cache, TContext())->GetValue(TContext()).ToString());
     }
-    return caches;
+    EXPECT_EQ(caches, row.caches);
   }
-};
-
-TEST_F(ProcessorRuleTest, StatusOneTakesTheKnownCacheStates) {
-  const TCIMValue unset = TCIMValue::Null(kCIMTypeBoolean);
-  const TCIMValue one(static_cast<unsigned short>(1));
-  TLines lines;
-  EXPECT_EQ(Enumerate("PELXA_CPU", one, &lines), std::vector<TCIMValue>({unset, unset, unset}));
-  EXPECT_EQ(lines, TLines({{3, "cpuStatus is 1"}}));
-  g_L1Enabled = 1;
-  g_L2Enabled = 0;
-  g_L3Enabled = 1;
-  EXPECT_EQ(Enumerate("PELXA_Processor", one, &lines),
-            std::vector<TCIMValue>({TCIMValue(true), TCIMValue(false), TCIMValue(true)}));
-  g_L3Enabled = 7;  // unknown: left as it is
-  EXPECT_EQ(Enumerate("PELXA_CPU", one, &lines),
-            std::vector<TCIMValue>({TCIMValue(true), TCIMValue(false), unset}));
-}
-
-TEST_F(ProcessorRuleTest, OnlyStatusTextOneOfTheTwoClassesIsCorrected) {
-  g_L1Enabled = g_L2Enabled = g_L3Enabled = 1;
-  const TCIMValue unset = TCIMValue::Null(kCIMTypeBoolean);
-  const std::vector<TCIMValue> untouched = {unset, unset, unset};
-  TLines lines;
-  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue(static_cast<unsigned short>(2)), &lines), untouched);
-  EXPECT_EQ(lines, TLines({{3, "cpuStatus is 2"}}));
-  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue("01"), &lines), untouched);
-  EXPECT_EQ(Enumerate("PELXA_CPU", TCIMValue(" 1"), &lines), untouched);
-  EXPECT_EQ(Enumerate("pelxa_cpu", TCIMValue(static_cast<unsigned short>(1)), &lines), untouched);
-  EXPECT_TRUE(lines.empty());
-}
-
-TEST(InstanceLifetimeTest, DroppingANamespaceFreesInstancesAndClasses) {
-  std::vector<boost::weak_ptr<void>> watched;
-  {
-    TSchemaBuilder s;
-    auto node = s.Class("Node");
-    s.Key(node, "Id");
-    s.Enter(node);
-    auto edge = s.Class("Edge", "", {{"ASSOCIATION", TCIMValue(true)}});
-    s.Reference(edge, "From", node, {{"KEY", TCIMValue(true)}});
-    s.Reference(edge, "To", node, {{"KEY", TCIMValue(true)}});
-    s.Enter(edge);
-    TInstance a = node->AllocateInstance(TContext());
-    a->SetPropertyValue("Id", TCIMValue("a"), TContext());
-    a->AddToNamespace(TContext());
-    TInstance loop = edge->AllocateInstance(TContext());
-    loop->SetPropertyValue("From", TCIMValue(a->GetReference(TContext())), TContext());
-    loop->SetPropertyValue("To", TCIMValue(a->GetReference(TContext())), TContext());
-    loop->AddToNamespace(TContext());
-    ASSERT_TRUE(s.Namespace()->GetInstance(loop->GetReference(TContext()), TContext()));
-    for (boost::shared_ptr<void> p : std::vector<boost::shared_ptr<void>>{
-             a, loop, node, edge, s.Namespace(), s.Namespace()->GetClass("", TContext())}) {
-      watched.push_back(p);
-    }
-  }
-  for (const auto& w : watched) EXPECT_TRUE(w.expired());
 }
 
 }  // namespace

@@ -7,7 +7,11 @@ namespace {
 class DisplayFormatTest : public PropertyFixture {};
 
 TEST_F(DisplayFormatTest, NumbersWithUnitsArePrefixedAndScaled) {
-  const TCIMValue kAbbreviate(true);
+  const TQualifierSpec bytes("UNITS", TCIMValue("Bytes")), bits("UNITS", TCIMValue("Bits"));
+  const TQualifierSpec bps("UNITS", TCIMValue("Bits per Second"));
+  const TQualifierSpec bytesPerSecond("UNITS", TCIMValue("Bytes per Second"));
+  const TQualifierSpec kilobytes("UNITS", TCIMValue("KiloBytes"));
+  const TQualifierSpec abbreviate("ABBREVIATEUNITS", TCIMValue(true));
   struct Row {
     TCIMValue value;
     std::vector<TQualifierSpec> qualifiers;
@@ -15,42 +19,38 @@ TEST_F(DisplayFormatTest, NumbersWithUnitsArePrefixedAndScaled) {
   };
   const Row rows[] = {
       // The divisor must be strictly below the value.
-      {TCIMValue(1024ull), {{"UNITS", TCIMValue("Bytes")}}, "1024 Bytes"},
-      {TCIMValue(1025ull), {{"UNITS", TCIMValue("Bytes")}}, "1 Kilobytes"},  // 1.0 loses ".0"
-      {TCIMValue(1126ull), {{"UNITS", TCIMValue("Bytes")}}, "1.1 Kilobytes"},
-      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}}, "1.5 Kilobytes"},
-      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", kAbbreviate}}, "1.5 KB"},
-      {TCIMValue(1536ull), {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", TCIMValue(false)}},
-       "1.5 KB"},
-      {TCIMValue(1536ull),
-       {{"UNITS", TCIMValue("Bytes")}, {"ABBREVIATEUNITS", TCIMValue::Null(kCIMTypeBoolean)}},
+      {TCIMValue(1024ull), {bytes}, "1024 Bytes"},
+      {TCIMValue(1025ull), {bytes}, "1 Kilobytes"},  // 1.0 loses ".0"
+      {TCIMValue(1126ull), {bytes}, "1.1 Kilobytes"},
+      {TCIMValue(1536ull), {bytes}, "1.5 Kilobytes"},
+      {TCIMValue(1536ull), {bytes, abbreviate}, "1.5 KB"},
+      {TCIMValue(1536ull), {bytes, {"ABBREVIATEUNITS", TCIMValue(false)}}, "1.5 KB"},
+      {TCIMValue(1536ull), {bytes, {"ABBREVIATEUNITS", TCIMValue::Null(kCIMTypeBoolean)}},
        "1.5 Kilobytes"},
-      {TCIMValue(3298534883328ull), {{"UNITS", TCIMValue("Bytes")}}, "3 Terabytes"},
+      {TCIMValue(3298534883328ull), {bytes}, "3 Terabytes"},
       // In single precision 2^30 + 1 is 2^30, which ends one step early.
-      {TCIMValue(1073741825ull), {{"UNITS", TCIMValue("Bytes")}}, "1024 Megabytes"},
-      {TCIMValue(std::numeric_limits<unsigned long long>::max()), {{"UNITS", TCIMValue("Bytes")}},
-       "16384 Petabytes"},
+      {TCIMValue(1073741825ull), {bytes}, "1024 Megabytes"},
+      {TCIMValue(std::numeric_limits<unsigned long long>::max()), {bytes}, "16384 Petabytes"},
       // "Bits" keeps its word when abbreviated.
-      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bits")}, {"ABBREVIATEUNITS", kAbbreviate}}, "2 KBits"},
-      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bits")}}, "2 Kilobits"},
+      {TCIMValue(2048u), {bits, abbreviate}, "2 KBits"},
+      {TCIMValue(2048u), {bits}, "2 Kilobits"},
       // Only bits per second scale by 1000.
-      {TCIMValue(1000000000ull), {{"UNITS", TCIMValue("Bits per Second")}, {"ABBREVIATEUNITS", kAbbreviate}},
-       "1000 Mbps"},
-      {TCIMValue(1500u), {{"UNITS", TCIMValue("Bits per Second")}}, "1.5 Kilobits per second"},
-      {TCIMValue(1020u), {{"UNITS", TCIMValue("Bits per Second")}}, "1 Kilobits per second"},
-      {TCIMValue(1020u), {{"UNITS", TCIMValue("Bytes per Second")}}, "1020 Bytes per second"},
-      {TCIMValue(2048u), {{"UNITS", TCIMValue("Bytes per Second")}, {"ABBREVIATEUNITS", kAbbreviate}},
-       "2 KB/s"},
+      {TCIMValue(1000000000ull), {bps, abbreviate}, "1000 Mbps"},
+      {TCIMValue(1500u), {bps}, "1.5 Kilobits per second"},
+      {TCIMValue(1020u), {bps}, "1 Kilobits per second"},
+      {TCIMValue(1020u), {bytesPerSecond}, "1020 Bytes per second"},
+      {TCIMValue(2048u), {bytesPerSecond, abbreviate}, "2 KB/s"},
       // A prefixed unit starts from its prefix; a fixed unit caps the scaling.
-      {TCIMValue(2048u), {{"UNITS", TCIMValue("KiloBytes")}}, "2 Megabytes"},
-      {TCIMValue(2048u), {{"UNITS", TCIMValue("KiloBytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Kilo")}},
-       "2048 Kilobytes"},
-      {TCIMValue(5000000000ull), {{"UNITS", TCIMValue("Bytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Mega")}},
+      {TCIMValue(2048u), {kilobytes}, "2 Megabytes"},
+      {TCIMValue(2048u), {kilobytes, {"DISPLAYFIXEDUNITS", TCIMValue("Kilo")}}, "2048 Kilobytes"},
+      {TCIMValue(5000000000ull), {bytes, {"DISPLAYFIXEDUNITS", TCIMValue("Mega")}},
        "4768.4 Megabytes"},
-      {TCIMValue(5000000000ull), {{"UNITS", TCIMValue("Bytes")}, {"DISPLAYFIXEDUNITS", TCIMValue("Peta")}},
+      {TCIMValue(5000000000ull), {bytes, {"DISPLAYFIXEDUNITS", TCIMValue("Peta")}},
        "4.7 Gigabytes"},
-      {TCIMValue(1000000u), {{"UNITS", TCIMValue("KiloBits per Second")}}, "1000 Megabits per second"},
-      {TCIMValue(static_cast<unsigned char>(200)), {{"UNITS", TCIMValue("MegaBytes")}}, "200 Megabytes"},
+      {TCIMValue(1000000u), {{"UNITS", TCIMValue("KiloBits per Second")}},
+       "1000 Megabits per second"},
+      {TCIMValue(static_cast<unsigned char>(200)), {{"UNITS", TCIMValue("MegaBytes")}},
+       "200 Megabytes"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(Property(row.value, row.qualifiers)->GetDisplayValue(), row.text)

@@ -31,4 +31,6 @@ class TCapturingLogger : public ILogger {
   std::vector<TLine> lines_;
 };
 
+typedef std::vector<TCapturingLogger::TLine> TLines;
+
 #endif  // INMEM_TESTS_SUPPORT_CAPTURING_LOGGER_H_

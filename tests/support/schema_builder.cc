@@ -1,5 +1,6 @@
 #include "tests/support/schema_builder.h"
 
+#include "include/cim_parameter_decl.h"
 #include "provider/inmem_namespace_provider.h"
 
 TSchemaBuilder::TSchemaBuilder(bool allowRedefinition) {
@@ -78,6 +79,23 @@ boost::shared_ptr<ICIMClass> TSchemaBuilder::KeyedClass(const std::string& name,
   return cls;
 }
 
+boost::shared_ptr<ICIMClass> TSchemaBuilder::AbstractClass(const std::string& name,
+                                                           const std::string& superName) {
+  boost::shared_ptr<ICIMClass> cls = Class(name, superName, {{"ABSTRACT", TCIMValue(true)}});
+  Enter(cls);
+  return cls;
+}
+
+boost::shared_ptr<ICIMInstance> TSchemaBuilder::Instance(
+    const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values,
+    bool file) {
+  boost::shared_ptr<ICIMInstance> instance =
+      ns_->GetClass(cls, TContext())->AllocateInstance(TContext());
+  for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, TContext());
+  if (file) instance->AddToNamespace(TContext());
+  return instance;
+}
+
 boost::shared_ptr<ICIMClass> TSchemaBuilder::Association(
     const std::string& name, const std::string& superName,
     const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
@@ -113,35 +131,56 @@ void TSchemaBuilder::AddQualifiers(ICIMNamedElement& element,
 
 namespace {
 
-// The names of what `enumerate` hands its callback, in order.
+// The names of what `enumerate` hands its callback, in order, up to `limit`.
 template <typename Element, typename Enumerate>
-std::vector<std::string> Names(const Enumerate& enumerate) {
-  std::vector<std::string> names;
+TNames Names(const Enumerate& enumerate, size_t limit) {
+  TNames names;
   enumerate([&](const Element& e) {
     names.push_back(e->GetName(TContext()));
-    return true;
+    return names.size() < limit;
   });
   return names;
 }
 
+typedef boost::shared_ptr<ICIMClass> TClassPtr;
+
 }  // namespace
 
-std::vector<std::string> SubclassNames(ICIMClass& cls, bool deep) {
-  return Names<boost::shared_ptr<ICIMClass>>(
-      [&](const TClassCallback& f) { cls.EnumerateSubclasses(f, deep, TContext()); });
+TNames SubclassNames(ICIMClass& cls, bool deep, size_t limit) {
+  return Names<TClassPtr>(
+      [&](const TClassCallback& f) { cls.EnumerateSubclasses(f, deep, TContext()); }, limit);
 }
 
-std::vector<std::string> PropertyDeclNames(ICIMClass& cls) {
+TNames PropertyDeclNames(ICIMClass& cls) {
   return Names<boost::shared_ptr<ICIMPropertyDecl>>(
-      [&](const TPropertyDeclCallback& f) { cls.EnumeratePropertyDecls(f, TContext()); });
+      [&](const TPropertyDeclCallback& f) { cls.EnumeratePropertyDecls(f, TContext()); }, kAll);
 }
 
-std::vector<std::string> KeyNames(ICIMClass& cls) {
-  std::vector<std::string> names;
+TNames RootClassNames(ICIMNamespace& ns, size_t limit) {
+  return Names<TClassPtr>(
+      [&](const TClassCallback& f) { ns.EnumerateRootClasses(f, TContext()); }, limit);
+}
+
+TNames ParameterNames(ICIMMethodDecl& method, size_t limit) {
+  return Names<boost::shared_ptr<ICIMParameterDecl>>(
+      [&](const TParameterDeclCallback& f) { method.EnumerateParameters(f, TContext()); }, limit);
+}
+
+TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass,
+                             const std::string& role, size_t limit) {
+  return Names<TClassPtr>(
+      [&](const TClassCallback& f) {
+        cls.EnumerateAssociationClasses(f, assocClass, role, TContext());
+      },
+      limit);
+}
+
+TNames KeyNames(ICIMClass& cls, size_t limit) {
+  TNames names;
   cls.EnumerateKeys(
       [&](const std::string& name) {
         names.push_back(name);
-        return true;
+        return names.size() < limit;
       },
       TContext());
   return names;

@@ -13,16 +13,22 @@
 #ifndef INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
 #define INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
 
+#include <cstddef>
+#include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_class.h"
+#include "include/cim_instance.h"
 #include "include/cim_method_decl.h"
 #include "include/cim_property_decl.h"
 #include "include/cim_qualifier.h"
 #include "include/inmem_namespace.h"
+
+typedef std::vector<std::string> TNames;
 
 // A qualifier to put on an element: the declaration's flavor unless `flavor`
 // is given (>= 0).
@@ -50,6 +56,14 @@ class TSchemaBuilder {
   // entered.
   boost::shared_ptr<ICIMClass> KeyedClass(const std::string& name, const std::string& superName,
                                           const std::string& key);
+  // An abstract class under `superName`, entered.
+  boost::shared_ptr<ICIMClass> AbstractClass(const std::string& name,
+                                             const std::string& superName = "");
+  // An instance of the entered class `cls` with `values` set in order,
+  // added to the namespace when `file`.
+  boost::shared_ptr<ICIMInstance> Instance(
+      const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values,
+      bool file = true);
 
   // Allocates a property declaration of `cls` with `prototype` and
   // `qualifiers`, then AddToClass.
@@ -86,9 +100,15 @@ class TSchemaBuilder {
   boost::shared_ptr<TInmemNamespace> ns_;
 };
 
-// Names of the classes and declarations that an enumeration yields, in order.
-std::vector<std::string> SubclassNames(ICIMClass& cls, bool deep);
-std::vector<std::string> PropertyDeclNames(ICIMClass& cls);
-std::vector<std::string> KeyNames(ICIMClass& cls);
+// Names of the classes and declarations that an enumeration yields, in
+// order. The callback returns false once it has seen `limit` of them.
+const size_t kAll = std::numeric_limits<size_t>::max();
+TNames SubclassNames(ICIMClass& cls, bool deep, size_t limit = kAll);
+TNames PropertyDeclNames(ICIMClass& cls);
+TNames KeyNames(ICIMClass& cls, size_t limit = kAll);
+TNames RootClassNames(ICIMNamespace& ns, size_t limit = kAll);
+TNames ParameterNames(ICIMMethodDecl& method, size_t limit = kAll);
+TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass,
+                             const std::string& role, size_t limit = kAll);
 
 #endif  // INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_

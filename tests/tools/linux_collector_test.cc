@@ -9,7 +9,6 @@
 
 #include "include/cim_class.h"
 #include "include/cim_property.h"
-#include "include/processor_cache_state.h"
 #include "mof/mof_loader.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/provider_namespace.h"
@@ -26,7 +25,6 @@ class LinuxCollectorTest : public testing::Test {
     ASSERT_TRUE(loader.LoadFile(INMEM_INVENTORY_SCHEMA));
     system_ = collector_.Collect(*ns_);
   }
-  void TearDown() override { g_L1Enabled = g_L2Enabled = g_L3Enabled = -1; }
 
   std::string Display(const std::string& path, const char* property) {
     auto instance = ns_->GetInstance(TCIMReference::Parse(path, ns_), kNone);
@@ -69,14 +67,6 @@ TEST_F(LinuxCollectorTest, ReportedCachesSetTheCacheStates) {
   EXPECT_EQ(states.level1, 1);
   EXPECT_EQ(states.level2, 1);
   EXPECT_EQ(states.level3, -1);  // not reported: unknown
-  g_L1Enabled = states.level1;
-  g_L2Enabled = states.level2;
-  g_L3Enabled = states.level3;
-  ns_->GetClass("PELXA_Processor", kNone)
-      ->EnumerateInstances([](boost::shared_ptr<ICIMInstance>) { return true; }, false, kNone);
-  EXPECT_EQ(Display("PELXA_Processor.DeviceID=\"CPU0\"", "L1Enabled"), "TRUE");
-  EXPECT_EQ(Display("PELXA_Processor.DeviceID=\"CPU0\"", "L3Enabled"), "");
-  EXPECT_EQ(Display("PELXA_Processor.DeviceID=\"CPU1\"", "L1Enabled"), "");  // status 2: untouched
 }
 
 TEST_F(LinuxCollectorTest, TheInventoryShowsTheSystemAndItsParts) {
