@@ -6,14 +6,17 @@
 // property layout (schema/property_layout.h), shared by the instances built
 // from the same declarations; the instance holds the property objects
 // themselves in one array, in layout order, and hands each out as a pointer
-// that shares ownership of the instance. It is filed in its class, under the path text of its
-// own reference, by AddToNamespace, which first validates it by its validate
-// flags: kValidateKeysNonNull (every key property holds a value) and
+// that shares ownership of the instance.
+//
+// It is filed in its class, under the path text of its own reference, by
+// AddToNamespace, which first validates it by its validate flags:
+// kValidateKeysNonNull (every key property holds a value) and
 // kValidateReferences (for an association, every reference resolves).
 //
 // Invariant: an instance is owned by a boost::shared_ptr from birth (the
-// class's AllocateInstance does this); AddToNamespace and Delete hand the
-// class a pointer taken from the instance's self-link.
+// class's AllocateInstance does this): AddToNamespace and Delete hand the
+// class a pointer taken from the instance's self-link, and GetProperty and
+// EnumerateProperties hand out properties that share it.
 //
 // An instance holds its class strongly and the class holds its filed
 // instances, so a namespace clears every class's instances when it goes.

@@ -1,7 +1,8 @@
 // TInmemProperty: the value of one property in one instance (or a class-level
 // property value).
 //
-// It refers to its declaration (held weakly: the class owns declarations) for
+// It refers to its declaration (held weakly: the class, or for an
+// instance's property the instance's layout, owns declarations) for
 // name, type, array-ness, qualifiers and default, and holds two values of its
 // own: the current value (absent: the declaration's default applies) and the
 // previous value (absent until one is stored or reset; never absent again).
