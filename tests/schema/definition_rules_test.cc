@@ -48,49 +48,37 @@ TEST(DefinitionRulesTest, PropertyOutcomes) {
     ECIMType type;
     std::vector<TQualifierSpec> qualifiers;
     bool declaredInDerivedFirst;
-    ETYLStatusCode status;
-    TNames log;
     bool replaced;  // the class holds the new declaration afterwards
+    TNames log;
+    ETYLStatusCode status = kStatusOk;
   };
-  const std::string exists = " to class Derived: already exists";
+  const ECIMType u64 = kCIMTypeUint64, str = kCIMTypeString;
+  const std::vector<TQualifierSpec> ov = {kOverride}, key = {{"KEY", TCIMValue(true)}};
+  const std::string add = "Inmem: Attempt to add property ", exists = " to class Derived: already exists";
+  const std::string override = "Inmem: Attempt to override property ";
   const Row rows[] = {
-      {"reference on a non-association class, checked before OVERRIDE", "Size",
-       kCIMTypeReference, {kOverride}, false, kStatusReferenceOnNonAssociation,
-       {"Inmem: Attempt to add reference property Size to non-association class Derived"}, false},
-      {"override of nothing is logged, then added", "Extra", kCIMTypeUint64, {kOverride}, false,
-       kStatusOk,
-       {"Inmem: Attempt to override property Extra in class Derived: property doesn't exist in "
-        "base class"},
-       true},
-      {"override with another type", "Size", kCIMTypeString, {kOverride}, false, kStatusOk,
-       {"Inmem: Attempt to override property Size in class Derived: different types"}, false},
-      {"override with the array of the same type", "Size", ArrayTypeOf(kCIMTypeUint64),
-       {kOverride}, false, kStatusOk,
-       {"Inmem: Attempt to override property Size in class Derived: different types"}, false},
-      {"override of a property of this very class", "Own", kCIMTypeUint64, {kOverride}, true,
-       kStatusOk, {}, false},
-      {"plain redeclaration of an inherited property", "Size", kCIMTypeUint64, {}, false,
-       kStatusOk, {"Inmem: Attempt to add property Size" + exists}, false},
-      {"plain redeclaration of an own property", "OWN", kCIMTypeUint64, {}, true, kStatusOk,
-       {"Inmem: Attempt to add property OWN" + exists}, false},
-      {"redeclaration carrying KEY", "Size", kCIMTypeUint64, {{"KEY", TCIMValue(true)}}, false,
-       kStatusOk, {}, true},
-      {"a false KEY is still carried", "size", kCIMTypeUint64, {{"KEY", TCIMValue(false)}}, false,
-       kStatusOk, {}, true},
-      {"KEY redeclaration is not type checked", "Size", kCIMTypeString,
-       {{"KEY", TCIMValue(true)}}, false, kStatusOk, {}, true},
-      {"speedDuplex is redeclared freely", "speedDuplex", kCIMTypeUint16, {}, false, kStatusOk, {},
-       true},
-      {"a name containing PortType is redeclared freely", "LinkPortType", kCIMTypeString, {},
-       false, kStatusOk, {}, true},
-      {"PortType is matched in its exact case", "LinkPorttype", kCIMTypeUint16, {}, false,
-       kStatusOk, {"Inmem: Attempt to add property LinkPorttype" + exists}, false},
-      {"speedDuplex is matched in its exact case", "SpeedDuplex", kCIMTypeString, {}, false,
-       kStatusOk, {"Inmem: Attempt to add property SpeedDuplex" + exists}, false},
-      {"override spelled in another case finds the inherited property", "SIZE", kCIMTypeUint64,
-       {kOverride}, false, kStatusOk, {}, true},
-      {"override of nothing with porttype in any case is simply added", "MediaPORTTYPE",
-       kCIMTypeUint16, {kOverride}, false, kStatusOk, {}, true},
+      {"reference on a non-association class, checked before OVERRIDE", "Size", kCIMTypeReference, ov, false,
+       false, {"Inmem: Attempt to add reference property Size to non-association class Derived"},
+       kStatusReferenceOnNonAssociation},
+      {"override of nothing is logged, then added", "Extra", u64, ov, false, true,
+       {override + "Extra in class Derived: property doesn't exist in base class"}},
+      {"override with another type", "Size", str, ov, false, false,
+       {override + "Size in class Derived: different types"}},
+      {"override with the array of the same type", "Size", ArrayTypeOf(u64), ov, false, false,
+       {override + "Size in class Derived: different types"}},
+      {"override of a property of this very class", "Own", u64, ov, true, false, {}},
+      {"plain redeclaration of an inherited one", "Size", u64, {}, false, false, {add + "Size" + exists}},
+      {"plain redeclaration of an own property", "OWN", u64, {}, true, false, {add + "OWN" + exists}},
+      {"redeclaration carrying KEY", "Size", u64, key, false, true, {}},
+      {"a false KEY is still carried", "size", u64, {{"KEY", TCIMValue(false)}}, false, true, {}},
+      {"KEY redeclaration is not type checked", "Size", str, key, false, true, {}},
+      {"speedDuplex is redeclared freely", "speedDuplex", kCIMTypeUint16, {}, false, true, {}},
+      {"a name containing PortType is redeclared freely", "LinkPortType", str, {}, false, true, {}},
+      {"PortType is matched in its exact case", "LinkPorttype", kCIMTypeUint16, {}, false, false,
+       {add + "LinkPorttype" + exists}},
+      {"override spelled in another case finds the inherited property", "SIZE", u64, ov, false, true, {}},
+      {"override of nothing with porttype in any case is simply added", "MediaPORTTYPE", kCIMTypeUint16, ov,
+       false, true, {}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
@@ -139,13 +127,10 @@ TEST(DefinitionRulesTest, ReferencePropertiesNeedATrueAssociationQualifier) {
     auto target = s.AbstractClass("Target");
     s.Enter(s.Class("Link", "", {{"ABSTRACT", TCIMValue(true)}, {"ASSOCIATION", TCIMValue(true)}}));
     auto cls = s.Class("Holder", row.inheritFromAssociation ? "Link" : "", row.classQualifiers);
-    auto decl = cls->AllocatePropertyDecl("Antecedent", TCIMValue::NullReference(target),
-                                          TContext());
+    auto decl = cls->AllocatePropertyDecl("Antecedent", TCIMValue::NullReference(target), TContext());
     EXPECT_EQ(OutcomeOf([&] { decl->AddToClass(TContext()); }),
-              row.accepted ? kQuietSuccess
-                           : Refusal(kStatusReferenceOnNonAssociation,
-                                     "Inmem: Attempt to add reference property Antecedent to "
-                                     "non-association class Holder"));
+              row.accepted ? kQuietSuccess : Refusal(kStatusReferenceOnNonAssociation,
+                  "Inmem: Attempt to add reference property Antecedent to non-association class Holder"));
     EXPECT_EQ(PropertyDeclNames(*cls), row.accepted ? TNames({"Antecedent"}) : TNames());
   }
 }
@@ -157,36 +142,29 @@ TEST(DefinitionRulesTest, MethodOutcomes) {
     ECIMType returnType;
     std::vector<TQualifierSpec> qualifiers;
     bool declaredInDerivedFirst;
+    bool replaced;
     ETYLStatusCode status;
     TNames log;
-    bool replaced;
   };
-  const std::string override = "Inmem: Attempt to override method ";
+  const std::string override = "Inmem: Attempt to override method ", add = "Inmem: Attempt to add method ";
+  const std::string none = " in class Derived: method doesn't exist in base class";
+  const ECIMType u32 = kCIMTypeUint32;
+  const std::vector<TQualifierSpec> ov = {kOverride};
+  const ETYLStatusCode ok = kStatusOk, defined = kStatusAlreadyDefined;
   const Row rows[] = {
-      {"override of nothing is logged, then added", "Start", kCIMTypeUint32, {kOverride}, false,
-       kStatusOk,
-       {override + "Start in class Derived: method doesn't exist in base class"}, true},
-      {"override with another return type", "Reset", kCIMTypeString, {kOverride}, false,
-       kStatusTypeMismatch,
-       {override + "Reset in class Derived: different types",
-        DefineFailed("Reset", kStatusTypeMismatch)},
-       false},
-      {"override of a method of this very class", "Stop", kCIMTypeUint32, {kOverride}, true,
-       kStatusAlreadyDefined,
+      {"override of nothing logged, added", "Start", u32, ov, false, true, ok, {override + "Start" + none}},
+      {"override with another return type", "Reset", kCIMTypeString, ov, false, false, kStatusTypeMismatch,
+       {override + "Reset in class Derived: different types", DefineFailed("Reset", kStatusTypeMismatch)}},
+      {"override of a method of this very class", "Stop", u32, ov, true, false, defined,
        {override + "Stop in class Derived: original was defined in this class",
-        DefineFailed("Stop", kStatusAlreadyDefined)},
-       false},
-      {"plain redeclaration of an inherited method", "Reset", kCIMTypeUint32, {}, false,
-       kStatusAlreadyDefined,
-       {"Inmem: Attempt to add method Reset to class Derived: already exists"}, false},
-      {"KEY gives a method no right to redeclare", "reset", kCIMTypeUint32,
-       {{"KEY", TCIMValue(true)}}, false, kStatusAlreadyDefined,
-       {"Inmem: Attempt to add method reset to class Derived: already exists"}, false},
-      {"override spelled in another case finds the inherited method", "RESET", kCIMTypeUint32,
-       {kOverride}, false, kStatusOk, {}, true},
-      {"porttype names are no exception for methods", "SetPortType", kCIMTypeUint32, {kOverride},
-       false, kStatusOk,
-       {override + "SetPortType in class Derived: method doesn't exist in base class"}, true},
+        DefineFailed("Stop", defined)}},
+      {"plain redeclaration of an inherited method", "Reset", u32, {}, false, false, defined,
+       {add + "Reset to class Derived: already exists"}},
+      {"KEY gives no right to redeclare", "reset", u32, {{"KEY", TCIMValue(true)}}, false, false, defined,
+       {add + "reset to class Derived: already exists"}},
+      {"override spelled in another case finds the inherited one", "RESET", u32, ov, false, true, ok, {}},
+      {"porttype names are no exception for methods", "SetPortType", u32, ov, false, true, ok,
+       {override + "SetPortType" + none}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
