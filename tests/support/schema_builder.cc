@@ -35,80 +35,70 @@ void TSchemaBuilder::Declare(const std::string& name, const TCIMValue& value, ui
       ->AddToNamespace(TContext());
 }
 
-boost::shared_ptr<ICIMClass> TSchemaBuilder::Class(const std::string& name,
-                                                   const std::string& superName,
-                                                   const std::vector<TQualifierSpec>& qualifiers) {
-  boost::shared_ptr<ICIMClass> super;
-  if (!superName.empty()) super = ns_->GetClass(superName, TContext());
-  boost::shared_ptr<ICIMClass> cls = ns_->AllocateClass(name, super, TContext());
+TClassPtr TSchemaBuilder::Class(const std::string& name, const std::string& superName,
+                                const TQualifierSpecs& qualifiers) {
+  TClassPtr super = superName.empty() ? TClassPtr() : ns_->GetClass(superName, TContext());
+  TClassPtr cls = ns_->AllocateClass(name, super, TContext());
   AddQualifiers(*cls, qualifiers);
   return cls;
 }
 
-void TSchemaBuilder::Enter(const boost::shared_ptr<ICIMClass>& cls) {
+void TSchemaBuilder::Enter(const TClassPtr& cls) {
   cls->Validate(TContext());
   cls->AddToNamespace(TContext());
 }
 
-boost::shared_ptr<ICIMPropertyDecl> TSchemaBuilder::Property(
-    const boost::shared_ptr<ICIMClass>& cls, const std::string& name, const TCIMValue& prototype,
-    const std::vector<TQualifierSpec>& qualifiers) {
-  boost::shared_ptr<ICIMPropertyDecl> decl = cls->AllocatePropertyDecl(name, prototype, TContext());
+TPropertyDeclPtr TSchemaBuilder::Property(const TClassPtr& cls, const std::string& name,
+                                          const TCIMValue& prototype, const TQualifierSpecs& qualifiers) {
+  TPropertyDeclPtr decl = cls->AllocatePropertyDecl(name, prototype, TContext());
   AddQualifiers(*decl, qualifiers);
   decl->AddToClass(TContext());
   return decl;
 }
 
-boost::shared_ptr<ICIMPropertyDecl> TSchemaBuilder::Key(const boost::shared_ptr<ICIMClass>& cls,
-                                                        const std::string& name) {
+TPropertyDeclPtr TSchemaBuilder::Key(const TClassPtr& cls, const std::string& name) {
   return Property(cls, name, TCIMValue::Null(kCIMTypeString), {{"KEY", TCIMValue(true)}});
 }
 
-boost::shared_ptr<ICIMPropertyDecl> TSchemaBuilder::Reference(
-    const boost::shared_ptr<ICIMClass>& cls, const std::string& name,
-    const boost::shared_ptr<ICIMClass>& target, const std::vector<TQualifierSpec>& qualifiers) {
+TPropertyDeclPtr TSchemaBuilder::Reference(const TClassPtr& cls, const std::string& name,
+                                           const TClassPtr& target, const TQualifierSpecs& qualifiers) {
   return Property(cls, name, TCIMValue::NullReference(target), qualifiers);
 }
 
-boost::shared_ptr<ICIMClass> TSchemaBuilder::KeyedClass(const std::string& name,
-                                                        const std::string& superName,
-                                                        const std::string& key) {
-  boost::shared_ptr<ICIMClass> cls = Class(name, superName);
+TClassPtr TSchemaBuilder::KeyedClass(const std::string& name, const std::string& superName,
+                                     const std::string& key) {
+  TClassPtr cls = Class(name, superName);
   if (!key.empty()) Key(cls, key);
   Enter(cls);
   return cls;
 }
 
-boost::shared_ptr<ICIMClass> TSchemaBuilder::AbstractClass(const std::string& name,
-                                                           const std::string& superName) {
-  boost::shared_ptr<ICIMClass> cls = Class(name, superName, {{"ABSTRACT", TCIMValue(true)}});
+TClassPtr TSchemaBuilder::AbstractClass(const std::string& name, const std::string& superName) {
+  TClassPtr cls = Class(name, superName, {{"ABSTRACT", TCIMValue(true)}});
   Enter(cls);
   return cls;
 }
 
 boost::shared_ptr<ICIMInstance> TSchemaBuilder::Instance(
-    const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values,
-    bool file) {
-  boost::shared_ptr<ICIMInstance> instance =
-      ns_->GetClass(cls, TContext())->AllocateInstance(TContext());
+    const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values, bool file) {
+  auto instance = ns_->GetClass(cls, TContext())->AllocateInstance(TContext());
   for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, TContext());
   if (file) instance->AddToNamespace(TContext());
   return instance;
 }
 
-boost::shared_ptr<ICIMClass> TSchemaBuilder::Association(
-    const std::string& name, const std::string& superName,
-    const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends) {
-  boost::shared_ptr<ICIMClass> cls = Class(name, superName, {{"ASSOCIATION", TCIMValue(true)}});
+TClassPtr TSchemaBuilder::Association(const std::string& name, const std::string& superName,
+                                      const std::vector<std::pair<std::string, TClassPtr>>& ends) {
+  TClassPtr cls = Class(name, superName, {{"ASSOCIATION", TCIMValue(true)}});
   for (const auto& end : ends) Reference(cls, end.first, end.second, {{"KEY", TCIMValue(true)}});
   Enter(cls);
   return cls;
 }
 
-boost::shared_ptr<ICIMMethodDecl> TSchemaBuilder::Method(
-    const boost::shared_ptr<ICIMClass>& cls, const std::string& name, ECIMType returnType,
-    const std::vector<TQualifierSpec>& qualifiers) {
-  boost::shared_ptr<ICIMMethodDecl> method = cls->AllocateMethodDecl(name, returnType, TContext());
+boost::shared_ptr<ICIMMethodDecl> TSchemaBuilder::Method(const TClassPtr& cls, const std::string& name,
+                                                         ECIMType returnType,
+                                                         const TQualifierSpecs& qualifiers) {
+  auto method = cls->AllocateMethodDecl(name, returnType, TContext());
   AddQualifiers(*method, qualifiers);
   method->AddToClass(TContext());
   return method;
@@ -116,17 +106,13 @@ boost::shared_ptr<ICIMMethodDecl> TSchemaBuilder::Method(
 
 boost::shared_ptr<ICIMQualifier> TSchemaBuilder::Qualifier(ICIMNamedElement& element,
                                                            const TQualifierSpec& spec) {
-  boost::shared_ptr<ICIMQualifierDecl> decl = ns_->GetQualifierDecl(spec.name, TContext());
+  auto decl = ns_->GetQualifierDecl(spec.name, TContext());
   if (spec.flavor < 0) return element.AllocateQualifier(decl, spec.value, TContext());
-  return element.AllocateQualifier(decl, spec.value, static_cast<uint32_t>(spec.flavor),
-                                   TContext());
+  return element.AllocateQualifier(decl, spec.value, static_cast<uint32_t>(spec.flavor), TContext());
 }
 
-void TSchemaBuilder::AddQualifiers(ICIMNamedElement& element,
-                                   const std::vector<TQualifierSpec>& qualifiers) {
-  for (const TQualifierSpec& spec : qualifiers) {
-    element.AddQualifier(Qualifier(element, spec), TContext());
-  }
+void TSchemaBuilder::AddQualifiers(ICIMNamedElement& element, const TQualifierSpecs& qualifiers) {
+  for (const TQualifierSpec& spec : qualifiers) element.AddQualifier(Qualifier(element, spec), TContext());
 }
 
 namespace {
@@ -142,23 +128,20 @@ TNames Names(const Enumerate& enumerate, size_t limit) {
   return names;
 }
 
-typedef boost::shared_ptr<ICIMClass> TClassPtr;
-
 }  // namespace
 
 TNames SubclassNames(ICIMClass& cls, bool deep, size_t limit) {
-  return Names<TClassPtr>(
-      [&](const TClassCallback& f) { cls.EnumerateSubclasses(f, deep, TContext()); }, limit);
+  return Names<TClassPtr>([&](const TClassCallback& f) { cls.EnumerateSubclasses(f, deep, TContext()); },
+                          limit);
 }
 
 TNames PropertyDeclNames(ICIMClass& cls) {
-  return Names<boost::shared_ptr<ICIMPropertyDecl>>(
+  return Names<TPropertyDeclPtr>(
       [&](const TPropertyDeclCallback& f) { cls.EnumeratePropertyDecls(f, TContext()); }, kAll);
 }
 
 TNames RootClassNames(ICIMNamespace& ns, size_t limit) {
-  return Names<TClassPtr>(
-      [&](const TClassCallback& f) { ns.EnumerateRootClasses(f, TContext()); }, limit);
+  return Names<TClassPtr>([&](const TClassCallback& f) { ns.EnumerateRootClasses(f, TContext()); }, limit);
 }
 
 TNames ParameterNames(ICIMMethodDecl& method, size_t limit) {
@@ -166,12 +149,10 @@ TNames ParameterNames(ICIMMethodDecl& method, size_t limit) {
       [&](const TParameterDeclCallback& f) { method.EnumerateParameters(f, TContext()); }, limit);
 }
 
-TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass,
-                             const std::string& role, size_t limit) {
+TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass, const std::string& role,
+                             size_t limit) {
   return Names<TClassPtr>(
-      [&](const TClassCallback& f) {
-        cls.EnumerateAssociationClasses(f, assocClass, role, TContext());
-      },
+      [&](const TClassCallback& f) { cls.EnumerateAssociationClasses(f, assocClass, role, TContext()); },
       limit);
 }
 

@@ -40,59 +40,49 @@ struct TQualifierSpec {
   long flavor;
 };
 
+typedef boost::shared_ptr<ICIMClass> TClassPtr;
+typedef boost::shared_ptr<ICIMPropertyDecl> TPropertyDeclPtr;
+typedef std::vector<TQualifierSpec> TQualifierSpecs;
+
 class TSchemaBuilder {
  public:
   explicit TSchemaBuilder(bool allowRedefinition = false);
 
   const boost::shared_ptr<TInmemNamespace>& Namespace() const { return ns_; }
 
-  // Allocates a class under `superName` ("" for none) with `qualifiers`;
-  // not entered.
-  boost::shared_ptr<ICIMClass> Class(const std::string& name, const std::string& superName = "",
-                                     const std::vector<TQualifierSpec>& qualifiers = {});
+  // Allocates a class under `superName` ("" for none) with `qualifiers`; not entered.
+  TClassPtr Class(const std::string& name, const std::string& superName = "",
+                  const TQualifierSpecs& qualifiers = {});
   // Validates `cls` and enters it into the namespace.
-  void Enter(const boost::shared_ptr<ICIMClass>& cls);
-  // A class under `superName` with a key property `key` (none when empty),
-  // entered.
-  boost::shared_ptr<ICIMClass> KeyedClass(const std::string& name, const std::string& superName,
-                                          const std::string& key);
+  void Enter(const TClassPtr& cls);
+  // A class under `superName` with a key property `key` (none when empty), entered.
+  TClassPtr KeyedClass(const std::string& name, const std::string& superName, const std::string& key);
   // An abstract class under `superName`, entered.
-  boost::shared_ptr<ICIMClass> AbstractClass(const std::string& name,
-                                             const std::string& superName = "");
-  // An instance of the entered class `cls` with `values` set in order,
-  // added to the namespace when `file`.
-  boost::shared_ptr<ICIMInstance> Instance(
-      const std::string& cls, const std::vector<std::pair<std::string, TCIMValue>>& values,
-      bool file = true);
+  TClassPtr AbstractClass(const std::string& name, const std::string& superName = "");
+  // An instance of the entered class `cls` with `values` set in order, added to the namespace when `file`.
+  boost::shared_ptr<ICIMInstance> Instance(const std::string& cls,
+                                           const std::vector<std::pair<std::string, TCIMValue>>& values,
+                                           bool file = true);
 
-  // Allocates a property declaration of `cls` with `prototype` and
-  // `qualifiers`, then AddToClass.
-  boost::shared_ptr<ICIMPropertyDecl> Property(const boost::shared_ptr<ICIMClass>& cls,
-                                               const std::string& name,
-                                               const TCIMValue& prototype,
-                                               const std::vector<TQualifierSpec>& qualifiers = {});
+  // Allocates a property declaration of `cls` with `prototype` and `qualifiers`, then AddToClass.
+  TPropertyDeclPtr Property(const TClassPtr& cls, const std::string& name, const TCIMValue& prototype,
+                            const TQualifierSpecs& qualifiers = {});
   // A key property: string, KEY true.
-  boost::shared_ptr<ICIMPropertyDecl> Key(const boost::shared_ptr<ICIMClass>& cls,
-                                          const std::string& name);
+  TPropertyDeclPtr Key(const TClassPtr& cls, const std::string& name);
   // A reference property to `target`.
-  boost::shared_ptr<ICIMPropertyDecl> Reference(const boost::shared_ptr<ICIMClass>& cls,
-                                                const std::string& name,
-                                                const boost::shared_ptr<ICIMClass>& target,
-                                                const std::vector<TQualifierSpec>& qualifiers = {});
-  // An association class under `superName` with one key reference per end,
-  // entered.
-  boost::shared_ptr<ICIMClass> Association(
-      const std::string& name, const std::string& superName,
-      const std::vector<std::pair<std::string, boost::shared_ptr<ICIMClass>>>& ends);
+  TPropertyDeclPtr Reference(const TClassPtr& cls, const std::string& name, const TClassPtr& target,
+                             const TQualifierSpecs& qualifiers = {});
+  // An association class under `superName` with one key reference per end, entered.
+  TClassPtr Association(const std::string& name, const std::string& superName,
+                        const std::vector<std::pair<std::string, TClassPtr>>& ends);
   // Allocates a method of `cls` with `qualifiers`, then AddToClass.
-  boost::shared_ptr<ICIMMethodDecl> Method(const boost::shared_ptr<ICIMClass>& cls,
-                                           const std::string& name, ECIMType returnType,
-                                           const std::vector<TQualifierSpec>& qualifiers = {});
+  boost::shared_ptr<ICIMMethodDecl> Method(const TClassPtr& cls, const std::string& name, ECIMType returnType,
+                                           const TQualifierSpecs& qualifiers = {});
 
   // Makes a qualifier for `element` from the namespace's declaration.
   boost::shared_ptr<ICIMQualifier> Qualifier(ICIMNamedElement& element, const TQualifierSpec& spec);
   // Makes and adds each qualifier.
-  void AddQualifiers(ICIMNamedElement& element, const std::vector<TQualifierSpec>& qualifiers);
+  void AddQualifiers(ICIMNamedElement& element, const TQualifierSpecs& qualifiers);
 
  private:
   void Declare(const std::string& name, const TCIMValue& value, uint32_t flavor);
@@ -108,7 +98,7 @@ TNames PropertyDeclNames(ICIMClass& cls);
 TNames KeyNames(ICIMClass& cls, size_t limit = kAll);
 TNames RootClassNames(ICIMNamespace& ns, size_t limit = kAll);
 TNames ParameterNames(ICIMMethodDecl& method, size_t limit = kAll);
-TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass,
-                             const std::string& role, size_t limit = kAll);
+TNames AssociationClassNames(ICIMClass& cls, const std::string& assocClass, const std::string& role,
+                             size_t limit = kAll);
 
 #endif  // INMEM_TESTS_SUPPORT_SCHEMA_BUILDER_H_
