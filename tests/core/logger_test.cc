@@ -19,15 +19,9 @@ TEST(LoggerTest, StderrLoggerWritesLinesUpToItsLevel) {
 }
 
 TEST(LoggerTest, LevelComesFromTheEnvironment) {
-  const std::pair<const char*, int> rows[] = {
-      {nullptr, 0}, {"", 0}, {"3", 3}, {"-1", -1}, {"loud", 0}, {"2x", 0},
-  };
+  const std::pair<const char*, int> rows[] = {{nullptr, 0}, {"", 0}, {"3", 3}, {"-1", -1}, {"2x", 0}};
   for (const auto& row : rows) {
-    if (row.first == nullptr) {
-      unsetenv("TYL_LOG_LEVEL");
-    } else {
-      setenv("TYL_LOG_LEVEL", row.first, 1);
-    }
+    row.first ? setenv("TYL_LOG_LEVEL", row.first, 1) : unsetenv("TYL_LOG_LEVEL");
     EXPECT_EQ(TStderrLogger().GetMaxLevel(), row.second) << (row.first ? row.first : "unset");
   }
   unsetenv("TYL_LOG_LEVEL");
