@@ -45,7 +45,6 @@ TEST(CIMValueTest, ToStringWritesEveryTypeInTheRequestedBase) {
   };
   const Row rows[] = {
       {TCIMValue(u8{255}), 16, "ff"},
-      {TCIMValue(u16{45}), 2, "101101"},
       {TCIMValue(35u), 36, "z"},
       {TCIMValue(std::numeric_limits<unsigned long long>::max()), 16, "ffffffffffffffff"},
       {TCIMValue(static_cast<short>(-255)), 16, "-ff"},
@@ -102,9 +101,7 @@ TEST(CIMValueTest, ConversionsThatDoNotFitThrow) {
       {"string as uint16", As<u16>(TCIMValue("1")), mismatch},
       {"real as uint32", As<unsigned int>(TCIMValue(1.0)), mismatch},
       {"uint8 as bool", As<bool>(TCIMValue(u8{1})), mismatch},
-      {"bool as string", As<std::string>(TCIMValue(true)), mismatch},
       {"char16 as string", As<std::string>(TCIMValue(u'x')), mismatch},
-      {"string as double", As<double>(TCIMValue("1.5")), mismatch},
       {"null uint16 as uint16", As<u16>(TCIMValue::Null(kCIMTypeUint16)), mismatch},
       {"null reference", As<TCIMReference>(TCIMValue::Null(kCIMTypeReference)), mismatch},
       {"string as datetime", As<TCIMDateTime>(TCIMValue("x")), mismatch},

@@ -68,19 +68,9 @@ TEST(ProviderManagerTest, ALibraryThatCannotBeLoadedIsReported) {
   EXPECT_EQ(outcome.lines.at(0).first, 0);
 }
 
-TEST(ProviderManagerTest, APluginRegistersItselfWithTheCoreManagerWhileItLoads) {
-  boost::shared_ptr<INamespaceProviderManager> manager =
-      TRootObject::GetNamespaceProviderManager();
-  ASSERT_TRUE(manager);
-  EXPECT_FALSE(manager->FindProvider("test-plugin"));
-  manager->LoadProviderLibrary(INMEM_TEST_PLUGIN_PATH);
-  boost::shared_ptr<INamespaceProvider> provider = manager->FindProvider("test-plugin");
-  ASSERT_TRUE(provider);
-  EXPECT_EQ(provider->GetProviderKind(TContext()), 7);
-}
-
 TEST(ProviderManagerTest, HostsMayInstallTheirOwnManager) {
   boost::shared_ptr<INamespaceProviderManager> core = TRootObject::GetNamespaceProviderManager();
+  ASSERT_TRUE(core);
   auto own = boost::make_shared<TNamespaceProviderManager>();
   TRootObject::SetNamespaceProviderManager(own);
   EXPECT_EQ(TRootObject::GetNamespaceProviderManager(), own);

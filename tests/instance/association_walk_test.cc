@@ -97,8 +97,6 @@ TEST_F(AssociationWalkTest, AssociatorsReportTheFarEnds) {
   // yields sys1 itself; the other peer yields sys2.
   EXPECT_EQ(Associators(sys1_, "", "", "", ""),
             TNames({"Disk(disk1)", "Disk(disk2)", "System(sys1)", "System(sys2)", "Disk(disk1)"}));
-  EXPECT_EQ(Associators(sys1_, "", "Device", "", ""),
-            TNames({"Disk(disk1)", "Disk(disk2)", "Disk(disk1)"}));
   EXPECT_EQ(Associators(sys1_, "Peer", "", "", ""), TNames({"System(sys1)", "System(sys2)"}));
   EXPECT_EQ(Associators(disk2_, "", "System", "", ""), TNames({"System(sys1)"}));
   EXPECT_TRUE(Associators(disk2_, "", "NoSuchClass", "", "").empty());

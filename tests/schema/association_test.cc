@@ -52,9 +52,7 @@ class AssociationTest : public testing::Test {
 // those of its ancestors, and nothing records an association twice.
 TEST_F(AssociationTest, AClassReportsItsOwnRecordsThenItsAncestors) {
   EXPECT_EQ(AssociationClassNames(*element_, "", ""), TNames({"Dependency"}));
-  const TNames systems = {"Component", "Peer", "SystemDevice", "Dependency"};
-  EXPECT_EQ(AssociationClassNames(*system_, "", ""), systems);
-  EXPECT_EQ(AssociationClassNames(*computer_, "", ""), systems);
+  EXPECT_EQ(AssociationClassNames(*system_, "", ""), TNames({"Component", "Peer", "SystemDevice", "Dependency"}));
   const TNames devices = {"Component", "SystemDevice", "Dependency"};
   EXPECT_EQ(AssociationClassNames(*device_, "", ""), devices);
   EXPECT_EQ(AssociationClassNames(*disk_, "", ""), devices);
@@ -71,8 +69,6 @@ TEST_F(AssociationTest, TheAssociationClassNameSelectsItAndItsSubclasses) {
 }
 
 TEST_F(AssociationTest, ARoleMustReferenceTheClassOfTheChainThatRecordedIt) {
-  EXPECT_EQ(AssociationClassNames(*computer_, "", "GroupComponent"),
-            TNames({"Component", "SystemDevice"}));
   EXPECT_EQ(AssociationClassNames(*disk_, "", "partcomponent"),
             TNames({"Component", "SystemDevice"}));
   EXPECT_EQ(AssociationClassNames(*disk_, "", "Antecedent"), TNames({"Dependency"}));

@@ -49,7 +49,6 @@ TEST_F(LinuxCollectorTest, WhatTheMachineReportsBecomesInstances) {
       {"PELXA_PhysicalNetworkPort.DeviceID=\"lo\"", "PortType", "Loopback"},
       {"PELXA_OperatingSystem.Name=\"Linux\"", "Uptime", "1 day, 1 hour, 1 minute, 1 second"},
       {"PELXA_Processor.DeviceID=\"CPU0\"", "L1CacheSize", "48 Kilobytes"},  // data cache only
-      {"PELXA_Processor.DeviceID=\"CPU0\"", "L2CacheSize", "2 Megabytes"},
       {"PELXA_Processor.DeviceID=\"CPU1\"", "CPUStatus", "CPU Disabled by User"},
   };
   for (const auto& row : rows) {

@@ -77,7 +77,6 @@ TEST_F(RepositoryCommandsTest, WhatIsNotThereIsOneLineOnTheErrorStream) {
       {[](TRepositoryCommands& c) { return c.Get("Disk.Id=\"nope\""); }, "inmem: no instance Disk.Id=\"nope\"\n"},
       {[](TRepositoryCommands& c) { return c.Get("Disk.Id="); },
        "inmem: cannot look up Disk.Id=: invalid parameter\n"},
-      {[](TRepositoryCommands& c) { return c.Instances("Nope", false, false); }, "inmem: no class named Nope\n"},
   };
   for (const auto& row : rows) {
     TCapturingLogger quiet;
