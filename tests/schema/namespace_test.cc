@@ -148,6 +148,9 @@ TEST(NamespaceTest, UnsupportedOperationsAreRefusedSilently) {
   auto ns = s.Namespace();
   TCapturingLogger log;
   TCIMReference path;
+  std::string language = "WQL", query = "select * from x";
+  EXPECT_EQ(StatusOf([&] { ns->Subscribe({}, {}, TContext()); }), kStatusNotSupported);
+  EXPECT_EQ(StatusOf([&] { ns->ExecuteQuery({}, language, query, TContext()); }), kStatusNotSupported);
   EXPECT_EQ(StatusOf([&] { ns->DeleteInstance(path, TContext()); }), kStatusNotSupported);
   EXPECT_EQ(StatusOf([&] { ns->ModifyInstance(path, {}, TContext()); }), kStatusNotSupported);
   EXPECT_EQ(StatusOf([&] { ns->AddUnderlyingNamespace(ns, TContext()); }),
