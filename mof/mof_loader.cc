@@ -9,6 +9,8 @@
 #include <limits>
 #include <sstream>
 
+#include "core/log_capture.h"
+#include "core/printable_text.h"
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
@@ -24,25 +26,6 @@ namespace {
 bool Is(const std::string& word, const char* keyword) {
   return strcasecmp(word.c_str(), keyword) == 0;
 }
-
-// Keeps the log lines written while one element loads, passing them on.
-class TLogCapture : public ILogger {
- public:
-  TLogCapture() : previous_(TRootObject::GetCoreLogger()) { TRootObject::SetCoreLogger(this); }
-  ~TLogCapture() override { TRootObject::SetCoreLogger(previous_); }
-  TLogCapture(const TLogCapture&) = delete;
-  TLogCapture& operator=(const TLogCapture&) = delete;
-
-  void Log(int level, const std::string& text) override {
-    lines.push_back(text);
-    previous_->Log(level, text);
-  }
-
-  std::vector<std::string> lines;
-
- private:
-  ILogger* previous_;
-};
 
 std::string Folder(const std::string& path) {
   size_t slash = path.rfind('/');
@@ -287,11 +270,14 @@ void TMofLoader::Guard(const TMofLocation& where, const std::string& what, F loa
   } catch (const TTYLException& e) {
     failure = what + " refused by the repository: " + e.what() + " (status " +
               std::to_string(e.GetStatusCode()) + ")";
-    for (const std::string& line : capture.lines) failure += "; logged: \"" + line + "\"";
+    for (const TLogCapture::TLine& line : capture.Lines()) {
+      failure += "; logged: \"" + Printable(line.second) + "\"";
+    }
   }
   if (failure.empty()) {
-    for (const std::string& line : capture.lines) {
-      diagnostics_.push_back(TMofDiagnostic{TMofDiagnostic::kWarning, where, what + ": " + line});
+    for (const TLogCapture::TLine& line : capture.Lines()) {
+      diagnostics_.push_back(
+          TMofDiagnostic{TMofDiagnostic::kWarning, where, what + ": " + Printable(line.second)});
     }
     return;
   }

@@ -11,7 +11,9 @@
 // declared again without OVERRIDE) and notes (pragmas that change nothing,
 // the keyless-class policy below). An error names what was expected, or
 // which repository rule refused the element: its status text and the log
-// line that came with it.
+// line that came with it. The lines the repository logs while an element
+// loads are kept in these diagnostics and not passed on to the core's
+// logger, so that each problem reaches the user once.
 //
 // A property that overrides an inherited one takes over the inherited
 // declaration's to-subclass qualifiers that its MOF does not give again

@@ -1,0 +1,105 @@
+#include "core/printable_text.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+const char kCut[] = "...";
+
+bool IsContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
+
+// Appends the escape of one byte; returns the columns it takes.
+size_t AppendEscaped(std::string* out, unsigned char c) {
+  char buffer[8];
+  std::snprintf(buffer, sizeof buffer, "\\x%02X", c);
+  *out += buffer;
+  return 4;
+}
+
+}  // namespace
+
+size_t Utf8SequenceLength(std::string_view text) {
+  if (text.empty()) return 0;
+  const unsigned char c = static_cast<unsigned char>(text[0]);
+  if (c < 0x80) return 1;
+  size_t length;
+  unsigned code;
+  if ((c & 0xE0) == 0xC0) {
+    length = 2;
+    code = c & 0x1F;
+  } else if ((c & 0xF0) == 0xE0) {
+    length = 3;
+    code = c & 0x0F;
+  } else if ((c & 0xF8) == 0xF0) {
+    length = 4;
+    code = c & 0x07;
+  } else {
+    return 0;
+  }
+  if (text.size() < length) return 0;
+  for (size_t i = 1; i < length; ++i) {
+    const unsigned char d = static_cast<unsigned char>(text[i]);
+    if (!IsContinuation(d)) return 0;
+    code = (code << 6) | (d & 0x3F);
+  }
+  static const unsigned kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (code < kSmallest[length] || code > 0x10FFFF) return 0;  // overlong or too large
+  if (code >= 0xD800 && code <= 0xDFFF) return 0;              // a surrogate
+  return length;
+}
+
+bool IsValidUtf8(std::string_view text, size_t* badByte) {
+  for (size_t i = 0; i < text.size();) {
+    const size_t length = Utf8SequenceLength(text.substr(i));
+    if (length == 0) {
+      if (badByte != nullptr) *badByte = i;
+      return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
+TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes) {
+  at = std::min(at, text.size());
+  size_t start = 0;
+  size_t end = text.size();
+  if (end > maxBytes) {
+    // Two thirds of the window before the byte, the rest after it.
+    start = at > maxBytes * 2 / 3 ? at - maxBytes * 2 / 3 : 0;
+    end = std::min(text.size(), start + maxBytes);
+    start = end - std::min(end, maxBytes);
+    // Cut between characters, not inside one.
+    for (int i = 0; i < 3 && start < at && IsContinuation(text[start]); ++i) ++start;
+    for (int i = 0; i < 3 && end > at && end < text.size() && IsContinuation(text[end]); ++i) --end;
+  }
+  TExcerpt excerpt;
+  if (start > 0) {
+    excerpt.text = kCut;
+    excerpt.padding.assign(sizeof kCut - 1, ' ');
+  }
+  for (size_t i = start; i < end;) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    size_t length = Utf8SequenceLength(text.substr(i, end - i));
+    std::string shown;
+    size_t columns = 1;
+    if (c == '\t') {
+      shown = "\t";
+    } else if (length == 0 || c < 0x20 || c == 0x7F) {
+      columns = AppendEscaped(&shown, c);
+      length = 1;
+    } else {
+      shown.assign(text.substr(i, length));
+    }
+    excerpt.text += shown;
+    if (i < at) excerpt.padding += c == '\t' ? std::string("\t") : std::string(columns, ' ');
+    i += length;
+  }
+  if (end < text.size()) excerpt.text += kCut;
+  return excerpt;
+}
+
+std::string Printable(std::string_view text, size_t maxBytes) {
+  return ExcerptAround(text, 0, maxBytes).text;
+}
