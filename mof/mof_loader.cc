@@ -2,9 +2,13 @@
 
 #include <strings.h>
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -30,15 +34,6 @@ bool Is(const std::string& word, const char* keyword) {
 std::string Folder(const std::string& path) {
   size_t slash = path.rfind('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-}
-
-bool ReadFile(const std::string& path, std::string* text) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  std::ostringstream content;
-  content << in.rdbuf();
-  *text = content.str();
-  return true;
 }
 
 // The bits of flavor names, applied over `flavor`.
@@ -141,19 +136,64 @@ const char* SeverityText(TMofDiagnostic::ESeverity severity) {
 std::string TMofDiagnostic::Format() const {
   std::string text;
   if (location.source) {
-    text = location.source->path + ":" + std::to_string(location.line) + ":" +
+    text = Printable(location.source->path) + ":" + std::to_string(location.line) + ":" +
            std::to_string(location.column) + ": ";
   }
   text += std::string(SeverityText(severity)) + ": " + message;
   if (location.source && location.line > 0) {
-    std::string line = location.source->Line(location.line);
-    std::string caret;
-    for (int i = 1; i < location.column && static_cast<size_t>(i) <= line.size(); ++i) {
-      caret += line[static_cast<size_t>(i) - 1] == '\t' ? '\t' : ' ';
-    }
-    text += "\n    " + line + "\n    " + caret + "^";
+    // A window of the line around the column: a line may be megabytes long
+    // and hold any byte.
+    TExcerpt excerpt = ExcerptAround(location.source->Line(location.line),
+                                     static_cast<size_t>(std::max(location.column, 1) - 1));
+    text += "\n    " + excerpt.text + "\n    " + excerpt.padding + "^";
   }
   return text;
+}
+
+bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error) {
+  error->clear();
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) {
+    if (errno != ENOENT && errno != ENOTDIR) *error = path + ": " + std::strerror(errno);
+    return false;
+  }
+  if (S_ISDIR(status.st_mode)) {
+    *error = path + " is a folder, not a MOF file";
+    return false;
+  }
+  if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+    *error = path + " is not a regular file";
+    return false;
+  }
+  std::string tooLarge = path + " is larger than " + std::to_string(kMaxMofFileBytes >> 20) + " MiB";
+  if (status.st_size > static_cast<off_t>(kMaxMofFileBytes)) {
+    *error = tooLarge;
+    return false;
+  }
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    *error = path + ": " + std::strerror(errno);
+    return false;
+  }
+  // A pipe says nothing of its size: read in pieces, up to the limit.
+  std::string text;
+  char buffer[1 << 16];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+    text.append(buffer, static_cast<size_t>(in.gcount()));
+    if (text.size() > kMaxMofFileBytes) {
+      *error = tooLarge;
+      return false;
+    }
+  }
+  if (in.bad()) {
+    *error = path + ": read error";
+    return false;
+  }
+  char* real = realpath(path.c_str(), nullptr);
+  file->identity = real != nullptr ? real : path;
+  std::free(real);
+  file->text = std::move(text);
+  return true;
 }
 
 TMofLoader::TMofLoader(boost::shared_ptr<ICIMNamespace> ns, TMofLoadOptions options)
@@ -171,14 +211,20 @@ void TMofLoader::Report(TMofDiagnostic::ESeverity severity, const TMofLocation& 
   if (severity == TMofDiagnostic::kError && !options_.keepGoing) throw TLoadStopped();
 }
 
+bool TMofLoader::ReadFile(const std::string& path, TMofFile* file, std::string* error) {
+  return options_.readFile ? options_.readFile(path, file, error) : ReadMofFile(path, file, error);
+}
+
 bool TMofLoader::LoadFile(const std::string& path) {
   int before = ErrorCount();
-  std::string text;
   try {
-    if (!ReadFile(path, &text)) {
-      Report(TMofDiagnostic::kError, TMofLocation(), "cannot read " + path);
+    TMofFile file;
+    std::string error;
+    if (ReadFile(path, &file, &error)) {
+      LoadSource(file, path, TMofLocation());
     } else {
-      LoadSource(std::make_shared<TMofSource>(path, text), 0);
+      Report(TMofDiagnostic::kError, TMofLocation(),
+             error.empty() ? "cannot read " + Printable(path) + ": no such file" : Printable(error));
     }
   } catch (const TLoadStopped&) {
   }
@@ -188,14 +234,22 @@ bool TMofLoader::LoadFile(const std::string& path) {
 bool TMofLoader::LoadText(const std::string& name, const std::string& text) {
   int before = ErrorCount();
   try {
-    LoadSource(std::make_shared<TMofSource>(name, text), 0);
+    LoadSource(TMofFile{name, text}, name, TMofLocation());
   } catch (const TLoadStopped&) {
   }
   return ErrorCount() == before;
 }
 
-void TMofLoader::LoadSource(const std::shared_ptr<const TMofSource>& source, int depth) {
+void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
+                            const TMofLocation& includedAt) {
   ++counts_.files;
+  auto source = std::make_shared<const TMofSource>(path, file.text);
+  includes_.push_back(TOpenFile{file.identity, source, includedAt});
+  // Popped however the load ends, a stopped load included.
+  struct TPop {
+    std::vector<TOpenFile>* files;
+    ~TPop() { files->pop_back(); }
+  } pop{&includes_};
   TMofParser parser(source);
   TMofProduction production;
   while (true) {
@@ -208,7 +262,7 @@ void TMofLoader::LoadSource(const std::shared_ptr<const TMofSource>& source, int
     }
     switch (production.kind) {
       case TMofProduction::kPragma:
-        Include(production.pragma, depth);
+        Include(production.pragma);
         break;
       case TMofProduction::kQualifierDecl:
         LoadQualifierDecl(production.qualifierDecl);
@@ -223,16 +277,26 @@ void TMofLoader::LoadSource(const std::shared_ptr<const TMofSource>& source, int
   }
 }
 
-void TMofLoader::Include(const TMofPragma& pragma, int depth) {
+namespace {
+
+std::string Where(const TMofLocation& location) {
+  return Printable(location.source->path) + ":" + std::to_string(location.line) + ":" +
+         std::to_string(location.column);
+}
+
+}  // namespace
+
+void TMofLoader::Include(const TMofPragma& pragma) {
   if (!Is(pragma.name, "include")) {
     bool known = Is(pragma.name, "locale") || Is(pragma.name, "namespace");
     Report(TMofDiagnostic::kNote, pragma.location,
-           "#pragma " + pragma.name + " (\"" + pragma.parameter + "\") " +
+           "#pragma " + Printable(pragma.name) + " (\"" + Printable(pragma.parameter) + "\") " +
                (known ? "is accepted and changes nothing" : "is not known and is ignored"));
     return;
   }
-  if (depth >= 64) {
-    Report(TMofDiagnostic::kError, pragma.location, "includes nest deeper than 64 files");
+  if (includes_.size() > kMaxIncludeDepth) {
+    Report(TMofDiagnostic::kError, pragma.location,
+           "includes nest deeper than " + std::to_string(kMaxIncludeDepth) + " files");
     return;
   }
   std::vector<std::string> candidates;
@@ -244,17 +308,35 @@ void TMofLoader::Include(const TMofPragma& pragma, int depth) {
       candidates.push_back(dir + (dir.empty() || dir.back() == '/' ? "" : "/") + pragma.parameter);
     }
   }
+  const std::string included = "included file \"" + Printable(pragma.parameter) + "\"";
   for (const std::string& candidate : candidates) {
-    std::string text;
-    if (ReadFile(candidate, &text)) {
-      LoadSource(std::make_shared<TMofSource>(candidate, text), depth + 1);
+    TMofFile file;
+    std::string error;
+    if (!ReadFile(candidate, &file, &error)) {
+      if (error.empty()) continue;  // not there: the next place
+      Report(TMofDiagnostic::kError, pragma.location,
+             "cannot read " + included + ": " + Printable(error));
       return;
     }
+    for (size_t first = 0; first < includes_.size(); ++first) {
+      if (includes_[first].identity != file.identity) continue;
+      // The chain of includes from that file back to itself.
+      std::string chain;
+      for (size_t i = first + 1; i < includes_.size(); ++i) {
+        chain += Where(includes_[i].includedAt) + " includes " +
+                 Printable(includes_[i].source->path) + ", ";
+      }
+      Report(TMofDiagnostic::kError, pragma.location,
+             "include cycle: " + chain + Where(pragma.location) + " includes " +
+                 Printable(includes_[first].source->path) + " again");
+      return;
+    }
+    LoadSource(file, candidate, pragma.location);
+    return;
   }
   std::string searched;
-  for (const std::string& candidate : candidates) searched += "\n      " + candidate;
-  Report(TMofDiagnostic::kError, pragma.location,
-         "cannot read included file \"" + pragma.parameter + "\"; looked for:" + searched);
+  for (const std::string& candidate : candidates) searched += "\n      " + Printable(candidate);
+  Report(TMofDiagnostic::kError, pragma.location, "cannot read " + included + "; looked for:" + searched);
 }
 
 template <typename F>

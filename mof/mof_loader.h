@@ -31,6 +31,7 @@
 #ifndef INMEM_MOF_MOF_LOADER_H_
 #define INMEM_MOF_MOF_LOADER_H_
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -41,9 +42,31 @@
 #include "include/cim_named_element.h"
 #include "mof/mof_ast.h"
 
+// One MOF file as a reader hands it to the loader.
+struct TMofFile {
+  // The same for every path that leads to this file (include cycles are
+  // found by it): the real path of a file on disk.
+  std::string identity;
+  std::string text;
+};
+
+// Reads the MOF file at `path`. False when it cannot: with an empty *error
+// when there is no such file (an include then looks in the next place),
+// otherwise with the reason (a folder, too large, not readable).
+typedef std::function<bool(const std::string& path, TMofFile* file, std::string* error)>
+    TMofFileReader;
+
+// The largest MOF file the loader reads from disk.
+constexpr size_t kMaxMofFileBytes = 256u << 20;
+
+// Reads a regular file (or a pipe) of at most kMaxMofFileBytes from disk.
+bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error);
+
 struct TMofLoadOptions {
   // Where "#pragma include" looks after the including file's own folder.
   std::vector<std::string> includePaths;
+  // How files are read; empty: ReadMofFile, from disk.
+  TMofFileReader readFile;
   bool keepGoing = false;
   // Classes already in the namespace may be given again (for a namespace
   // created with redefinition allowed); otherwise that is an error.
@@ -85,8 +108,17 @@ class TMofLoader {
  private:
   class TLoadStopped {};  // unwinds a load that stops at its first error
 
-  void LoadSource(const std::shared_ptr<const TMofSource>& source, int depth);
-  void Include(const TMofPragma& pragma, int depth);
+  // A file being loaded: the chain of them is the chain of includes.
+  struct TOpenFile {
+    std::string identity;
+    std::shared_ptr<const TMofSource> source;
+    TMofLocation includedAt;  // the pragma that included it; none for the first
+  };
+  static constexpr size_t kMaxIncludeDepth = 64;
+
+  bool ReadFile(const std::string& path, TMofFile* file, std::string* error);
+  void LoadSource(const TMofFile& file, const std::string& path, const TMofLocation& includedAt);
+  void Include(const TMofPragma& pragma);
   void LoadQualifierDecl(const TMofQualifierDecl& decl);
   void LoadClass(const TMofClass& cls);
   void LoadInstance(const TMofInstance& instance);
@@ -110,6 +142,7 @@ class TMofLoader {
   std::vector<TMofDiagnostic> diagnostics_;
   TMofLoadCounts counts_;
   std::map<std::string, TCIMReference> aliases_;
+  std::vector<TOpenFile> includes_;
 };
 
 #endif  // INMEM_MOF_MOF_LOADER_H_

@@ -1,9 +1,12 @@
 // MOF entered into a repository: every construct reaches the namespace, and
 // the repository's refusals come back as errors that name their reason.
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -200,6 +203,49 @@ TEST_F(MofLoaderTest, IncludesAreFoundNextToTheFileAndOnTheSearchPath) {
   EXPECT_NE(missing.Diagnostics().back().message.find("cannot read included file \"nowhere.mof\""),
             std::string::npos);
   ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+}
+
+TEST_F(MofLoaderTest, IncludeCyclesAndFoldersAreRefusedWithTheirReason) {
+  // Files served from memory; "deep.mof" includes itself under ever new names.
+  const std::map<std::string, std::string> files = {
+      {"self.mof", "#pragma include (\"self.mof\")"},
+      {"a.mof", "\n#pragma include (\"b.mof\")"},
+      {"b.mof", "  #pragma include (\"a.mof\")"},
+  };
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  options.readFile = [&](const std::string& path, TMofFile* file, std::string* error) {
+    error->clear();
+    if (path.compare(0, 4, "deep") == 0) {
+      *file = {path, "#pragma include (\"" + path + "x\")"};
+      return true;
+    }
+    auto it = files.find(path);
+    if (it == files.end()) return false;
+    *file = {it->first, it->second};
+    return true;
+  };
+  const std::pair<const char*, const char*> rows[] = {
+      {"self.mof", "self.mof:1:1: error: include cycle: self.mof:1:1 includes self.mof again"},
+      {"a.mof", "b.mof:1:3: error: include cycle: a.mof:2:1 includes b.mof, b.mof:1:3 includes a.mof again"},
+      {"deep", "error: includes nest deeper than 64 files"},
+  };
+  for (const auto& row : rows) {
+    TMofLoader loader(ns_, options);
+    EXPECT_FALSE(loader.LoadFile(row.first));
+    ASSERT_EQ(loader.ErrorCount(), 1) << row.first;
+    EXPECT_NE(loader.Diagnostics().back().Format().find(row.second), std::string::npos)
+        << loader.Diagnostics().back().Format();
+  }
+
+  char folder[] = "/tmp/mofXXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  TMofLoader fromDisk(ns_);
+  EXPECT_FALSE(fromDisk.LoadFile(folder));
+  EXPECT_EQ(fromDisk.Diagnostics().back().message, std::string(folder) + " is a folder, not a MOF file");
+  EXPECT_FALSE(fromDisk.LoadText("f.mof", "#pragma include (\"" + std::string(folder) + "\")"));
+  EXPECT_NE(fromDisk.Diagnostics().back().message.find("is a folder"), std::string::npos);
+  rmdir(folder);
 }
 
 TEST(MofSchemaTest, TheWholeCIMSchemaLoads) {
