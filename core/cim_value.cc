@@ -6,6 +6,7 @@
 
 #include "core/cim_reference.h"
 #include "core/tyl_exception.h"
+#include "core/utf8.h"
 
 namespace {
 
@@ -35,21 +36,6 @@ std::string RealToString(double value, bool single) {
       single ? std::to_chars(buffer, buffer + sizeof buffer, static_cast<float>(value))
              : std::to_chars(buffer, buffer + sizeof buffer, value);
   return std::string(buffer, result.ptr);
-}
-
-std::string Char16ToUtf8(char16_t c) {
-  std::string out;
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-  return out;
 }
 
 // -1, 0, 1 for a < b, a == b, a > b; NaN equals NaN and sorts after numbers.
@@ -282,8 +268,11 @@ std::string TCIMValue::ToString(unsigned char base) const {
     case kCIMTypeReal32:
     case kCIMTypeReal64:
       return RealToString(std::get<double>(content_), type_ == kCIMTypeReal32);
-    case kCIMTypeChar16:
-      return Char16ToUtf8(std::get<char16_t>(content_));
+    case kCIMTypeChar16: {
+      std::string text;
+      AppendChar16(&text, std::get<char16_t>(content_));
+      return text;
+    }
     case kCIMTypeString:
       return std::get<std::string>(content_);
     case kCIMTypeDateTime:

@@ -8,6 +8,7 @@
 
 #include "core/cim_reference.h"
 #include "core/tyl_exception.h"
+#include "core/utf8.h"
 #include "include/cim_class.h"
 #include "include/cim_namespace.h"
 #include "include/cim_property_decl.h"
@@ -204,7 +205,7 @@ class TPathParser {
         return TCIMValue(TCIMReference::Parse(raw.text, ns_));
       case kCIMTypeChar16: {
         char16_t c = 0;
-        if (!DecodeOneCharacter(raw.text, &c)) {
+        if (!DecodeChar16(raw.text, &c)) {
           Fail("key " + key + " is a char16 and needs exactly one character", raw.position);
         }
         return TCIMValue(c);
@@ -212,24 +213,6 @@ class TPathParser {
       default:
         Mistyped(raw, type, key);
     }
-  }
-
-  // One UTF-8 character of at most three bytes (the range of char16).
-  static bool DecodeOneCharacter(const std::string& text, char16_t* out) {
-    const unsigned char* s = reinterpret_cast<const unsigned char*>(text.data());
-    size_t n = text.size();
-    if (n == 1 && s[0] < 0x80) {
-      *out = s[0];
-    } else if (n == 2 && (s[0] & 0xE0) == 0xC0 && (s[1] & 0xC0) == 0x80) {
-      *out = static_cast<char16_t>(((s[0] & 0x1F) << 6) | (s[1] & 0x3F));
-    } else if (n == 3 && (s[0] & 0xF0) == 0xE0 && (s[1] & 0xC0) == 0x80 &&
-               (s[2] & 0xC0) == 0x80) {
-      *out = static_cast<char16_t>(((s[0] & 0x0F) << 12) | ((s[1] & 0x3F) << 6) |
-                                   (s[2] & 0x3F));
-    } else {
-      return false;
-    }
-    return true;
   }
 
   TCIMValue ConvertNumber(const TRawValue& raw, ECIMType type, const std::string& key) const {

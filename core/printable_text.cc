@@ -19,48 +19,6 @@ size_t AppendEscaped(std::string* out, unsigned char c) {
 
 }  // namespace
 
-size_t Utf8SequenceLength(std::string_view text) {
-  if (text.empty()) return 0;
-  const unsigned char c = static_cast<unsigned char>(text[0]);
-  if (c < 0x80) return 1;
-  size_t length;
-  unsigned code;
-  if ((c & 0xE0) == 0xC0) {
-    length = 2;
-    code = c & 0x1F;
-  } else if ((c & 0xF0) == 0xE0) {
-    length = 3;
-    code = c & 0x0F;
-  } else if ((c & 0xF8) == 0xF0) {
-    length = 4;
-    code = c & 0x07;
-  } else {
-    return 0;
-  }
-  if (text.size() < length) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    const unsigned char d = static_cast<unsigned char>(text[i]);
-    if (!IsContinuation(d)) return 0;
-    code = (code << 6) | (d & 0x3F);
-  }
-  static const unsigned kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (code < kSmallest[length] || code > 0x10FFFF) return 0;  // overlong or too large
-  if (code >= 0xD800 && code <= 0xDFFF) return 0;              // a surrogate
-  return length;
-}
-
-bool IsValidUtf8(std::string_view text, size_t* badByte) {
-  for (size_t i = 0; i < text.size();) {
-    const size_t length = Utf8SequenceLength(text.substr(i));
-    if (length == 0) {
-      if (badByte != nullptr) *badByte = i;
-      return false;
-    }
-    i += length;
-  }
-  return true;
-}
-
 TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes) {
   at = std::min(at, text.size());
   size_t start = 0;

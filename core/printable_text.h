@@ -15,6 +15,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/utf8.h"
+
 // How many bytes of outside text a message shows by default.
 constexpr size_t kPrintableLimit = 240;
 
@@ -33,14 +35,5 @@ TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes = kPrin
 
 // The start of `text`, escaped and cut to `maxBytes` bytes.
 std::string Printable(std::string_view text, size_t maxBytes = kPrintableLimit);
-
-// The length of the valid UTF-8 sequence at the start of `text`, or 0 when
-// it does not start with one (a stray continuation byte, an overlong form,
-// a surrogate, a value above U+10FFFF, or a sequence cut short).
-size_t Utf8SequenceLength(std::string_view text);
-
-// Whether `text` is valid UTF-8 throughout; when not, *badByte (if given)
-// is the offset of the first byte that is not.
-bool IsValidUtf8(std::string_view text, size_t* badByte = nullptr);
 
 #endif  // INMEM_CORE_PRINTABLE_TEXT_H_

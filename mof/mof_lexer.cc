@@ -2,6 +2,9 @@
 
 #include <cctype>
 
+#include "core/printable_text.h"
+#include "core/utf8.h"
+
 namespace {
 
 bool IsNameStart(char c) {
@@ -9,19 +12,6 @@ bool IsNameStart(char c) {
          static_cast<unsigned char>(c) >= 0x80;
 }
 bool IsNameChar(char c) { return IsNameStart(c) || std::isdigit(static_cast<unsigned char>(c)); }
-
-void AppendUtf8(std::string* out, unsigned code) {
-  if (code < 0x80) {
-    *out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    *out += static_cast<char>(0xC0 | (code >> 6));
-    *out += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    *out += static_cast<char>(0xE0 | (code >> 12));
-    *out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    *out += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
 
 }  // namespace
 
@@ -72,6 +62,18 @@ void TMofLexer::SkipBlanksAndComments() {
 }
 
 TMofToken TMofLexer::Next() {
+  const size_t start = pos_;
+  try {
+    return ReadToken();
+  } catch (const TMofError&) {
+    // Whatever went wrong, the next call starts further on: reading again
+    // after an error (recovery does) must never stop in one place.
+    if (pos_ == start && pos_ < text_.size()) Advance();
+    throw;
+  }
+}
+
+TMofToken TMofLexer::ReadToken() {
   SkipBlanksAndComments();
   TMofToken token;
   token.location = Here();
@@ -106,11 +108,11 @@ TMofToken TMofLexer::Next() {
     Advance();
     return token;
   }
-  Fail(token.location, std::string("unexpected character '") + c + "'");
+  Advance();
+  Fail(token.location, "unexpected character '" + Printable(std::string(1, c)) + "'");
 }
 
-void TMofLexer::ReadEscape(std::string* out, char quote) {
-  TMofLocation where = Here();
+bool TMofLexer::ReadEscape(std::string* out, char quote, std::string* problem) {
   Advance();  // the backslash
   char c = Peek();
   switch (c) {
@@ -135,37 +137,64 @@ void TMofLexer::ReadEscape(std::string* out, char quote) {
         ++digits;
         Advance();
       }
-      if (digits == 0) Fail(where, "expected 1 to 4 hexadecimal digits after \"\\x\"");
-      AppendUtf8(out, code);
-      return;
+      if (digits == 0) {
+        *problem = "expected 1 to 4 hexadecimal digits after \"\\x\"";
+        return false;
+      }
+      AppendChar16(out, static_cast<char16_t>(code));
+      return true;
     }
     default:
-      Fail(where, std::string("unknown escape \"\\") + c + "\" in a " +
-                      (quote == '"' ? "string" : "character") + " literal");
+      *problem = "unknown escape \"\\" + Printable(std::string(1, c)) + "\" in a " +
+                 (quote == '"' ? "string" : "character") + " literal";
+      return false;
   }
   Advance();
+  return true;
 }
 
 TMofToken TMofLexer::ReadQuoted(char quote) {
   TMofToken token;
   token.location = Here();
   token.kind = quote == '"' ? EMofToken::kString : EMofToken::kChar;
+  const char* what = quote == '"' ? "string" : "character";
+  // The first problem inside the literal is reported once its end is found,
+  // so that reading goes on after the literal, not in the middle of it.
+  TMofLocation problemAt;
+  std::string problem;
   Advance();
   while (true) {
     if (pos_ >= text_.size() || Peek() == '\n') {
-      Fail(token.location, std::string("unterminated ") +
-                               (quote == '"' ? "string" : "character") + " literal: expected " +
-                               quote);
+      Fail(token.location,
+           std::string("unterminated ") + what + " literal: expected " + quote);
     }
     char c = Peek();
     if (c == quote) {
       Advance();
+      if (!problem.empty()) Fail(problemAt, problem);
       return token;
     }
+    TMofLocation here = Here();
+    std::string found;
     if (c == '\\') {
-      ReadEscape(&token.text, quote);
-    } else {
-      token.text += c;
+      if (!ReadEscape(&token.text, quote, &found) && problem.empty()) {
+        problemAt = here;
+        problem = found;
+      }
+      continue;
+    }
+    // Text in a literal is UTF-8; escapes can give any other character.
+    size_t length = Utf8SequenceLength(std::string_view(text_).substr(pos_, 4));
+    if (length == 0) {
+      if (problem.empty()) {
+        problemAt = here;
+        problem = std::string("invalid UTF-8 in a ") + what + " literal: byte " +
+                  Printable(std::string(1, c)) + " (write other characters as \\xHHHH)";
+      }
+      length = 1;
+    }
+    for (size_t i = 0; i < length; ++i) {
+      token.text += Peek();
       Advance();
     }
   }

@@ -2,7 +2,8 @@
 //
 // Comments ("//" to the end of the line, "/* ... */") and white space are
 // skipped. String literals are returned with their escapes resolved; the
-// parser joins adjacent ones. Numbers keep their text; the parser gives them
+// parser joins adjacent ones. Text inside a literal must be UTF-8; escapes
+// (\xHHHH) give any character of 16 bits. Numbers keep their text; the parser gives them
 // a type. Keywords are identifiers: the parser compares them without regard
 // to letter case.
 
@@ -36,7 +37,8 @@ class TMofLexer {
   explicit TMofLexer(std::shared_ptr<const TMofSource> source);
 
   // The next token; kEnd at the end of the text. Throws TMofError for
-  // text that is no token.
+  // text that is no token, and leaves the lexer past that text (at least
+  // one byte further), so that the next call reads on.
   TMofToken Next();
 
  private:
@@ -44,7 +46,10 @@ class TMofLexer {
   char Peek(size_t ahead = 0) const;
   void Advance();
   void SkipBlanksAndComments();
-  void ReadEscape(std::string* out, char quote);
+  TMofToken ReadToken();
+  // Reads one escape after its backslash; false, with the reason in
+  // *problem, for an escape that means nothing.
+  bool ReadEscape(std::string* out, char quote, std::string* problem);
   TMofToken ReadQuoted(char quote);
   TMofToken ReadNumber();
   [[noreturn]] void Fail(const TMofLocation& where, const std::string& message) const;

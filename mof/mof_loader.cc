@@ -17,6 +17,7 @@
 #include "core/printable_text.h"
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
+#include "core/utf8.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
 #include "include/cim_method_decl.h"
@@ -105,22 +106,6 @@ bool ReadInteger(const std::string& text, bool* negative, uint64_t* magnitude) {
   if (s.empty()) return false;
   std::from_chars_result r = std::from_chars(s.data(), s.data() + s.size(), *magnitude, base);
   return r.ec == std::errc() && r.ptr == s.data() + s.size();
-}
-
-// One UTF-8 character of at most three bytes (the char16 range).
-bool ReadOneCharacter(const std::string& text, char16_t* out) {
-  const unsigned char* s = reinterpret_cast<const unsigned char*>(text.data());
-  size_t n = text.size();
-  if (n == 1 && s[0] < 0x80) {
-    *out = s[0];
-  } else if (n == 2 && (s[0] & 0xE0) == 0xC0) {
-    *out = static_cast<char16_t>(((s[0] & 0x1F) << 6) | (s[1] & 0x3F));
-  } else if (n == 3 && (s[0] & 0xF0) == 0xE0) {
-    *out = static_cast<char16_t>(((s[0] & 0x0F) << 12) | ((s[1] & 0x3F) << 6) | (s[2] & 0x3F));
-  } else {
-    return false;
-  }
-  return true;
 }
 
 const char* SeverityText(TMofDiagnostic::ESeverity severity) {
@@ -367,13 +352,13 @@ void TMofLoader::Guard(const TMofLocation& where, const std::string& what, F loa
 }
 
 void TMofLoader::LoadQualifierDecl(const TMofQualifierDecl& decl) {
-  Guard(decl.location, "qualifier " + decl.name, [&] {
+  Guard(decl.location, "qualifier " + Printable(decl.name), [&] {
     ECIMType type = decl.type.isArray ? ArrayTypeOf(decl.type.type) : decl.type.type;
     TCIMValue value = decl.defaultValue ? Convert(*decl.defaultValue, type, {})
                                         : TCIMValue::Null(type);
     uint32_t scope = 0;
     for (const std::string& name : decl.scopes) {
-      if (!ScopeBits(name, &scope)) throw TMofError(decl.location, "unknown scope " + name);
+      if (!ScopeBits(name, &scope)) throw TMofError(decl.location, "unknown scope " + Printable(name));
     }
     uint32_t flavor = ApplyFlavors(
         ICIMQualifierDecl::kFlavorEnableOverride | ICIMQualifierDecl::kFlavorToSubclass,
@@ -391,7 +376,7 @@ boost::shared_ptr<ICIMClass> TMofLoader::FindClass(const std::string& name,
   try {
     return ns_->GetClass(name, TContext());
   } catch (const TTYLException&) {
-    throw TMofError(where, role + " " + name + " is not defined (define it earlier in the MOF)");
+    throw TMofError(where, role + " " + Printable(name) + " is not defined (define it earlier in the MOF)");
   }
 }
 
@@ -399,8 +384,8 @@ void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualif
   for (const TMofQualifier& q : qualifiers) {
     boost::shared_ptr<ICIMQualifierDecl> decl = ns_->GetQualifierDecl(q.name, TContext());
     if (!decl) {
-      throw TMofError(q.location, "qualifier " + q.name +
-                                      " is not declared (declare it with \"Qualifier " + q.name +
+      throw TMofError(q.location, "qualifier " + Printable(q.name) +
+                                      " is not declared (declare it with \"Qualifier " + Printable(q.name) +
                                       " : ...\" first)");
     }
     ECIMType type = decl->GetType(TContext());
@@ -421,7 +406,7 @@ void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualif
     try {
       element.AddQualifier(qualifier, TContext());
     } catch (const TTYLException& e) {
-      throw TMofError(q.location, "qualifier " + q.name + " refused by the repository: " +
+      throw TMofError(q.location, "qualifier " + Printable(q.name) + " refused by the repository: " +
                                       e.what() + " (status " + std::to_string(e.GetStatusCode()) +
                                       ")");
     }
@@ -429,11 +414,11 @@ void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualif
 }
 
 void TMofLoader::LoadClass(const TMofClass& c) {
-  Guard(c.location, "class " + c.name, [&] {
+  Guard(c.location, "class " + Printable(c.name), [&] {
     if (!options_.allowRedefinition) {
       try {
         ns_->GetClass(c.name, TContext());
-        throw TMofError(c.location, "class " + c.name + " is already defined");
+        throw TMofError(c.location, "class " + Printable(c.name) + " is already defined");
       } catch (const TTYLException&) {
         // not there yet (or an invalid name, refused below)
       }
@@ -451,7 +436,7 @@ void TMofLoader::LoadClass(const TMofClass& c) {
       ++counts_.keylessClasses;
       diagnostics_.push_back(TMofDiagnostic{
           TMofDiagnostic::kNote, c.location,
-          "class " + c.name + " is concrete and has no key property; entered as it is"});
+          "class " + Printable(c.name) + " is concrete and has no key property; entered as it is"});
     }
     cls->AddToNamespace(TContext());
     ++counts_.classes;
@@ -533,7 +518,7 @@ void TMofLoader::InheritQualifiers(ICIMClass& cls, const TMofFeature& feature,
 }
 
 void TMofLoader::LoadInstance(const TMofInstance& instance) {
-  Guard(instance.location, "instance of " + instance.className, [&] {
+  Guard(instance.location, "instance of " + Printable(instance.className), [&] {
     boost::shared_ptr<ICIMClass> cls = FindClass(instance.className, instance.location, "class");
     boost::shared_ptr<ICIMInstance> created = cls->AllocateInstance(TContext());
     for (const TMofPropertyValue& v : instance.values) {
@@ -541,7 +526,7 @@ void TMofLoader::LoadInstance(const TMofInstance& instance) {
       try {
         decl = cls->GetPropertyDecl(v.name, TContext());
       } catch (const TTYLException&) {
-        throw TMofError(v.location, "class " + instance.className + " has no property " + v.name);
+        throw TMofError(v.location, "class " + Printable(instance.className) + " has no property " + Printable(v.name));
       }
       const TCIMValue& prototype = decl->GetDefaultValue(TContext());
       boost::shared_ptr<ICIMClass> refClass =
@@ -598,8 +583,8 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       if (type != kCIMTypeReference) throw mismatch("an alias");
       auto it = aliases_.find(value.text);
       if (it == aliases_.end()) {
-        throw TMofError(value.location, "alias $" + value.text + " is not defined (an instance "
-                                        "\"as $" + value.text + "\" must come first)");
+        throw TMofError(value.location, "alias $" + Printable(value.text) + " is not defined (an instance "
+                                        "\"as $" + Printable(value.text) + "\" must come first)");
       }
       return TCIMValue(it->second);
     }
@@ -608,7 +593,7 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       char* end = nullptr;
       double real = std::strtod(value.text.c_str(), &end);
       if (end != value.text.c_str() + value.text.size()) {
-        throw TMofError(value.location, "\"" + value.text + "\" is not a number");
+        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not a number");
       }
       return type == kCIMTypeReal32 ? TCIMValue(static_cast<float>(real)) : TCIMValue(real);
     }
@@ -616,7 +601,7 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       bool negative = false;
       uint64_t magnitude = 0;
       if (!ReadInteger(value.text, &negative, &magnitude)) {
-        throw TMofError(value.location, "\"" + value.text + "\" is not an integer");
+        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not an integer");
       }
       if (IsRealType(type)) {
         double real = negative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
@@ -657,7 +642,7 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       return TCIMValue(value.text);
     case kCIMTypeChar16: {
       char16_t c = 0;
-      if (!ReadOneCharacter(value.text, &c)) {
+      if (!DecodeChar16(value.text, &c)) {
         throw TMofError(value.location, "a char16 value is exactly one character");
       }
       return TCIMValue(c);
@@ -666,14 +651,14 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       try {
         return TCIMValue(TCIMDateTime::Parse(value.text));
       } catch (const TTYLException&) {
-        throw TMofError(value.location, "\"" + value.text + "\" is not a CIM datetime "
+        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not a CIM datetime "
                                         "(yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000)");
       }
     case kCIMTypeReference:
       try {
         return TCIMValue(TCIMReference::Parse(value.text, ns_));
       } catch (const TTYLException&) {
-        throw TMofError(value.location, "\"" + value.text + "\" is not an object path");
+        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not an object path");
       }
     default:
       throw mismatch(value.kind == TMofValue::kString ? "a string" : "a character");

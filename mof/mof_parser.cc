@@ -2,6 +2,8 @@
 
 #include <strings.h>
 
+#include "core/printable_text.h"
+
 namespace {
 
 bool EqualsIgnoringCase(const std::string& a, const char* b) {
@@ -14,9 +16,9 @@ std::string Describe(const TMofToken& token) {
     case EMofToken::kString: return "a string";
     case EMofToken::kChar: return "a character literal";
     case EMofToken::kInteger:
-    case EMofToken::kReal: return "the number " + token.text;
-    case EMofToken::kAlias: return "the alias $" + token.text;
-    default: return "'" + token.text + "'";
+    case EMofToken::kReal: return "the number " + Printable(token.text);
+    case EMofToken::kAlias: return "the alias $" + Printable(token.text);
+    default: return "'" + Printable(token.text) + "'";
   }
 }
 
@@ -38,6 +40,10 @@ const TMofToken& TMofParser::Peek() {
 TMofToken TMofParser::Take() {
   Peek();
   hasCurrent_ = false;
+  if (current_.kind == EMofToken::kPunctuation) {
+    if (current_.text == "{") ++depth_;
+    if (current_.text == "}" && depth_ > 0) --depth_;
+  }
   return current_;
 }
 
@@ -68,15 +74,30 @@ std::string TMofParser::ExpectName(const char* what) {
   return Take().text;
 }
 
+bool TMofParser::StartsProduction(const TMofToken& token) {
+  if (token.kind == EMofToken::kPunctuation) return token.text == "#";
+  return token.kind == EMofToken::kIdentifier &&
+         (EqualsIgnoringCase(token.text, "class") || EqualsIgnoringCase(token.text, "instance") ||
+          EqualsIgnoringCase(token.text, "qualifier"));
+}
+
 void TMofParser::Recover() {
-  hasCurrent_ = false;
-  int depth = 0;
+  // Braces the failed production opened are still open.
+  int depth = depth_;
   while (true) {
     TMofToken token;
-    try {
-      token = lexer_.Next();
-    } catch (const TMofError&) {
-      continue;  // skip text that is no token
+    if (hasCurrent_) {
+      token = current_;
+      // The next production's first word ends the failed one; Next reads
+      // it, so recovery stopping here still moves on.
+      if (depth == 0 && StartsProduction(token)) return;
+      hasCurrent_ = false;
+    } else {
+      try {
+        token = lexer_.Next();
+      } catch (const TMofError&) {
+        continue;  // skip text that is no token; the lexer has moved past it
+      }
     }
     if (token.kind == EMofToken::kEnd) return;
     if (token.kind != EMofToken::kPunctuation) continue;
@@ -88,6 +109,7 @@ void TMofParser::Recover() {
 
 bool TMofParser::Next(TMofProduction* production) {
   *production = TMofProduction();
+  depth_ = 0;
   if (Peek().kind == EMofToken::kEnd) return false;
   if (IsPunctuation("#")) {
     production->kind = TMofProduction::kPragma;

@@ -19,7 +19,9 @@ class TMofParser {
 
   // Reads the next production into *production; false at the end of the text.
   bool Next(TMofProduction* production);
-  // After a syntax error: skips to just past the next ';' outside braces.
+  // After a syntax error: skips to just past the ';' that ends the failed
+  // production (outside the braces it opened), or to the start of the next
+  // production, whichever comes first.
   void Recover();
 
  private:
@@ -31,6 +33,7 @@ class TMofParser {
   void ExpectKeyword(const char* word);
   std::string ExpectName(const char* what);
   [[noreturn]] void FailAt(const TMofToken& token, const std::string& expected);
+  static bool StartsProduction(const TMofToken& token);
 
   void ParsePragma(TMofPragma* pragma);
   void ParseQualifierDecl(TMofQualifierDecl* decl);
@@ -50,6 +53,8 @@ class TMofParser {
   TMofLexer lexer_;
   TMofToken current_;
   bool hasCurrent_ = false;
+  // Braces taken and not yet closed in the production being read.
+  int depth_ = 0;
 };
 
 #endif  // INMEM_MOF_MOF_PARSER_H_

@@ -22,7 +22,7 @@ std::string FirstError(const std::string& text) {
 }
 
 TEST(MofSyntaxTest, ErrorsNameThePositionAndTheExpectation) {
-  const std::pair<const char*, const char*> rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {"class A { string Name }", "t.mof:1:23: error: expected ';' after the declaration, found '}'"},
       {"class A : { };", "t.mof:1:11: error: expected the superclass name, found '{'"},
       {"Qualifier Q boolean;", "t.mof:1:13: error: expected ':' and the qualifier's type, found 'boolean'"},
@@ -39,6 +39,10 @@ TEST(MofSyntaxTest, ErrorsNameThePositionAndTheExpectation) {
       {"#pragma include (foo)", "t.mof:1:18: error: expected a string, found 'foo'"},
       {"class A { string s; } ", "t.mof:1:23: error: expected ';' after the class body, found the end"},
       {"@", "t.mof:1:1: error: unexpected character '@'"},
+      {std::string("class A {\0};", 12), "t.mof:1:10: error: unexpected character '\\x00'"},
+      {"class A { string s = \"ok \xC3\xA9 \xFF\"; };",
+       "t.mof:1:29: error: invalid UTF-8 in a string literal: byte \\xFF"},
+      {"class A { char16 c = '\xED\xA0\x80'; };", "t.mof:1:23: error: invalid UTF-8 in a character"},
   };
   for (const auto& row : rows) {
     std::string error = FirstError(row.first);
@@ -52,6 +56,46 @@ TEST(MofSyntaxTest, TheErrorShowsTheLineWithACaret) {
             "t.mof:2:12: error: \"0x1G\" is not an integer\n"
             "    \tuint8 x = 0x1G;\n"
             "    \t          ^");
+}
+
+TEST(MofSyntaxTest, TheErrorShowsAWindowOfTheLineWithControlBytesEscaped) {
+  // An unterminated string of a megabyte: the message stays short.
+  std::string longLine = "class A { string s = \"" + std::string(1 << 20, 'x');
+  std::string error = FirstError(longLine);
+  EXPECT_LT(error.size(), 600u);
+  EXPECT_NE(error.find("t.mof:1:22: error: unterminated string literal"), std::string::npos) << error;
+  // The caret stands under the quote, after the escaped NUL and the tab.
+  EXPECT_EQ(FirstError(std::string("\0\tclass", 7)),
+            "t.mof:1:1: error: unexpected character '\\x00'\n    \\x00\tclass\n    ^");
+  EXPECT_EQ(FirstError(std::string("/*\x01*/\t\x7F", 7)),
+            "t.mof:1:7: error: unexpected character '\\x7F'\n    /*\\x01*/\t\\x7F\n            \t^");
+}
+
+TEST(MofSyntaxTest, KeepGoingAlwaysMovesOnAndResumesAfterTheFailedProduction) {
+  std::string garbage;
+  for (int i = 0; i < 4096; ++i) garbage += static_cast<char>((i * 7919) % 256);
+  const std::pair<std::string, int> rows[] = {
+      {"@@@ class A {};", 1},
+      {std::string("\0\0\0", 3), 1},
+      {garbage, -1},  // any number of errors, as long as loading ends
+      // The bad literal is one error; the class after it loads.
+      {"[Abstract] class A { string s = \"\xFF\\q\"; uint8 x; };\n[Abstract] class B {};", 1},
+      {"class A { uint8 x = 0x; };\n#pragma include (\"nowhere\")", 2},
+  };
+  for (const auto& row : rows) {
+    TSchemaBuilder s;
+    TCapturingLogger quiet;
+    TMofLoadOptions options;
+    options.keepGoing = true;
+    TMofLoader loader(s.Namespace(), options);
+    EXPECT_FALSE(loader.LoadText("t.mof", row.first));
+    if (row.second >= 0) {
+      EXPECT_EQ(loader.ErrorCount(), row.second) << row.first;
+    }
+    if (row.second == 1 && row.first.find("class B") != std::string::npos) {
+      EXPECT_TRUE(s.Namespace()->GetClass("B", TContext()));
+    }
+  }
 }
 
 TEST(MofSyntaxTest, KeepGoingReportsEveryErrorAndResumesAfterEach) {
