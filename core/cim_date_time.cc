@@ -3,17 +3,12 @@
 #include <cstdio>
 #include <tuple>
 
+#include "core/printable_text.h"
 #include "core/tyl_exception.h"
 
 namespace {
 
 constexpr int kDiagnosticLevel = 3;
-
-[[noreturn]] void RejectText(const std::string& text, const std::string& why) {
-  ThrowLogged(kDiagnosticLevel,
-              "TYL: invalid CIM datetime '" + text + "': " + why,
-              kStatusInvalidParameter);
-}
 
 [[noreturn]] void RejectFields(const std::string& why) {
   ThrowLogged(kDiagnosticLevel, "TYL: invalid CIM datetime fields: " + why,
@@ -31,13 +26,32 @@ bool ReadDigits(const std::string& text, size_t pos, size_t count, uint32_t* out
   return true;
 }
 
-void CheckTimeOfDay(unsigned hours, unsigned minutes, unsigned seconds,
-                    unsigned microseconds) {
-  if (hours > 23) RejectFields("hours " + std::to_string(hours) + " > 23");
-  if (minutes > 59) RejectFields("minutes " + std::to_string(minutes) + " > 59");
-  if (seconds > 59) RejectFields("seconds " + std::to_string(seconds) + " > 59");
-  if (microseconds > 999999)
-    RejectFields("microseconds " + std::to_string(microseconds) + " > 999999");
+// Why these fields make no time of day, or "" when they do.
+std::string TimeOfDayProblem(unsigned hours, unsigned minutes, unsigned seconds,
+                             unsigned microseconds) {
+  if (hours > 23) return "hours " + std::to_string(hours) + " > 23";
+  if (minutes > 59) return "minutes " + std::to_string(minutes) + " > 59";
+  if (seconds > 59) return "seconds " + std::to_string(seconds) + " > 59";
+  if (microseconds > 999999) return "microseconds " + std::to_string(microseconds) + " > 999999";
+  return std::string();
+}
+
+std::string IntervalProblem(uint32_t days, unsigned hours, unsigned minutes, unsigned seconds,
+                            unsigned microseconds) {
+  if (days > 99999999) return "days " + std::to_string(days) + " > 99999999";
+  return TimeOfDayProblem(hours, minutes, seconds, microseconds);
+}
+
+std::string TimestampProblem(unsigned year, unsigned month, unsigned day, unsigned hour,
+                             unsigned minute, unsigned second, unsigned microsecond,
+                             int utcOffsetMinutes) {
+  if (year > 9999) return "year " + std::to_string(year) + " > 9999";
+  if (month < 1 || month > 12) return "month " + std::to_string(month);
+  if (day < 1 || day > 31) return "day " + std::to_string(day);
+  if (utcOffsetMinutes < -999 || utcOffsetMinutes > 999) {
+    return "UTC offset " + std::to_string(utcOffsetMinutes) + " minutes";
+  }
+  return TimeOfDayProblem(hour, minute, second, microsecond);
 }
 
 void AppendCount(std::string* out, uint64_t count, const char* unit) {
@@ -50,8 +64,8 @@ void AppendCount(std::string* out, uint64_t count, const char* unit) {
 
 void TCIMDateTime::Set(uint32_t days, uint16_t hours, uint16_t minutes,
                        uint16_t seconds, uint32_t microseconds) {
-  if (days > 99999999) RejectFields("days " + std::to_string(days) + " > 99999999");
-  CheckTimeOfDay(hours, minutes, seconds, microseconds);
+  std::string problem = IntervalProblem(days, hours, minutes, seconds, microseconds);
+  if (!problem.empty()) RejectFields(problem);
   *this = TCIMDateTime();
   dayCount_ = days;
   hours_ = static_cast<uint8_t>(hours);
@@ -63,12 +77,9 @@ void TCIMDateTime::Set(uint32_t days, uint16_t hours, uint16_t minutes,
 TCIMDateTime TCIMDateTime::Timestamp(unsigned year, unsigned month, unsigned day,
                                      unsigned hour, unsigned minute, unsigned second,
                                      unsigned microsecond, int utcOffsetMinutes) {
-  if (year > 9999) RejectFields("year " + std::to_string(year) + " > 9999");
-  if (month < 1 || month > 12) RejectFields("month " + std::to_string(month));
-  if (day < 1 || day > 31) RejectFields("day " + std::to_string(day));
-  CheckTimeOfDay(hour, minute, second, microsecond);
-  if (utcOffsetMinutes < -999 || utcOffsetMinutes > 999)
-    RejectFields("UTC offset " + std::to_string(utcOffsetMinutes) + " minutes");
+  std::string problem =
+      TimestampProblem(year, month, day, hour, minute, second, microsecond, utcOffsetMinutes);
+  if (!problem.empty()) RejectFields(problem);
   TCIMDateTime result;
   result.interval_ = false;
   result.dayCount_ = year;
@@ -82,37 +93,56 @@ TCIMDateTime TCIMDateTime::Timestamp(unsigned year, unsigned month, unsigned day
   return result;
 }
 
-TCIMDateTime TCIMDateTime::Parse(const std::string& text) {
+bool TCIMDateTime::TryParse(const std::string& text, TCIMDateTime* out, std::string* error) {
+  auto reject = [error](const std::string& why) {
+    *error = why;
+    return false;
+  };
   if (text.size() != 25) {
-    RejectText(text, "expected 25 characters, found " + std::to_string(text.size()));
+    return reject("expected 25 characters, found " + std::to_string(text.size()));
   }
-  if (text[14] != '.') RejectText(text, "expected '.' at position 15");
+  if (text[14] != '.') return reject("expected '.' at position 15");
   uint32_t head = 0, hours = 0, minutes = 0, seconds = 0, micros = 0, tail = 0;
   bool interval = text[21] == ':';
   if (!interval && text[21] != '+' && text[21] != '-') {
-    RejectText(text, "expected '+', '-' or ':' at position 22");
+    return reject("expected '+', '-' or ':' at position 22");
   }
   if (!ReadDigits(text, 8, 2, &hours) || !ReadDigits(text, 10, 2, &minutes) ||
       !ReadDigits(text, 12, 2, &seconds) || !ReadDigits(text, 15, 6, &micros) ||
       !ReadDigits(text, 22, 3, &tail)) {
-    RejectText(text, "expected digits");
+    return reject("expected digits");
   }
   if (interval) {
-    if (!ReadDigits(text, 0, 8, &head)) RejectText(text, "expected digits");
-    if (tail != 0) RejectText(text, "an interval ends in \":000\"");
-    TCIMDateTime result;
-    result.Set(head, static_cast<uint16_t>(hours), static_cast<uint16_t>(minutes),
-               static_cast<uint16_t>(seconds), micros);
-    return result;
+    if (!ReadDigits(text, 0, 8, &head)) return reject("expected digits");
+    if (tail != 0) return reject("an interval ends in \":000\"");
+    std::string problem = IntervalProblem(head, hours, minutes, seconds, micros);
+    if (!problem.empty()) return reject(problem);
+    out->Set(head, static_cast<uint16_t>(hours), static_cast<uint16_t>(minutes),
+             static_cast<uint16_t>(seconds), micros);
+    return true;
   }
   uint32_t year = 0, month = 0, day = 0;
   if (!ReadDigits(text, 0, 4, &year) || !ReadDigits(text, 4, 2, &month) ||
       !ReadDigits(text, 6, 2, &day)) {
-    RejectText(text, "expected digits");
+    return reject("expected digits");
   }
   int offset = static_cast<int>(tail);
   if (text[21] == '-') offset = -offset;
-  return Timestamp(year, month, day, hours, minutes, seconds, micros, offset);
+  std::string problem =
+      TimestampProblem(year, month, day, hours, minutes, seconds, micros, offset);
+  if (!problem.empty()) return reject(problem);
+  *out = Timestamp(year, month, day, hours, minutes, seconds, micros, offset);
+  return true;
+}
+
+TCIMDateTime TCIMDateTime::Parse(const std::string& text) {
+  TCIMDateTime result;
+  std::string error;
+  if (!TryParse(text, &result, &error)) {
+    ThrowLogged(kDiagnosticLevel, "TYL: invalid CIM datetime '" + Printable(text) + "': " + error,
+                kStatusInvalidParameter);
+  }
+  return result;
 }
 
 std::string TCIMDateTime::ToString() const {

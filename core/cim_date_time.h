@@ -32,6 +32,8 @@ class TCIMDateTime {
   // Reads the 25-character text. Anything else logs what is wrong at level 3
   // and throws TTYLException(kStatusInvalidParameter).
   static TCIMDateTime Parse(const std::string& text);
+  // The same without a log line: false, with the reason in *error.
+  static bool TryParse(const std::string& text, TCIMDateTime* out, std::string* error);
 
   // The 25-character text.
   std::string ToString() const;

@@ -57,7 +57,15 @@ void AppendKeyValue(std::string* out, const TCIMValue& value) {
     case kCIMTypeReference:
       AppendQuoted(out, value.ToString());
       break;
-    default:  // booleans, integers and reals are written bare
+    case kCIMTypeReal32:
+    case kCIMTypeReal64: {
+      std::string text = value.ToString();
+      *out += text;
+      // Digits alone would read back as an integer.
+      if (text.find_first_not_of("-0123456789") == std::string::npos) *out += ".0";
+      break;
+    }
+    default:  // booleans and integers are written bare
       *out += value.ToString();
       break;
   }

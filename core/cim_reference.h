@@ -13,9 +13,11 @@
 // Class and key names are lower-cased, keys sorted by that lower-cased name;
 // strings, char16 values and datetimes are double-quoted with '"' and '\'
 // escaped by a backslash; booleans are TRUE / FALSE, integers decimal, reals
-// in their shortest exact text, a null key NULL, a reference key its own path
-// quoted and escaped, an array key "{v1,v2}". The namespace name keeps its
-// letter case. Parse reads this text back.
+// in their shortest exact text with a point or an exponent always present
+// (so that a real never reads back as an integer: "-0.0", "1e+20", "nan"),
+// a null key NULL, a reference key its own path quoted and escaped, an array
+// key "{v1,v2}". The namespace name keeps its letter case. Parse reads this
+// text back to an equal path, with or without the classes to type the keys.
 //
 // Key bindings keep the order in which they were added; adding a key whose
 // name equals an existing one in any letter case replaces its value.
@@ -84,6 +86,10 @@ class TCIMReference {
   // why at level 3 and throws TTYLException(kStatusInvalidParameter).
   static TCIMReference Parse(const std::string& text,
                              const boost::shared_ptr<ICIMNamespace>& ns);
+  // The same without a log line: false, with where and why in *error
+  // ("at position 8: expected a key value").
+  static bool TryParse(const std::string& text, const boost::shared_ptr<ICIMNamespace>& ns,
+                       TCIMReference* path, std::string* error);
 
   friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
     return a.path_ == b.path_;

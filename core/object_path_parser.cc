@@ -1,5 +1,9 @@
 // TCIMReference::Parse: reads object path text as TCIMReference::GetPath
 // writes it.
+//
+// Path text comes from users and from the network, so the reader bounds its
+// own depth: an array key value holds no arrays, and references quoted
+// inside references nest at most kMaxNesting deep.
 
 #include <cctype>
 #include <charconv>
@@ -7,6 +11,7 @@
 #include <limits>
 
 #include "core/cim_reference.h"
+#include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "core/utf8.h"
 #include "include/cim_class.h"
@@ -24,13 +29,23 @@ struct TRawValue {
   size_t position = 0;  // where the value starts, for error messages
 };
 
+constexpr int kMaxNesting = 16;
+
+// Why path text cannot be read: the byte where reading stopped and what was
+// wrong there. Thrown inside the reader, turned into the caller's error.
+struct TPathError {
+  size_t position;
+  std::string what;
+  bool tooDeep = false;  // reported as it is at every level, not wrapped
+};
+
 bool IsNameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; }
 bool IsNameChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
 class TPathParser {
  public:
-  TPathParser(const std::string& text, const boost::shared_ptr<ICIMNamespace>& ns)
-      : text_(text), ns_(ns) {}
+  TPathParser(const std::string& text, const boost::shared_ptr<ICIMNamespace>& ns, int depth)
+      : text_(text), ns_(ns), depth_(depth) {}
 
   TCIMReference Parse() {
     TCIMReference reference(ns_, TContext());
@@ -51,7 +66,7 @@ class TPathParser {
     while (true) {
       std::string key = ReadName("a key name");
       Expect('=');
-      TRawValue raw = ReadValue();
+      TRawValue raw = ReadValue(false);
       reference.AddKeyValue(key, Convert(raw, DeclaredType(cls, key), key));
       if (AtEnd()) return reference;
       Expect(',');
@@ -60,10 +75,7 @@ class TPathParser {
 
  private:
   [[noreturn]] void Fail(const std::string& what, size_t position) const {
-    ThrowLogged(3,
-                "TYL: invalid object path '" + text_ + "' at position " +
-                    std::to_string(position + 1) + ": " + what,
-                kStatusInvalidParameter);
+    throw TPathError{position, what};
   }
   [[noreturn]] void FailExpected(const std::string& what) const {
     Fail("expected " + what, pos_);
@@ -83,7 +95,7 @@ class TPathParser {
     return text_.substr(start, pos_ - start);
   }
 
-  TRawValue ReadValue() {
+  TRawValue ReadValue(bool inArray) {
     TRawValue raw;
     raw.position = pos_;
     if (AtEnd()) FailExpected("a key value");
@@ -106,6 +118,7 @@ class TPathParser {
       return raw;
     }
     if (c == '{') {
+      if (inArray) Fail("an array key value cannot hold an array", pos_);
       raw.kind = TRawValue::kArray;
       ++pos_;
       if (!AtEnd() && text_[pos_] == '}') {
@@ -113,7 +126,7 @@ class TPathParser {
         return raw;
       }
       while (true) {
-        raw.elements.push_back(ReadValue());
+        raw.elements.push_back(ReadValue(true));
         if (!AtEnd() && text_[pos_] == '}') {
           ++pos_;
           return raw;
@@ -175,11 +188,7 @@ class TPathParser {
     for (const TRawValue& element : raw.elements) {
       elements.push_back(Convert(element, elementType, key));
     }
-    // Without a declaration the first non-null element fixes the type.
-    for (const TCIMValue& element : elements) {
-      if (elementType == kCIMTypeNone && !element.IsNull()) elementType = element.GetType();
-    }
-    if (elementType == kCIMTypeNone) elementType = kCIMTypeString;
+    if (elementType == kCIMTypeNone) elementType = UntypedElementType(&elements);
     for (TCIMValue& element : elements) {
       if (element.IsNull()) {
         element = TCIMValue::Null(elementType);
@@ -190,19 +199,60 @@ class TPathParser {
     return TCIMValue(elementType, std::move(elements));
   }
 
+  // Without a declaration the first non-null element fixes the type of an
+  // array, except that integers read as uint64 (non-negative) and sint64
+  // (negative) become one type: sint64 when some element is negative and
+  // all fit it.
+  static ECIMType UntypedElementType(std::vector<TCIMValue>* elements) {
+    ECIMType type = kCIMTypeNone;
+    bool negative = false, large = false;
+    for (const TCIMValue& element : *elements) {
+      if (element.IsNull()) continue;
+      if (type == kCIMTypeNone) type = element.GetType();
+      negative = negative || element.GetType() == kCIMTypeSint64;
+      large = large || (element.GetType() == kCIMTypeUint64 &&
+                        static_cast<unsigned long long>(element) >
+                            static_cast<unsigned long long>(std::numeric_limits<long long>::max()));
+    }
+    if (type == kCIMTypeNone) return kCIMTypeString;
+    if ((type == kCIMTypeUint64 || type == kCIMTypeSint64) && negative && !large) {
+      for (TCIMValue& element : *elements) {
+        if (!element.IsNull() && element.GetType() == kCIMTypeUint64) {
+          element = TCIMValue(static_cast<long long>(element));
+        }
+      }
+      return kCIMTypeSint64;
+    }
+    return type;
+  }
+
   TCIMValue ConvertQuoted(const TRawValue& raw, ECIMType type, const std::string& key) const {
     switch (type) {
       case kCIMTypeNone:
       case kCIMTypeString:
         return TCIMValue(raw.text);
-      case kCIMTypeDateTime:
-        try {
-          return TCIMValue(TCIMDateTime::Parse(raw.text));
-        } catch (const TTYLException&) {
-          Fail("key " + key + " is not a CIM datetime", raw.position);
+      case kCIMTypeDateTime: {
+        TCIMDateTime dateTime;
+        std::string why;
+        if (!TCIMDateTime::TryParse(raw.text, &dateTime, &why)) {
+          Fail("key " + key + " is not a CIM datetime (" + why + ")", raw.position);
         }
-      case kCIMTypeReference:
-        return TCIMValue(TCIMReference::Parse(raw.text, ns_));
+        return TCIMValue(dateTime);
+      }
+      case kCIMTypeReference: {
+        if (depth_ + 1 >= kMaxNesting) {
+          throw TPathError{raw.position,
+                           "nesting deeper than " + std::to_string(kMaxNesting) + " references", true};
+        }
+        try {
+          return TCIMValue(TPathParser(raw.text, ns_, depth_ + 1).Parse());
+        } catch (const TPathError& inner) {
+          if (inner.tooDeep) throw TPathError{raw.position, inner.what, true};
+          Fail("key " + key + " is not an object path: at its position " +
+                   std::to_string(inner.position + 1) + ": " + inner.what,
+               raw.position);
+        }
+      }
       case kCIMTypeChar16: {
         char16_t c = 0;
         if (!DecodeChar16(raw.text, &c)) {
@@ -221,11 +271,8 @@ class TPathParser {
                 (type == kCIMTypeNone &&
                  s.find_first_of(".eEni") != std::string::npos);  // 1.5, 1e9, nan, inf
     if (real) {
-      char* end = nullptr;
-      double value = std::strtod(s.c_str(), &end);
-      if (end != s.c_str() + s.size()) Fail("expected a number for key " + key, raw.position);
-      if (type == kCIMTypeReal32) return TCIMValue(static_cast<float>(value));
-      if (type == kCIMTypeNone || type == kCIMTypeReal64) return TCIMValue(value);
+      if (type == kCIMTypeReal32) return TCIMValue(ReadReal<float>(raw, key));
+      if (type == kCIMTypeNone || type == kCIMTypeReal64) return TCIMValue(ReadReal<double>(raw, key));
       Mistyped(raw, type, key);
     }
     if (type != kCIMTypeNone && !IsUnsignedIntegerType(type) && !IsSignedIntegerType(type)) {
@@ -245,8 +292,26 @@ class TPathParser {
     try {
       return Narrow(value, type);
     } catch (const TTYLException&) {
-      Fail(s + " does not fit key " + key + " of type " + CIMTypeName(type), raw.position);
+      Fail(s + " is out of range for key " + key + " of type " + CIMTypeName(type), raw.position);
     }
+  }
+
+  // The whole text as a real of type T ("nan" and "inf" included); a number
+  // beyond T's range is refused, not made infinite.
+  template <typename T>
+  T ReadReal(const TRawValue& raw, const std::string& key) const {
+    const std::string& s = raw.text;
+    T value = 0;
+    std::from_chars_result result = std::from_chars(s.data(), s.data() + s.size(), value);
+    if (result.ec == std::errc::result_out_of_range) {
+      Fail(s + " is out of range for key " + key + " of type " +
+               CIMTypeName(sizeof(T) == sizeof(float) ? kCIMTypeReal32 : kCIMTypeReal64),
+           raw.position);
+    }
+    if (result.ec != std::errc() || result.ptr != s.data() + s.size()) {
+      Fail("expected a number for key " + key, raw.position);
+    }
+    return value;
   }
 
   template <typename T>
@@ -274,12 +339,31 @@ class TPathParser {
 
   const std::string& text_;
   boost::shared_ptr<ICIMNamespace> ns_;
+  // How many references this text is quoted inside.
+  int depth_;
   size_t pos_ = 0;
 };
 
 }  // namespace
 
+bool TCIMReference::TryParse(const std::string& text, const boost::shared_ptr<ICIMNamespace>& ns,
+                             TCIMReference* path, std::string* error) {
+  try {
+    *path = TPathParser(text, ns, 0).Parse();
+    return true;
+  } catch (const TPathError& e) {
+    *error = "at position " + std::to_string(e.position + 1) + ": " + Printable(e.what);
+    return false;
+  }
+}
+
 TCIMReference TCIMReference::Parse(const std::string& text,
                                    const boost::shared_ptr<ICIMNamespace>& ns) {
-  return TPathParser(text, ns).Parse();
+  TCIMReference path;
+  std::string error;
+  if (!TryParse(text, ns, &path, &error)) {
+    ThrowLogged(3, "TYL: invalid object path '" + Printable(text) + "' " + error,
+                kStatusInvalidParameter);
+  }
+  return path;
 }

@@ -58,6 +58,15 @@ TEST(CIMReferenceTest, KeyValuesAreWrittenByTypeAndReadBack) {
       {TCIMValue(inner), "\"inner.name=\\\"say \\\\\\\"hi\\\\\\\"\\\"\""},
       {TCIMValue(kCIMTypeUint8, {TCIMValue(u8{1}), TCIMValue(u8{2})}), "{1,2}"},
       {TCIMValue(kCIMTypeUint8, {}), "{}"},
+      // Reals always carry a point or an exponent, so they never read back
+      // as integers (or fail to, beyond the range of uint64).
+      {TCIMValue(-0.0), "-0.0"},
+      {TCIMValue(18446744073809555456.0), "18446744073809555456.0"},
+      {TCIMValue(1e30f), "1e+30"},
+      {TCIMValue(std::numeric_limits<double>::quiet_NaN()), "nan"},
+      {TCIMValue(-std::numeric_limits<double>::infinity()), "-inf"},
+      {TCIMValue(kCIMTypeReal64, {TCIMValue(2.0), TCIMValue(-1.5)}), "{2.0,-1.5}"},
+      {TCIMValue(kCIMTypeSint64, {TCIMValue(3ll), TCIMValue(-4ll)}), "{3,-4}"},
   };
   for (const auto& row : rows) {
     TCIMReference path = Path("C");
@@ -87,12 +96,21 @@ TEST(CIMReferenceTest, ParseRefusesMalformedTextNamingThePosition) {
       {"c.k=1;j=2", "position 5: expected a number"},
       {"c k=1", "position 2: expected '.'"},
       {"c.k={1,\"a\"}", "not all of one type"},
+      {"c.k={18446744073709551615,-1}", "not all of one type"},
+      {"c.k=1e999", "position 5: 1e999 is out of range for key k of type real64"},
+      // Nesting is refused at once, however deep the text goes.
+      {"c.k={{1}}", "position 6: an array key value cannot hold an array"},
   };
   for (const auto& row : rows) {
     TOutcome outcome = OutcomeOf([&] { TCIMReference::Parse(row.first, {}); });
     EXPECT_EQ(outcome.status, kStatusInvalidParameter) << row.first;
     EXPECT_TRUE(outcome.LoggedOnce(row.second)) << row.first << ": " << outcome;
   }
+  // A path of a megabyte of braces is refused without exhausting the stack,
+  // and the log line quotes only the start of it.
+  TOutcome deep = OutcomeOf([] { TCIMReference::Parse("c.k=" + std::string(1 << 20, '{'), {}); });
+  EXPECT_TRUE(deep.LoggedOnce("cannot hold an array")) << deep;
+  EXPECT_LT(deep.lines[0].second.size(), 400u);
 }
 
 // A repository with an association "CIM_Thing" whose keys are declared with
@@ -105,6 +123,7 @@ class ReferenceWithNamespaceTest : public testing::Test {
     s_.Property(cls_, "When", TCIMValue::Null(kCIMTypeDateTime), key);
     s_.Property(cls_, "Letter", TCIMValue::Null(kCIMTypeChar16), key);
     s_.Property(cls_, "Small", TCIMValue::Null(kCIMTypeUint8), key);
+    s_.Property(cls_, "Ratio", TCIMValue::Null(kCIMTypeReal32), key);
     s_.Reference(cls_, "Other", cls_, key);
     s_.Enter(cls_);
     plain_ = s_.KeyedClass("CIM_Plain", "", "Id");
@@ -129,13 +148,44 @@ TEST_F(ReferenceWithNamespaceTest, ParseGivesKeysTheirDeclaredTypes) {
   EXPECT_EQ(parsed.FindKeyValue("Free")->GetType(), kCIMTypeString);
 }
 
+TEST_F(ReferenceWithNamespaceTest, TypedPathsReadBackToThemselves) {
+  TCIMReference inner(s_.Namespace(), TContext());
+  inner.SetClass(cls_);
+  inner.AddKeyValue("Ratio", TCIMValue(-0.0f));
+  TCIMReference path(s_.Namespace(), TContext());
+  path.SetClass(cls_);
+  path.AddKeyValue("When", TCIMValue(TCIMDateTime::Parse("00000001020304.000005:000")));
+  path.AddKeyValue("Letter", TCIMValue(u'\xd800'));  // a lone surrogate is a char16 too
+  path.AddKeyValue("Small", TCIMValue(u8{255}));
+  path.AddKeyValue("Ratio", TCIMValue(3.4028235e38f));
+  path.AddKeyValue("Other", TCIMValue(inner));
+  for (const boost::shared_ptr<ICIMNamespace>& ns : {boost::shared_ptr<ICIMNamespace>(s_.Namespace()), boost::shared_ptr<ICIMNamespace>()}) {
+    TCIMReference parsed = TCIMReference::Parse(path.GetPath(), ns);
+    EXPECT_EQ(parsed, path) << parsed.GetPath() << "\n" << path.GetPath();
+  }
+}
+
 TEST_F(ReferenceWithNamespaceTest, ParseRefusesValuesThatDoNotFitTheDeclaration) {
-  TCapturingLogger quiet;
-  for (const char* text : {"CIM_Thing.Small=300", "CIM_Thing.Small=\"7\"", "CIM_Thing.When=\"friday\"",
-                           "CIM_Thing.Letter=\"ab\""}) {
-    EXPECT_EQ(StatusOf([&] { TCIMReference::Parse(text, s_.Namespace()); }),
-              kStatusInvalidParameter)
-        << text;
+  // References quoted inside references, deeper than the reader goes.
+  std::string nested = "CIM_Thing.Small=1";
+  for (int depth = 0; depth < 17; ++depth) {
+    std::string quoted;
+    for (char c : nested) quoted += (c == '"' || c == '\\') ? std::string("\\") + c : std::string(1, c);
+    nested = "CIM_Thing.Other=\"" + quoted + "\"";
+  }
+  const std::pair<std::string, const char*> rows[] = {
+      {"CIM_Thing.Small=300", "300 is out of range for key Small of type uint8"},
+      {"CIM_Thing.Small=\"7\"", "key Small is declared uint8"},
+      {"CIM_Thing.When=\"friday\"", "key When is not a CIM datetime (expected 25 characters"},
+      {"CIM_Thing.Letter=\"ab\"", "key Letter is a char16"},
+      {"CIM_Thing.Ratio=1e39", "1e39 is out of range for key Ratio of type real32"},
+      {"CIM_Thing.Other=\"CIM_Thing.Small=x\"", "key Other is not an object path: at its position 17"},
+      {nested, "nesting deeper than 16 references"},
+  };
+  for (const auto& row : rows) {
+    TOutcome outcome = OutcomeOf([&] { TCIMReference::Parse(row.first, s_.Namespace()); });
+    EXPECT_EQ(outcome.status, kStatusInvalidParameter) << row.first;
+    EXPECT_TRUE(outcome.LoggedOnce(row.second)) << outcome;
   }
 }
 
