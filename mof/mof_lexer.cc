@@ -80,6 +80,14 @@ TMofToken TMofLexer::ReadToken() {
   if (pos_ >= text_.size()) return token;
   char c = Peek();
   if (c == '"' || c == '\'') return ReadQuoted(c);
+  if ((c == '-' || c == '+') && text_.compare(pos_ + 1, 3, "INF") == 0 && !IsNameChar(Peek(4))) {
+    token.kind = EMofToken::kReal;  // a signed infinity
+    for (int i = 0; i < 4; ++i) {
+      token.text += Peek();
+      Advance();
+    }
+    return token;
+  }
   if (std::isdigit(static_cast<unsigned char>(c)) ||
       ((c == '-' || c == '+' || c == '.') && std::isdigit(static_cast<unsigned char>(Peek(1))))) {
     return ReadNumber();

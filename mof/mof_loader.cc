@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <string_view>
 
 #include "core/log_capture.h"
 #include "core/printable_text.h"
@@ -82,30 +84,62 @@ bool ScopeBits(const std::string& name, uint32_t* bits) {
   return false;
 }
 
+enum class EIntegerText { kRead, kNotAnInteger, kTooLarge };
+
 // Reads an integer literal: decimal, 0x hexadecimal, leading-0 octal or
-// binary with a b suffix, with an optional sign. False for anything else.
-bool ReadInteger(const std::string& text, bool* negative, uint64_t* magnitude) {
-  std::string s = text;
+// binary with a b suffix, with an optional sign. kTooLarge for a literal
+// whose magnitude needs more than 64 bits.
+EIntegerText ReadInteger(const std::string& text, bool* negative, uint64_t* magnitude) {
+  std::string_view s = text;
   *negative = false;
   if (!s.empty() && (s[0] == '-' || s[0] == '+')) {
     *negative = s[0] == '-';
-    s.erase(0, 1);
+    s.remove_prefix(1);
   }
   int base = 10;
   if (s.size() > 1 && (s.back() == 'b' || s.back() == 'B') &&
       s.find_first_not_of("01", 0) == s.size() - 1) {
     base = 2;
-    s.pop_back();
+    s.remove_suffix(1);
   } else if (s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X')) {
     base = 16;
-    s.erase(0, 2);
+    s.remove_prefix(2);
   } else if (s.size() > 1 && s[0] == '0') {
     base = 8;
-    s.erase(0, 1);
+    s.remove_prefix(1);
   }
-  if (s.empty()) return false;
+  if (s.empty()) return EIntegerText::kNotAnInteger;
   std::from_chars_result r = std::from_chars(s.data(), s.data() + s.size(), *magnitude, base);
-  return r.ec == std::errc() && r.ptr == s.data() + s.size();
+  if (r.ptr != s.data() + s.size()) return EIntegerText::kNotAnInteger;
+  return r.ec == std::errc() ? EIntegerText::kRead : EIntegerText::kTooLarge;
+}
+
+TMofError OutOfRange(const TMofValue& value, ECIMType type) {
+  return TMofError(value.location, Printable(value.text) + " is out of range for " + CIMTypeName(type));
+}
+
+// A real literal ("1.5e3", "-0.0", "INF", "-INF", "NaN", or decimal digits)
+// as a value of `type` (real32 or real64). A number beyond the type's range
+// is refused, never made infinite.
+TCIMValue ReadReal(const TMofValue& value, ECIMType type) {
+  std::string_view s = value.text;
+  if (!s.empty() && s[0] == '+') s.remove_prefix(1);
+  std::from_chars_result r;
+  TCIMValue result;
+  if (type == kCIMTypeReal32) {
+    float real = 0;
+    r = std::from_chars(s.data(), s.data() + s.size(), real);
+    result = TCIMValue(real);
+  } else {
+    double real = 0;
+    r = std::from_chars(s.data(), s.data() + s.size(), real);
+    result = TCIMValue(real);
+  }
+  if (r.ptr != s.data() + s.size() || s.empty()) {
+    throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not a number");
+  }
+  if (r.ec != std::errc()) throw OutOfRange(value, type);
+  return result;
 }
 
 const char* SeverityText(TMofDiagnostic::ESeverity severity) {
@@ -413,6 +447,24 @@ void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualif
   }
 }
 
+template <typename Item, typename KindOf>
+void TMofLoader::RefuseRepeatedNames(const std::vector<Item>& items, const std::string& where,
+                                     KindOf kindOf) {
+  // Names compare in any letter case, as the repository's do; a property
+  // and a method may share one.
+  std::map<std::pair<std::string, std::string>, const Item*> seen;
+  for (const Item& item : items) {
+    std::string key = item.name;
+    for (char& ch : key) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    auto first = seen.emplace(std::make_pair(std::string(kindOf(item)), key), &item);
+    if (first.second) continue;
+    const TMofLocation& at = first.first->second->location;
+    throw TMofError(item.location, kindOf(item) + Printable(item.name) + " is given twice in " +
+                                       where + " (first at line " + std::to_string(at.line) +
+                                       ", column " + std::to_string(at.column) + ")");
+  }
+}
+
 void TMofLoader::LoadClass(const TMofClass& c) {
   Guard(c.location, "class " + Printable(c.name), [&] {
     if (!options_.allowRedefinition) {
@@ -423,6 +475,10 @@ void TMofLoader::LoadClass(const TMofClass& c) {
         // not there yet (or an invalid name, refused below)
       }
     }
+    RefuseRepeatedNames(c.features, "class " + Printable(c.name),
+                        [](const TMofFeature& f) {
+                          return f.kind == TMofFeature::kMethod ? "method " : "property ";
+                        });
     boost::shared_ptr<ICIMClass> super;
     if (!c.superName.empty()) super = FindClass(c.superName, c.location, "superclass");
     boost::shared_ptr<ICIMClass> cls = ns_->AllocateClass(c.name, super, TContext());
@@ -520,6 +576,12 @@ void TMofLoader::InheritQualifiers(ICIMClass& cls, const TMofFeature& feature,
 void TMofLoader::LoadInstance(const TMofInstance& instance) {
   Guard(instance.location, "instance of " + Printable(instance.className), [&] {
     boost::shared_ptr<ICIMClass> cls = FindClass(instance.className, instance.location, "class");
+    if (cls->IsAbstract(TContext())) {
+      throw TMofError(instance.location,
+                      "class " + Printable(instance.className) + " is abstract: it has no instances");
+    }
+    RefuseRepeatedNames(instance.values, "this instance",
+                        [](const TMofPropertyValue&) { return "property "; });
     boost::shared_ptr<ICIMInstance> created = cls->AllocateInstance(TContext());
     for (const TMofPropertyValue& v : instance.values) {
       boost::shared_ptr<ICIMPropertyDecl> decl;
@@ -588,25 +650,24 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       }
       return TCIMValue(it->second);
     }
-    case TMofValue::kReal: {
+    case TMofValue::kReal:
       if (!IsRealType(type)) throw mismatch("a real number");
-      char* end = nullptr;
-      double real = std::strtod(value.text.c_str(), &end);
-      if (end != value.text.c_str() + value.text.size()) {
-        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not a number");
-      }
-      return type == kCIMTypeReal32 ? TCIMValue(static_cast<float>(real)) : TCIMValue(real);
-    }
+      return ReadReal(value, type);
     case TMofValue::kInteger: {
       bool negative = false;
       uint64_t magnitude = 0;
-      if (!ReadInteger(value.text, &negative, &magnitude)) {
+      EIntegerText read = ReadInteger(value.text, &negative, &magnitude);
+      if (read == EIntegerText::kNotAnInteger) {
         throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not an integer");
       }
       if (IsRealType(type)) {
+        // Decimal digits beyond 64 bits still make a real.
+        if (read == EIntegerText::kTooLarge) return ReadReal(value, type);
         double real = negative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
         return type == kCIMTypeReal32 ? TCIMValue(static_cast<float>(real)) : TCIMValue(real);
       }
+      if (!IsUnsignedIntegerType(type) && !IsSignedIntegerType(type)) throw mismatch("an integer");
+      if (read == EIntegerText::kTooLarge) throw OutOfRange(value, type);
       TCIMValue wide;
       if (IsUnsignedIntegerType(type) && !negative) {
         wide = TCIMValue(static_cast<unsigned long long>(magnitude));
@@ -614,10 +675,8 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
                  magnitude <= (negative ? 9223372036854775808ull : 9223372036854775807ull)) {
         wide = TCIMValue(negative ? static_cast<long long>(0 - magnitude)
                                   : static_cast<long long>(magnitude));
-      } else if (IsUnsignedIntegerType(type) || IsSignedIntegerType(type)) {
-        throw TMofError(value.location, value.text + " does not fit a " + CIMTypeName(type));
       } else {
-        throw mismatch("an integer");
+        throw OutOfRange(value, type);
       }
       try {
         switch (type) {
@@ -630,7 +689,7 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
           default: return wide;
         }
       } catch (const TTYLException&) {
-        throw TMofError(value.location, value.text + " does not fit a " + CIMTypeName(type));
+        throw OutOfRange(value, type);
       }
     }
     case TMofValue::kString:
@@ -647,19 +706,26 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
       }
       return TCIMValue(c);
     }
-    case kCIMTypeDateTime:
-      try {
-        return TCIMValue(TCIMDateTime::Parse(value.text));
-      } catch (const TTYLException&) {
-        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not a CIM datetime "
-                                        "(yyyymmddhhmmss.mmmmmmsutc or ddddddddhhmmss.mmmmmm:000)");
+    case kCIMTypeDateTime: {
+      TCIMDateTime dateTime;
+      std::string why;
+      if (!TCIMDateTime::TryParse(value.text, &dateTime, &why)) {
+        throw TMofError(value.location, "\"" + Printable(value.text) +
+                                            "\" is not a CIM datetime (" + why +
+                                            "; the forms are yyyymmddhhmmss.mmmmmmsutc and "
+                                            "ddddddddhhmmss.mmmmmm:000)");
       }
-    case kCIMTypeReference:
-      try {
-        return TCIMValue(TCIMReference::Parse(value.text, ns_));
-      } catch (const TTYLException&) {
-        throw TMofError(value.location, "\"" + Printable(value.text) + "\" is not an object path");
+      return TCIMValue(dateTime);
+    }
+    case kCIMTypeReference: {
+      TCIMReference path;
+      std::string why;
+      if (!TCIMReference::TryParse(value.text, ns_, &path, &why)) {
+        throw TMofError(value.location,
+                        "\"" + Printable(value.text) + "\" is not an object path (" + why + ")");
       }
+      return TCIMValue(path);
+    }
     default:
       throw mismatch(value.kind == TMofValue::kString ? "a string" : "a character");
   }

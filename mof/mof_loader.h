@@ -121,6 +121,10 @@ class TMofLoader {
   void Include(const TMofPragma& pragma);
   void LoadQualifierDecl(const TMofQualifierDecl& decl);
   void LoadClass(const TMofClass& cls);
+  // Throws for the second of two items (features of a class, values of an
+  // instance) of one kind whose names differ at most in letter case.
+  template <typename Item, typename KindOf>
+  void RefuseRepeatedNames(const std::vector<Item>& items, const std::string& where, KindOf kindOf);
   void LoadInstance(const TMofInstance& instance);
   void AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMofFeature& feature);
   void Qualify(ICIMNamedElement& element, const std::vector<TMofQualifier>& qualifiers);

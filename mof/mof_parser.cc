@@ -369,6 +369,12 @@ TMofValue TMofParser::ParseConstant() {
         value.boolean = EqualsIgnoringCase(Take().text, "true");
         return value;
       }
+      // The words CIM's XML form uses for the reals beyond the numbers.
+      if (token.text == "INF" || token.text == "NaN") {
+        value.kind = TMofValue::kReal;
+        value.text = Take().text;
+        return value;
+      }
       if (EqualsIgnoringCase(token.text, "null")) {
         Take();
         return value;

@@ -1,9 +1,11 @@
 #include "mof/mof_writer.h"
 
+#include <cstdio>
 #include <functional>
 #include <set>
 #include <vector>
 
+#include "core/utf8.h"
 #include "include/cim_method_decl.h"
 #include "include/cim_parameter_decl.h"
 #include "include/cim_property.h"
@@ -15,20 +17,66 @@ namespace {
 
 const TContext kNone;
 
+// A string or character literal that reads back to exactly `text`: the
+// quote and the backslash escaped, control characters and the char16
+// surrogates (which the reader takes only as escapes) written as \xHHHH,
+// other UTF-8 as it is. A byte that is not part of any UTF-8 sequence has
+// no literal form and is written as U+FFFD.
 std::string Quoted(const std::string& text, char quote) {
   std::string out(1, quote);
-  for (char c : text) {
-    switch (c) {
-      case '\\': out += "\\\\"; break;
-      case '"': out += quote == '"' ? "\\\"" : "\""; break;
-      case '\'': out += quote == '\'' ? "\\'" : "'"; break;
-      case '\n': out += "\\n"; break;
-      case '\t': out += "\\t"; break;
-      case '\r': out += "\\r"; break;
-      default: out += c;
+  auto escape = [&out](unsigned code) {
+    char buffer[8];
+    std::snprintf(buffer, sizeof buffer, "\\x%04X", code);
+    out += buffer;
+  };
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c == '\\' || c == static_cast<unsigned char>(quote)) {
+      out += '\\';
+      out += static_cast<char>(c);
+      ++i;
+      continue;
     }
+    if (c == '\n' || c == '\t' || c == '\r') {
+      out += c == '\n' ? "\\n" : c == '\t' ? "\\t" : "\\r";
+      ++i;
+      continue;
+    }
+    if (c < 0x20 || c == 0x7F) {
+      escape(c);
+      ++i;
+      continue;
+    }
+    std::string_view rest = std::string_view(text).substr(i);
+    size_t length = Utf8SequenceLength(rest);
+    if (length > 0) {
+      out.append(text, i, length);
+      i += length;
+      continue;
+    }
+    char16_t unit = 0;
+    length = Char16SequenceLength(rest);
+    if (length > 0 && DecodeChar16(rest.substr(0, length), &unit)) {
+      escape(unit);  // a surrogate
+      i += length;
+      continue;
+    }
+    escape(0xFFFD);
+    ++i;
   }
   return out + quote;
+}
+
+// A real as MOF writes it: the shortest text that reads back to the same
+// number, always with a point or an exponent, and INF, -INF and NaN for the
+// values beyond the numbers.
+std::string RealLiteral(const TCIMValue& value) {
+  std::string text = value.ToString();
+  if (text == "inf") return "INF";
+  if (text == "-inf") return "-INF";
+  if (text == "nan") return "NaN";
+  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+  return text;
 }
 
 std::string TypeWord(ECIMType type) { return CIMTypeName(ElementTypeOf(type)); }
@@ -101,6 +149,8 @@ std::string MofLiteral(const TCIMValue& value) {
     case kCIMTypeChar16: return Quoted(value.ToString(), '\'');
     case kCIMTypeDateTime:
     case kCIMTypeReference: return Quoted(value.ToString(), '"');
+    case kCIMTypeReal32:
+    case kCIMTypeReal64: return RealLiteral(value);
     default: return value.ToString();
   }
 }

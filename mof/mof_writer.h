@@ -21,7 +21,10 @@
 #include "include/cim_instance.h"
 #include "include/cim_namespace.h"
 
-// A value as a MOF literal: "text" with escapes, 'c', TRUE, NULL, {a, b}.
+// A value as a MOF literal: "text" with escapes, 'c', TRUE, NULL, {a, b},
+// 1.5, INF. Every value of every type has a literal that the loader reads
+// back to an equal value, except strings holding bytes that are not UTF-8
+// (each such byte is written as U+FFFD).
 std::string MofLiteral(const TCIMValue& value);
 
 class TMofWriter {

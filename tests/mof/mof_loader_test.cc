@@ -131,7 +131,16 @@ TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
   const Row rows[] = {
       {"class A : Missing {};", "superclass Missing is not defined"},
       {"[Unknown] class A {};", "qualifier Unknown is not declared"},
-      {"class A { [Key] string Id; uint8 Small = 256; };", "256 does not fit a uint8"},
+      {"class A { [Key] string Id; uint8 Small = 256; };", "256 is out of range for uint8"},
+      {"class A { [Key] string Id; sint8 S = -129; };", "-129 is out of range for sint8"},
+      {"class A { [Key] string Id; uint64 U = 18446744073709551616; };",
+       "18446744073709551616 is out of range for uint64"},
+      {"class A { [Key] string Id; real32 R = 1e56; };", "1e56 is out of range for real32"},
+      {"class A { [Key] string Id; real64 R = -1e309; };", "-1e309 is out of range for real64"},
+      {"class A { [Key] string Id;\n  uint32 N; string n; };",
+       "property n is given twice in class A (first at line 2, column 3)"},
+      {"class A { [Key] string Id; uint32 M(); uint32 m(); };", "method m is given twice in class A"},
+      {"class A { [Key] string Id; B REF Other; };", "class B is not defined"},
       {"class A { [Key] string Id; A REF Self; };",
        "class A refused by the repository: reference property on a non-association class "
        "(status 22); logged: \"Inmem: Attempt to add reference property Self to non-association "
@@ -147,6 +156,7 @@ TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
 TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
   ASSERT_TRUE(Load(std::string(kQualifiers) +
                    "class A { [Key] string Id; uint32 N; };\n"
+                   "[Abstract] class Abs { [Key] string Id; };\n"
                    "instance of A { Id = \"x\"; };\n"));
   const std::pair<const char*, const char*> rows[] = {
       {"class A { [Key] string Id; };", "class A is already defined"},
@@ -155,6 +165,8 @@ TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
       {"instance of A { N = 1; };", "refused by the repository: key property is null (status 18); "
                                     "logged: \"Inmem: Instance A: key property Id is NULL\""},
       {"instance of A { Id = $nobody; };", "expected a string value, found an alias"},
+      {"instance of A { Id = \"z\"; N = 1; n = 2; };", "property n is given twice in this instance"},
+      {"instance of Abs { Id = \"a\"; };", "class Abs is abstract: it has no instances"},
   };
   for (const auto& row : rows) ExpectRefused(row.first, row.second);
 }

@@ -1,10 +1,15 @@
 // What the writer gives reads back to the same repository.
 
+#include <cmath>
+#include <limits>
 #include <sstream>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 #include "tests/support/capturing_logger.h"
@@ -63,6 +68,59 @@ TEST(MofWriterTest, ASmallSchemaWithInstancesRoundTrips) {
     instance of Box as $b { Name = "b\\c"; Sizes = {3}; };
     instance of Holds { Outer = $a; Inner = $b; };
   )", false);
+}
+
+// Values a host may put in that MOF text cannot hold as they are: every
+// one is written so that it reads back equal, and the second export is the
+// same text.
+TEST(MofWriterTest, EveryValueAHostCanSetReadsBackEqual) {
+  TCapturingLogger quiet;
+  boost::shared_ptr<ICIMNamespace> first = NewProviderNamespace();
+  ASSERT_TRUE(TMofLoader(first).LoadText("t.mof", R"(
+    Qualifier Key : boolean = false, Scope(property), Flavor(DisableOverride, ToSubclass);
+    class V { [Key] uint32 Id; real32 Single; real64 Double; string Text; char16 Letter; };
+  )"));
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::vector<std::pair<const char*, std::vector<TCIMValue>>> columns = {
+      {"Single", {TCIMValue(static_cast<float>(inf)), TCIMValue(-0.0f),
+                  TCIMValue(std::numeric_limits<float>::max()),
+                  TCIMValue(std::numeric_limits<float>::denorm_min())}},
+      {"Double", {TCIMValue(-inf), TCIMValue(std::numeric_limits<double>::quiet_NaN()),
+                  TCIMValue(18446744073809555456.0), TCIMValue(-5e-324)}},
+      {"Text", {TCIMValue(std::string("nul \0 bell \x07 del \x7F \\ \" end", 26)),
+                TCIMValue("surrogate \xED\xA0\x80 and \xF0\x9F\x98\x80"), TCIMValue("")}},
+      {"Letter", {TCIMValue(u'\0'), TCIMValue(u'\xd800'), TCIMValue(u'\xffff'), TCIMValue(u'\'')}},
+  };
+  unsigned id = 0;
+  for (const auto& column : columns) {
+    for (const TCIMValue& value : column.second) {
+      boost::shared_ptr<ICIMInstance> v = first->GetClass("V", TContext())->AllocateInstance(TContext());
+      v->SetPropertyValue("Id", TCIMValue(++id), TContext());
+      v->SetPropertyValue(column.first, value, TContext());
+      v->AddToNamespace(TContext());
+    }
+  }
+  std::string exported = Export(*first);
+  boost::shared_ptr<ICIMNamespace> second = NewProviderNamespace();
+  TMofLoader reloader(second);
+  ASSERT_TRUE(reloader.LoadText("export.mof", exported))
+      << reloader.Diagnostics().back().Format() << "\n" << exported;
+  id = 0;
+  for (const auto& column : columns) {
+    for (const TCIMValue& value : column.second) {
+      TCIMReference path;
+      path.SetClassName("V");
+      path.AddKeyValue("Id", TCIMValue(++id));
+      boost::shared_ptr<ICIMInstance> v = second->GetInstance(path, TContext());
+      ASSERT_TRUE(v) << path.GetPath();
+      const TCIMValue& read = v->GetProperty(column.first, TContext())->GetValue(TContext());
+      EXPECT_EQ(read, value) << column.first << " " << id << ": " << read.ToString();
+      if (IsRealType(value.GetType())) {  // -0.0 == 0.0: the sign must come back too
+        EXPECT_EQ(std::signbit(static_cast<double>(read)), std::signbit(static_cast<double>(value)));
+      }
+    }
+  }
+  EXPECT_EQ(Export(*second), exported);
 }
 
 TEST(MofWriterTest, TheCIMSchemaRoundTrips) {
