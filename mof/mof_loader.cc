@@ -480,7 +480,19 @@ void TMofLoader::LoadClass(const TMofClass& c) {
                           return f.kind == TMofFeature::kMethod ? "method " : "property ";
                         });
     boost::shared_ptr<ICIMClass> super;
-    if (!c.superName.empty()) super = FindClass(c.superName, c.location, "superclass");
+    if (!c.superName.empty()) {
+      super = FindClass(c.superName, c.location, "superclass");
+      // Walks over the classes (a tree of them, a class's ancestors) follow
+      // the chain, and a host may walk it recursively: it stays short.
+      size_t depth = 1;
+      for (boost::shared_ptr<ICIMClass> above = super; above && !above->IsTopLevel(TContext());
+           above = above->GetSuperClass(TContext())) {
+        if (++depth > kMaxInheritanceDepth) {
+          throw TMofError(c.location, "class " + Printable(c.name) + ": inheritance deeper than " +
+                                          std::to_string(kMaxInheritanceDepth) + " levels");
+        }
+      }
+    }
     boost::shared_ptr<ICIMClass> cls = ns_->AllocateClass(c.name, super, TContext());
     Qualify(*cls, c.qualifiers);
     for (const TMofFeature& feature : c.features) AddFeature(cls, feature);

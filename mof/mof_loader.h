@@ -25,6 +25,10 @@
 // a note. The schema has many (indications, for one) and they are needed as
 // superclasses and association ends; their instances can still be filed.
 //
+// Bounds, since MOF may come from anyone: includes nest at most 64 files
+// deep, a class has at most 256 ancestors (besides the root class), and a
+// file has at most 256 MiB.
+//
 // By default loading stops at the first error; with `keepGoing` it skips
 // the element and goes on, to report every error.
 
@@ -115,6 +119,7 @@ class TMofLoader {
     TMofLocation includedAt;  // the pragma that included it; none for the first
   };
   static constexpr size_t kMaxIncludeDepth = 64;
+  static constexpr size_t kMaxInheritanceDepth = 256;
 
   bool ReadFile(const std::string& path, TMofFile* file, std::string* error);
   void LoadSource(const TMofFile& file, const std::string& path, const TMofLocation& includedAt);

@@ -153,6 +153,19 @@ TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
   }
 }
 
+TEST_F(MofLoaderTest, InheritanceStopsAtItsDepthLimit) {
+  std::string mof = std::string(kQualifiers) + "class C0 { [Key] string Id; };\n";
+  for (int i = 1; i <= 257; ++i) {
+    mof += "class C" + std::to_string(i) + " : C" + std::to_string(i - 1) + " {};\n";
+  }
+  EXPECT_FALSE(Load(mof));
+  EXPECT_EQ(loader_.ErrorCount(), 1);
+  EXPECT_NE(Errors().find("error: class C257: inheritance deeper than 256 levels"),
+            std::string::npos)
+      << Errors();
+  EXPECT_TRUE(ns_->GetClass("C256", kNone));
+}
+
 TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
   ASSERT_TRUE(Load(std::string(kQualifiers) +
                    "class A { [Key] string Id; uint32 N; };\n"
