@@ -11,6 +11,7 @@
 #include "mof/mof_loader.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/provider_namespace.h"
+#include "tools/json_text.h"
 
 namespace {
 
@@ -85,6 +86,20 @@ TEST_F(RepositoryCommandsTest, WhatIsNotThereIsOneLineOnTheErrorStream) {
     EXPECT_EQ(std::get<1>(result), "");
     EXPECT_EQ(std::get<2>(result), row.second);
   }
+}
+
+// JSON strings hold valid UTF-8 whatever the repository holds.
+TEST(JsonTextTest, StringsAreEscapedAndValidUtf8) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"a\"b\\c\n", "\"a\\\"b\\\\c\\n\""},
+      {std::string("\x01\x7f\0", 3), "\"\\u0001\\u007f\\u0000\""},
+      {"caf\xC3\xA9 \xE2\x82\xAC", "\"caf\xC3\xA9 \xE2\x82\xAC\""},      // kept
+      {"a\xFF" "b", "\"a\xEF\xBF\xBD" "b\""},                            // stray byte
+      {"\xC3", "\"\xEF\xBF\xBD\""},                                  // cut short
+      {"\xC0\xAF", "\"\xEF\xBF\xBD\xEF\xBF\xBD\""},                    // overlong '/'
+      {"\xED\xA0\x80", "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\""},    // a surrogate
+  };
+  for (const auto& row : rows) EXPECT_EQ(JsonString(row.first), row.second) << row.first;
 }
 
 }  // namespace
