@@ -18,6 +18,7 @@
 
 #include "core/logger.h"
 #include "core/namespace_provider_manager.h"
+#include "core/printable_text.h"
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
 #include "mof/mof_loader.h"
@@ -37,18 +38,18 @@ struct TOptions {
   bool keepGoing = false;
 };
 
-// Loads the plug-in, makes a namespace and loads `files` into it. Prints
-// the diagnostics (errors always, the rest with -v); false on any error.
-bool BuildRepository(const TOptions& options, const std::vector<std::string>& files,
-                     bool keepGoing, boost::shared_ptr<ICIMNamespace>* ns, TMofLoadCounts* counts,
-                     int* errors) {
+// Loads the plug-in and makes a fresh namespace.
+boost::shared_ptr<ICIMNamespace> NewNamespace(const TOptions& options) {
   boost::shared_ptr<INamespaceProviderManager> manager = TRootObject::GetNamespaceProviderManager();
   manager->LoadProviderLibrary(options.plugin);
-  *ns = manager->CreateNamespace("inmem", TContext(), false, "NOKRTYL20");
-  TMofLoadOptions loadOptions;
-  loadOptions.includePaths = options.includePaths;
-  loadOptions.keepGoing = keepGoing;
-  TMofLoader loader(*ns, loadOptions);
+  return manager->CreateNamespace("inmem", TContext(), false, "NOKRTYL20");
+}
+
+// Loads `files` with `loader`, stopping at the first file with an error
+// unless it keeps going, and shows the diagnostics on stderr (errors always,
+// the rest with -v); false on any error.
+bool LoadFiles(const TOptions& options, const std::vector<std::string>& files,
+               TMofLoader& loader, bool keepGoing) {
   bool loaded = true;
   for (const std::string& file : files) {
     loaded = loader.LoadFile(file) && loaded;
@@ -57,9 +58,12 @@ bool BuildRepository(const TOptions& options, const std::vector<std::string>& fi
   for (const TMofDiagnostic& d : loader.Diagnostics()) {
     if (d.severity == TMofDiagnostic::kError || options.verbosity > 0) std::cerr << d.Format() << "\n";
   }
-  *counts = loader.Counts();
-  *errors = loader.ErrorCount();
   return loaded;
+}
+
+// A refusal that reached the top: the status text and name.
+std::string Refused(const TTYLException& e) {
+  return std::string(e.what()) + " (" + e.GetStatus().GetStatusName() + ")";
 }
 
 // Hands the processors' cache states to the plug-in's globals.
@@ -82,9 +86,8 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
     ns->GetClass("PELXA_ComputerSystem", TContext());
   } catch (const TTYLException&) {
     TMofLoader loader(ns);
-    if (!loader.LoadFile(INMEM_INVENTORY_SCHEMA)) {
-      for (const TMofDiagnostic& d : loader.Diagnostics()) std::cerr << d.Format() << "\n";
-      return kExitUsage;
+    if (!LoadFiles(options, {INMEM_INVENTORY_SCHEMA}, loader, false)) {
+      return commands.LoadFailed(loader);
     }
   }
   TLinuxCollector collector(root);
@@ -200,11 +203,12 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
     app.require_subcommand(1);
     TCommandLine command;
     command.Declare(app);
+    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     bool known = words[0] == "help";
     for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->get_name() == words[0];
     if (!known) {
-      std::cerr << "inmem: unknown command '" << words[0] << "' (type help for the commands)\n";
-      status = kExitUsage;
+      status = commands.Fail(kExitUsage, "unknown command '" + Printable(words[0]) +
+                                             "' (type help for the commands)");
       continue;
     }
     std::vector<std::string> reversed(words.rbegin(), words.rend());
@@ -212,19 +216,17 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
       app.parse(reversed);
     } catch (const CLI::ParseError& e) {
       if (words[0] == "help" || e.get_exit_code() == 0) {
-        std::cout << app.help();
+        commands.PrintText(app.help());
+        status = kExitUsage;
       } else {
-        std::cerr << "inmem: " << e.what() << " (type help for the commands)\n";
+        status = commands.Fail(kExitUsage, std::string(e.what()) + " (type help for the commands)");
       }
-      status = kExitUsage;
       continue;
     }
-    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     try {
       status = command.Run(options, ns, commands);
     } catch (const TTYLException& e) {
-      std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";
-      status = kExitNotFound;
+      status = commands.Fail(kExitNotFound, Refused(e));
     }
   }
   if (terminal) write_history(historyFile.c_str());
@@ -259,31 +261,32 @@ int main(int argc, char** argv) {
   TStderrLogger logger(options.verbosity);
   TRootObject::SetCoreLogger(&logger);
   int status = kExitOk;
+  boost::shared_ptr<ICIMNamespace> ns;
   try {
-    boost::shared_ptr<ICIMNamespace> ns;
-    TMofLoadCounts counts;
-    int errors = 0;
+    ns = NewNamespace(options);
+    TMofLoadOptions loadOptions;
+    loadOptions.includePaths = options.includePaths;
+    loadOptions.keepGoing = options.keepGoing || check->parsed();
+    TMofLoader loader(ns, loadOptions);
     std::vector<std::string> files;
     files.insert(files.end(), options.mofFiles.begin(), options.mofFiles.end());
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
-    bool loaded = BuildRepository(options, files, options.keepGoing || check->parsed(), &ns,
-                                  &counts, &errors);
+    bool loaded = LoadFiles(options, files, loader, loadOptions.keepGoing);
     TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     if (check->parsed()) {
-      std::cout << counts.files << " files, " << counts.qualifierDecls << " qualifier declarations, "
-                << counts.classes << " classes (" << counts.keylessClasses << " without keys), "
-                << counts.instances << " instances, " << errors << " errors\n";
-      status = loaded ? kExitOk : kExitUsage;
+      status = commands.Check(loader);
     } else if (!loaded) {
-      status = kExitUsage;
+      status = commands.LoadFailed(loader);
     } else if (shell->parsed()) {
       status = Shell(options, ns);
     } else {
       status = command.Run(options, ns, commands);
     }
   } catch (const TTYLException& e) {
-    std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";
-    status = e.GetStatusCode() == kStatusLoadFailed ? kExitUsage : kExitNotFound;
+    // Failures of the plug-in or the repository that no command reports.
+    TRepositoryCommands reporter(ns, options.format == "json", std::cout, std::cerr);
+    status = reporter.Fail(e.GetStatusCode() == kStatusLoadFailed ? kExitUsage : kExitNotFound,
+                           Refused(e));
   }
   TRootObject::SetCoreLogger(nullptr);
   return status;

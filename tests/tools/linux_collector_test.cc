@@ -73,7 +73,8 @@ TEST_F(LinuxCollectorTest, TheInventoryShowsTheSystemAndItsParts) {
   TRepositoryCommands commands(ns_, false, out, err);
   EXPECT_EQ(commands.Inventory(system_->GetReference(kNone).GetPath()), kExitOk);
   std::string text = out.str();
-  EXPECT_EQ(text.rfind("pelxa_computersystem.name=\"fixture-host\"\n", 0), 0u) << text;
+  EXPECT_EQ(text.rfind("PELXA_ComputerSystem pelxa_computersystem.name=\"fixture-host\"\n", 0), 0u)
+      << text;
   for (const char* line : {"\nPELXA_DiskDrive pelxa_diskdrive.deviceid=\"sda\"\n",
                            "    Speed = 1000 Mbps\n", "    Model = WDC WD10EZEX\n"}) {
     EXPECT_NE(text.find(line), std::string::npos) << line;
