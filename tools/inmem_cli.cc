@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 #include <editline/readline.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -78,10 +79,19 @@ void SetCacheStates(const std::string& plugin, const TCacheStates& states) {
   dlclose(library);
 }
 
+bool IsFolder(const std::string& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 // This machine's inventory: the bundled schema filled by the collector.
 // The bundled schema is loaded first unless the namespace already has it.
+// What the collector left out is noted with -v.
 int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
               const std::string& root, TRepositoryCommands& commands) {
+  if (!IsFolder(root)) {
+    return commands.Fail(kExitUsage, "inventory: --root " + Printable(root) + ": no such folder");
+  }
   try {
     ns->GetClass("PELXA_ComputerSystem", TContext());
   } catch (const TTYLException&) {
@@ -91,7 +101,15 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
     }
   }
   TLinuxCollector collector(root);
-  boost::shared_ptr<ICIMInstance> system = collector.Collect(*ns);
+  boost::shared_ptr<ICIMInstance> system;
+  try {
+    system = collector.Collect(*ns);
+  } catch (const TCollectError& e) {
+    return commands.Fail(kExitNotFound, std::string("inventory: ") + e.what());
+  }
+  if (options.verbosity > 0) {
+    for (const std::string& note : collector.Notes()) std::cerr << "inmem: note: " << note << "\n";
+  }
   SetCacheStates(options.plugin, collector.CacheStates());
   // Enumerating the processors applies the cache states to them.
   ns->GetClass("PELXA_Processor", TContext())

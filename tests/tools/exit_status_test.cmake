@@ -36,6 +36,18 @@ expect_run(2 "missing.mof" -m missing.mof classes)
 expect_run(0 "1 files, 5 qualifier declarations, 3 classes \\(0 without keys\\), 3 instances, 0 errors" check ${FIXTURE})
 expect_run(0 "Uptime = 1 day, 1 hour, 1 minute, 1 second" inventory --root ${ROOT})
 
+# The inventory needs a folder, and a host name to name the system by; one
+# detail the schema cannot hold is noted (with -v), not fatal.
+expect_run(2 "^inmem: inventory: --root /no/such/folder: no such folder\n$" inventory --root /no/such/folder)
+expect_run(2 "no such folder" inventory --root ${ROOT}/proc/uptime)
+expect_run(1 "^inmem: inventory: cannot name the system: no host name in .*/sys/proc/sys/kernel/hostname\n$"
+           inventory --root ${ROOT}/sys)
+expect_run(0 "note: PELXA_Processor CPU0: L5CacheSize left out" -v inventory --root ${HOSTILE})
+expect_run(0 "" inventory --root ${HOSTILE})
+if(err MATCHES "note")
+  message(FATAL_ERROR "notes without -v:\n${err}")
+endif()
+
 # An instance the repository refuses is one error of the loader, with the
 # repository's own line inside it; no raw log line besides.
 file(READ ${FIXTURE} fixture_mof)
@@ -61,6 +73,7 @@ foreach(command "classes" "class;Disk" "qualifiers" "instances;Disk" "get;Disk.I
   expect_json(0 -m ${FIXTURE} ${command})
 endforeach()
 expect_json(0 inventory --root ${ROOT})
+expect_json(0 inventory --root ${HOSTILE})
 expect_json(1 -m ${FIXTURE} get "Disk.Id=\"nope\"")
 string(JSON status GET "${json}" status)
 if(NOT status EQUAL 1 OR NOT err MATCHES "^inmem: no instance")
@@ -77,6 +90,7 @@ if(NOT severity STREQUAL "error" OR NOT line EQUAL bad_line OR NOT instances EQU
   message(FATAL_ERROR "check in JSON: ${json}")
 endif()
 expect_json(2 -m ${WORK}/null_key.mof classes)
+expect_json(2 inventory --root /no/such/folder)
 
 # The shell reads one command per line from its input.
 execute_process(COMMAND ${TOOL} -m ${FIXTURE} shell INPUT_FILE ${SHELL_INPUT}
