@@ -99,6 +99,15 @@ std::string Label(const std::string& className, const TLinuxCollector::TValues& 
   return className + " " + Printable(values.front().second.ToString());
 }
 
+// Files such as /proc/cpuinfo and /proc/meminfo hold a field a line,
+// "name: value"; adds the field of `line` and says whether it had one.
+bool AddField(const std::string& line, std::map<std::string, std::string>* fields) {
+  size_t colon = line.find(':');
+  if (colon == std::string::npos) return false;
+  (*fields)[Trim(line.substr(0, colon))] = Trim(line.substr(colon + 1));
+  return true;
+}
+
 std::optional<std::string> Field(const std::map<std::string, std::string>& fields,
                                  const std::string& name) {
   auto it = fields.find(name);
@@ -199,11 +208,8 @@ void TLinuxCollector::CollectProcessors(ICIMNamespace& ns) {
   std::map<std::string, std::string> fields;
   std::string line;
   while (std::getline(cpuinfo, line)) {
-    size_t colon = line.find(':');
-    if (colon != std::string::npos) {
-      fields[Trim(line.substr(0, colon))] = Trim(line.substr(colon + 1));
-      continue;
-    }
+    if (AddField(line, &fields)) continue;
+    // A line without a field ends the fields of one processor.
     if (fields.count("processor") == 0) continue;
     std::optional<uint64_t> number = ReadDecimal(fields["processor"]);
     if (!number) {
@@ -253,10 +259,7 @@ void TLinuxCollector::CollectMemory(ICIMNamespace& ns) {
   std::istringstream meminfo(Read("/proc/meminfo").value_or(""));
   std::map<std::string, std::string> fields;
   std::string line;
-  while (std::getline(meminfo, line)) {
-    size_t colon = line.find(':');
-    if (colon != std::string::npos) fields[Trim(line.substr(0, colon))] = Trim(line.substr(colon + 1));
-  }
+  while (std::getline(meminfo, line)) AddField(line, &fields);
   TValues values = {{"DeviceID", TCIMValue("Memory")}};
   AddNumber<unsigned long long>(&values, "TotalSize", Field(fields, "MemTotal"), ReadKilobytes);
   AddNumber<unsigned long long>(&values, "AvailableSize", Field(fields, "MemAvailable"),

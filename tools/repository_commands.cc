@@ -34,11 +34,10 @@ const char* SeverityName(TMofDiagnostic::ESeverity severity) {
   }
 }
 
-// The display text of `value`, given the text the property made for it: a
-// null that has no NullDisplay text shows as "null" (JSON null), rather
-// than as nothing.
-std::string ShownText(const TCIMValue& value, const std::string& display, bool json) {
-  if (value.IsNull() && display.empty()) return "null";
+// The display text the property made for a value, as shown: a null that has
+// no NullDisplay text shows as "null" (JSON null) rather than as nothing.
+std::string ShownText(bool isNull, const std::string& display, bool json) {
+  if (isNull && display.empty()) return "null";
   return json ? JsonString(display) : display;
 }
 
@@ -47,14 +46,14 @@ std::string ShownText(const TCIMValue& value, const std::string& display, bool j
 std::string Shown(const ICIMProperty& property, bool json) {
   const TCIMValue& value = property.GetValue(kNone);
   if (value.IsNull() || !property.IsArray(kNone)) {
-    return ShownText(value, property.GetDisplayValue(), json);
+    return ShownText(value.IsNull(), property.GetDisplayValue(), json);
   }
   const std::vector<std::string> texts = property.GetDisplayValues();
   const std::vector<TCIMValue>& elements = value.GetElements();
   std::string shown;
   for (size_t i = 0; i < texts.size(); ++i) {
-    const TCIMValue& element = i < elements.size() ? elements[i] : TCIMValue();
-    shown += (i ? (json ? "," : ", ") : "") + ShownText(element, texts[i], json);
+    const bool isNull = i < elements.size() && elements[i].IsNull();
+    shown += (i ? (json ? "," : ", ") : "") + ShownText(isNull, texts[i], json);
   }
   return json ? "[" + shown + "]" : "{" + shown + "}";
 }
@@ -214,9 +213,11 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool
         if (onlySet && property->UsesDefaultValue(kNone)) return true;
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
         const bool hasPrevious = property->HasPrevValue();
-        const std::string previous =
-            hasPrevious ? ShownText(property->GetPrevValue(), property->GetPrevDisplayValue(), json_)
-                        : "";
+        std::string previous;
+        if (hasPrevious) {
+          previous = ShownText(property->GetPrevValue().IsNull(), property->GetPrevDisplayValue(),
+                               json_);
+        }
         if (json_) {
           out_ << separator << JsonString(name) << ":{\"value\":" << JsonValue(property->GetValue(kNone))
                << ",\"display\":" << Shown(*property, true);
