@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -273,7 +274,15 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? kExitOk : kExitUsage;
+    if (options.format != "json") return app.exit(e) == 0 ? kExitOk : kExitUsage;
+    // Once --format json was read, stdout gets one document here too.
+    std::ostringstream help, usage;
+    TRepositoryCommands reporter(nullptr, true, std::cout, std::cerr);
+    if (app.exit(e, help, usage) != 0) {
+      return reporter.Fail(kExitUsage, std::string(e.what()) + " (--help for the commands)");
+    }
+    reporter.PrintText(help.str());
+    return kExitOk;
   }
 
   TStderrLogger logger(options.verbosity);

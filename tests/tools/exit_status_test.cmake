@@ -91,6 +91,7 @@ if(NOT severity STREQUAL "error" OR NOT line EQUAL bad_line OR NOT instances EQU
 endif()
 expect_json(2 -m ${WORK}/null_key.mof classes)
 expect_json(2 inventory --root /no/such/folder)
+expect_json(2 get)  # a usage error, once --format json was read
 
 # The shell reads one command per line from its input.
 execute_process(COMMAND ${TOOL} -m ${FIXTURE} shell INPUT_FILE ${SHELL_INPUT}
