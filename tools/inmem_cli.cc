@@ -6,11 +6,13 @@
 
 #include <dlfcn.h>
 #include <editline/readline.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@
 
 #include "core/logger.h"
 #include "core/namespace_provider_manager.h"
+#include "core/printable_text.h"
 #include "core/root_object.h"
 #include "core/tyl_exception.h"
 #include "mof/mof_loader.h"
@@ -37,18 +40,18 @@ struct TOptions {
   bool keepGoing = false;
 };
 
-// Loads the plug-in, makes a namespace and loads `files` into it. Prints
-// the diagnostics (errors always, the rest with -v); false on any error.
-bool BuildRepository(const TOptions& options, const std::vector<std::string>& files,
-                     bool keepGoing, boost::shared_ptr<ICIMNamespace>* ns, TMofLoadCounts* counts,
-                     int* errors) {
+// Loads the plug-in and makes a fresh namespace.
+boost::shared_ptr<ICIMNamespace> NewNamespace(const TOptions& options) {
   boost::shared_ptr<INamespaceProviderManager> manager = TRootObject::GetNamespaceProviderManager();
   manager->LoadProviderLibrary(options.plugin);
-  *ns = manager->CreateNamespace("inmem", TContext(), false, "NOKRTYL20");
-  TMofLoadOptions loadOptions;
-  loadOptions.includePaths = options.includePaths;
-  loadOptions.keepGoing = keepGoing;
-  TMofLoader loader(*ns, loadOptions);
+  return manager->CreateNamespace("inmem", TContext(), false, "NOKRTYL20");
+}
+
+// Loads `files` with `loader`, stopping at the first file with an error
+// unless it keeps going, and shows the diagnostics on stderr (errors always,
+// the rest with -v); false on any error.
+bool LoadFiles(const TOptions& options, const std::vector<std::string>& files,
+               TMofLoader& loader, bool keepGoing) {
   bool loaded = true;
   for (const std::string& file : files) {
     loaded = loader.LoadFile(file) && loaded;
@@ -57,9 +60,12 @@ bool BuildRepository(const TOptions& options, const std::vector<std::string>& fi
   for (const TMofDiagnostic& d : loader.Diagnostics()) {
     if (d.severity == TMofDiagnostic::kError || options.verbosity > 0) std::cerr << d.Format() << "\n";
   }
-  *counts = loader.Counts();
-  *errors = loader.ErrorCount();
   return loaded;
+}
+
+// A refusal that reached the top: the status text and name.
+std::string Refused(const TTYLException& e) {
+  return std::string(e.what()) + " (" + e.GetStatus().GetStatusName() + ")";
 }
 
 // Hands the processors' cache states to the plug-in's globals.
@@ -74,21 +80,37 @@ void SetCacheStates(const std::string& plugin, const TCacheStates& states) {
   dlclose(library);
 }
 
+bool IsFolder(const std::string& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 // This machine's inventory: the bundled schema filled by the collector.
 // The bundled schema is loaded first unless the namespace already has it.
+// What the collector left out is noted with -v.
 int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
               const std::string& root, TRepositoryCommands& commands) {
+  if (!IsFolder(root)) {
+    return commands.Fail(kExitUsage, "inventory: --root " + Printable(root) + ": no such folder");
+  }
   try {
     ns->GetClass("PELXA_ComputerSystem", TContext());
   } catch (const TTYLException&) {
     TMofLoader loader(ns);
-    if (!loader.LoadFile(INMEM_INVENTORY_SCHEMA)) {
-      for (const TMofDiagnostic& d : loader.Diagnostics()) std::cerr << d.Format() << "\n";
-      return kExitUsage;
+    if (!LoadFiles(options, {INMEM_INVENTORY_SCHEMA}, loader, false)) {
+      return commands.LoadFailed(loader);
     }
   }
   TLinuxCollector collector(root);
-  boost::shared_ptr<ICIMInstance> system = collector.Collect(*ns);
+  boost::shared_ptr<ICIMInstance> system;
+  try {
+    system = collector.Collect(*ns);
+  } catch (const TCollectError& e) {
+    return commands.Fail(kExitNotFound, std::string("inventory: ") + e.what());
+  }
+  if (options.verbosity > 0) {
+    for (const std::string& note : collector.Notes()) std::cerr << "inmem: note: " << note << "\n";
+  }
   SetCacheStates(options.plugin, collector.CacheStates());
   // Enumerating the processors applies the cache states to them.
   ns->GetClass("PELXA_Processor", TContext())
@@ -200,11 +222,12 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
     app.require_subcommand(1);
     TCommandLine command;
     command.Declare(app);
+    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     bool known = words[0] == "help";
     for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->get_name() == words[0];
     if (!known) {
-      std::cerr << "inmem: unknown command '" << words[0] << "' (type help for the commands)\n";
-      status = kExitUsage;
+      status = commands.Fail(kExitUsage, "unknown command '" + Printable(words[0]) +
+                                             "' (type help for the commands)");
       continue;
     }
     std::vector<std::string> reversed(words.rbegin(), words.rend());
@@ -212,19 +235,17 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
       app.parse(reversed);
     } catch (const CLI::ParseError& e) {
       if (words[0] == "help" || e.get_exit_code() == 0) {
-        std::cout << app.help();
+        commands.PrintText(app.help());
+        status = kExitUsage;
       } else {
-        std::cerr << "inmem: " << e.what() << " (type help for the commands)\n";
+        status = commands.Fail(kExitUsage, std::string(e.what()) + " (type help for the commands)");
       }
-      status = kExitUsage;
       continue;
     }
-    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     try {
       status = command.Run(options, ns, commands);
     } catch (const TTYLException& e) {
-      std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";
-      status = kExitNotFound;
+      status = commands.Fail(kExitNotFound, Refused(e));
     }
   }
   if (terminal) write_history(historyFile.c_str());
@@ -253,37 +274,46 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? kExitOk : kExitUsage;
+    if (options.format != "json") return app.exit(e) == 0 ? kExitOk : kExitUsage;
+    // Once --format json was read, stdout gets one document here too.
+    std::ostringstream help, usage;
+    TRepositoryCommands reporter(nullptr, true, std::cout, std::cerr);
+    if (app.exit(e, help, usage) != 0) {
+      return reporter.Fail(kExitUsage, std::string(e.what()) + " (--help for the commands)");
+    }
+    reporter.PrintText(help.str());
+    return kExitOk;
   }
 
   TStderrLogger logger(options.verbosity);
   TRootObject::SetCoreLogger(&logger);
   int status = kExitOk;
+  boost::shared_ptr<ICIMNamespace> ns;
   try {
-    boost::shared_ptr<ICIMNamespace> ns;
-    TMofLoadCounts counts;
-    int errors = 0;
+    ns = NewNamespace(options);
+    TMofLoadOptions loadOptions;
+    loadOptions.includePaths = options.includePaths;
+    loadOptions.keepGoing = options.keepGoing || check->parsed();
+    TMofLoader loader(ns, loadOptions);
     std::vector<std::string> files;
     files.insert(files.end(), options.mofFiles.begin(), options.mofFiles.end());
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
-    bool loaded = BuildRepository(options, files, options.keepGoing || check->parsed(), &ns,
-                                  &counts, &errors);
+    bool loaded = LoadFiles(options, files, loader, loadOptions.keepGoing);
     TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     if (check->parsed()) {
-      std::cout << counts.files << " files, " << counts.qualifierDecls << " qualifier declarations, "
-                << counts.classes << " classes (" << counts.keylessClasses << " without keys), "
-                << counts.instances << " instances, " << errors << " errors\n";
-      status = loaded ? kExitOk : kExitUsage;
+      status = commands.Check(loader);
     } else if (!loaded) {
-      status = kExitUsage;
+      status = commands.LoadFailed(loader);
     } else if (shell->parsed()) {
       status = Shell(options, ns);
     } else {
       status = command.Run(options, ns, commands);
     }
   } catch (const TTYLException& e) {
-    std::cerr << "inmem: " << e.what() << " (" << e.GetStatus().GetStatusName() << ")\n";
-    status = e.GetStatusCode() == kStatusLoadFailed ? kExitUsage : kExitNotFound;
+    // Failures of the plug-in or the repository that no command reports.
+    TRepositoryCommands reporter(ns, options.format == "json", std::cout, std::cerr);
+    status = reporter.Fail(e.GetStatusCode() == kStatusLoadFailed ? kExitUsage : kExitNotFound,
+                           Refused(e));
   }
   TRootObject::SetCoreLogger(nullptr);
   return status;

@@ -2,9 +2,11 @@
 
 #include <cstdio>
 
+#include "tools/utf8_text.h"
+
 std::string JsonString(const std::string& text) {
   std::string out = "\"";
-  for (char c : text) {
+  for (char c : WithValidUtf8(text)) {
     switch (c) {
       case '"': out += "\\\""; break;
       case '\\': out += "\\\\"; break;
@@ -12,9 +14,9 @@ std::string JsonString(const std::string& text) {
       case '\t': out += "\\t"; break;
       case '\r': out += "\\r"; break;
       default:
-        if (static_cast<unsigned char>(c) < 0x20) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
           char buffer[8];
-          std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+          std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
           out += buffer;
         } else {
           out += c;

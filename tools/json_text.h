@@ -1,5 +1,9 @@
 // JSON text for the tool's --format json output: string escaping, and values
 // as JSON (numbers and booleans bare, null, arrays, everything else a string).
+//
+// The text is always valid JSON and valid UTF-8, whatever the repository
+// holds: control characters are escaped, and bytes that are not valid UTF-8
+// (strings from other hosts, or from what a machine reports) become U+FFFD.
 
 #ifndef INMEM_TOOLS_JSON_TEXT_H_
 #define INMEM_TOOLS_JSON_TEXT_H_

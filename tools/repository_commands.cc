@@ -4,14 +4,18 @@
 #include <sstream>
 #include <vector>
 
+#include "core/log_capture.h"
+#include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
 #include "include/cim_property.h"
 #include "include/cim_property_decl.h"
 #include "include/cim_qualifier_decl.h"
+#include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 #include "tools/json_text.h"
+#include "tools/refusal_reason.h"
 
 namespace {
 
@@ -22,70 +26,127 @@ typedef boost::shared_ptr<ICIMInstance> TInstance;
 
 std::string PathOf(ICIMInstance& instance) { return instance.GetReference(kNone).GetPath(); }
 
+const char* SeverityName(TMofDiagnostic::ESeverity severity) {
+  switch (severity) {
+    case TMofDiagnostic::kError: return "error";
+    case TMofDiagnostic::kWarning: return "warning";
+    default: return "note";
+  }
+}
+
+// The display text the property made for a value, as shown: a null that has
+// no NullDisplay text shows as "null" (JSON null) rather than as nothing.
+std::string ShownText(bool isNull, const std::string& display, bool json) {
+  if (isNull && display.empty()) return "null";
+  return json ? JsonString(display) : display;
+}
+
+// What a property shows for its current value: one text, or for an array
+// one text per element, as "{a, b}" or a JSON array.
+std::string Shown(const ICIMProperty& property, bool json) {
+  const TCIMValue& value = property.GetValue(kNone);
+  if (value.IsNull() || !property.IsArray(kNone)) {
+    return ShownText(value.IsNull(), property.GetDisplayValue(), json);
+  }
+  const std::vector<std::string> texts = property.GetDisplayValues();
+  const std::vector<TCIMValue>& elements = value.GetElements();
+  std::string shown;
+  for (size_t i = 0; i < texts.size(); ++i) {
+    const bool isNull = i < elements.size() && elements[i].IsNull();
+    shown += (i ? (json ? "," : ", ") : "") + ShownText(isNull, texts[i], json);
+  }
+  return json ? "[" + shown + "]" : "{" + shown + "}";
+}
+
 }  // namespace
 
-TClass TRepositoryCommands::FindClass(const std::string& name) {
+int TRepositoryCommands::Fail(int status, const std::string& message) {
+  err_ << "inmem: " << message << "\n";
+  if (json_) out_ << "{\"error\":" << JsonString(message) << ",\"status\":" << status << "}\n";
+  return status;
+}
+
+void TRepositoryCommands::PrintText(const std::string& text) {
+  if (json_) {
+    out_ << "{\"text\":" << JsonString(text) << "}\n";
+  } else {
+    out_ << text;
+  }
+}
+
+TClass TRepositoryCommands::FindClass(const std::string& name, const std::string& what) {
   try {
     return ns_->GetClass(name, kNone);
   } catch (const TTYLException&) {
-    err_ << "inmem: no class named " << name << "\n";
+    Fail(kExitNotFound, "no class named " + Printable(name) + (what.empty() ? "" : " (" + what + ")"));
     return TClass();
   }
 }
 
-TInstance TRepositoryCommands::FindInstance(const std::string& text) {
+TInstance TRepositoryCommands::FindInstance(const std::string& text, int* status) {
+  TCIMReference path;
+  {
+    TLogCapture capture;
+    try {
+      path = TCIMReference::Parse(text, ns_);
+    } catch (const TTYLException& e) {
+      *status = Fail(kExitUsage, "cannot look up " + Printable(text) + ": " + RefusalReason(capture, e));
+      return TInstance();
+    }
+  }
   TInstance instance;
+  TLogCapture capture;
   try {
-    instance = ns_->GetInstance(TCIMReference::Parse(text, ns_), kNone);
+    instance = ns_->GetInstance(path, kNone);
   } catch (const TTYLException& e) {
-    err_ << "inmem: cannot look up " << text << ": " << e.what() << "\n";
+    *status = Fail(kExitNotFound, "cannot look up " + Printable(text) + ": " + RefusalReason(capture, e));
     return TInstance();
   }
-  if (!instance) err_ << "inmem: no instance " << text << "\n";
+  if (!instance) *status = Fail(kExitNotFound, "no instance " + Printable(text));
   return instance;
 }
 
-int TRepositoryCommands::Classes(bool tree) {
-  std::vector<std::pair<int, std::string>> rows;  // depth, name
+std::vector<std::pair<int, TClass>> TRepositoryCommands::ClassTree() {
+  std::vector<std::pair<int, TClass>> rows;
   std::function<void(ICIMClass&, int)> walk = [&](ICIMClass& cls, int depth) {
     cls.EnumerateSubclasses(
         [&](TClass sub) {
-          rows.emplace_back(depth, sub->GetName(kNone));
+          rows.emplace_back(depth, sub);
           walk(*sub, depth + 1);
           return true;
         },
         false, kNone);
   };
   walk(*ns_->GetClass("", kNone), 0);
+  return rows;
+}
+
+int TRepositoryCommands::Classes(bool tree) {
+  std::vector<std::pair<int, TClass>> rows = ClassTree();
   if (json_) {
     out_ << "[";
     for (size_t i = 0; i < rows.size(); ++i) {
-      out_ << (i ? "," : "") << "{\"name\":" << JsonString(rows[i].second)
+      out_ << (i ? "," : "") << "{\"name\":" << JsonString(rows[i].second->GetName(kNone))
            << ",\"depth\":" << rows[i].first << "}";
     }
-    out_ << "]\n";
-    return kExitOk;
+    out_ << "]";
+    return EndDocument();
   }
   for (const auto& row : rows) {
-    out_ << std::string(tree ? static_cast<size_t>(row.first) * 2 : 0, ' ') << row.second << "\n";
+    out_ << std::string(tree ? static_cast<size_t>(row.first) * 2 : 0, ' ')
+         << row.second->GetName(kNone) << "\n";
   }
   return kExitOk;
 }
 
-int TRepositoryCommands::Class(const std::string& name) {
-  TClass cls = FindClass(name);
-  if (!cls) return kExitNotFound;
-  if (!json_) {
-    TMofWriter(out_).WriteClass(*cls, true);
-    return kExitOk;
-  }
-  TClass super = cls->GetSuperClass(kNone);
-  out_ << "{\"name\":" << JsonString(cls->GetName(kNone)) << ",\"superclass\":"
-       << (cls->IsTopLevel(kNone) || !super ? "null" : JsonString(super->GetName(kNone)))
-       << ",\"association\":" << (cls->IsAssociation(kNone) ? "true" : "false")
+void TRepositoryCommands::PrintClassJson(ICIMClass& cls) {
+  TClass super = cls.GetSuperClass(kNone);
+  out_ << "{\"name\":" << JsonString(cls.GetName(kNone)) << ",\"superclass\":"
+       << (cls.IsTopLevel(kNone) || !super ? "null" : JsonString(super->GetName(kNone)))
+       << ",\"association\":" << (cls.IsAssociation(kNone) ? "true" : "false")
        << ",\"properties\":[";
   std::string separator;
-  cls->EnumeratePropertyDecls(
+  cls.EnumeratePropertyDecls(
       [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
         TClass owner = decl->GetClass(kNone);
         std::ostringstream type;
@@ -98,8 +159,26 @@ int TRepositoryCommands::Class(const std::string& name) {
         return true;
       },
       kNone);
-  out_ << "]}\n";
-  return kExitOk;
+  out_ << "]}";
+}
+
+int TRepositoryCommands::Class(const std::string& name) {
+  TClass cls = FindClass(name);
+  if (!cls) return kExitNotFound;
+  if (json_) {
+    PrintClassJson(*cls);
+  } else {
+    TMofWriter(out_).WriteClass(*cls, true);
+  }
+  return EndDocument();
+}
+
+void TRepositoryCommands::PrintQualifierDeclJson(ICIMQualifierDecl& decl) {
+  std::ostringstream type;
+  type << decl.GetType(kNone);
+  out_ << "{\"name\":" << JsonString(decl.GetName(kNone)) << ",\"type\":" << JsonString(type.str())
+       << ",\"default\":" << JsonValue(decl.GetValue(kNone)) << ",\"scope\":" << decl.GetScope(kNone)
+       << ",\"flavor\":" << decl.GetFlavor(kNone) << "}";
 }
 
 int TRepositoryCommands::Qualifiers() {
@@ -108,23 +187,18 @@ int TRepositoryCommands::Qualifiers() {
   if (json_) out_ << "[";
   ns_->EnumerateQualifierDecls(
       [&](boost::shared_ptr<ICIMQualifierDecl> decl) {
-        if (!json_) {
+        if (json_) {
+          out_ << separator;
+          PrintQualifierDeclJson(*decl);
+          separator = ",";
+        } else {
           writer.WriteQualifierDecl(*decl);
-          return true;
         }
-        std::ostringstream type;
-        type << decl->GetType(kNone);
-        out_ << separator << "{\"name\":" << JsonString(decl->GetName(kNone))
-             << ",\"type\":" << JsonString(type.str())
-             << ",\"default\":" << JsonValue(decl->GetValue(kNone))
-             << ",\"scope\":" << decl->GetScope(kNone) << ",\"flavor\":" << decl->GetFlavor(kNone)
-             << "}";
-        separator = ",";
         return true;
       },
       kNone);
-  if (json_) out_ << "]\n";
-  return kExitOk;
+  if (json_) out_ << "]";
+  return EndDocument();
 }
 
 void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool onlySet) {
@@ -138,17 +212,21 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool
       [&](boost::shared_ptr<ICIMProperty> property) {
         if (onlySet && property->UsesDefaultValue(kNone)) return true;
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
+        const bool hasPrevious = property->HasPrevValue();
+        std::string previous;
+        if (hasPrevious) {
+          previous = ShownText(property->GetPrevValue().IsNull(), property->GetPrevDisplayValue(),
+                               json_);
+        }
         if (json_) {
           out_ << separator << JsonString(name) << ":{\"value\":" << JsonValue(property->GetValue(kNone))
-               << ",\"display\":" << JsonString(property->GetDisplayValue());
-          if (property->HasPrevValue()) {
-            out_ << ",\"previous\":" << JsonString(property->GetPrevDisplayValue());
-          }
+               << ",\"display\":" << Shown(*property, true);
+          if (hasPrevious) out_ << ",\"previous\":" << previous;
           out_ << "}";
           separator = ",";
         } else {
-          out_ << "    " << name << " = " << property->GetDisplayValue();
-          if (property->HasPrevValue()) out_ << " (was " << property->GetPrevDisplayValue() << ")";
+          out_ << "    " << name << " = " << Shown(*property, false);
+          if (hasPrevious) out_ << " (was " << previous << ")";
           out_ << "\n";
         }
         return true;
@@ -157,8 +235,13 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool
   if (json_) out_ << "}}";
 }
 
-int TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances, bool namesOnly,
-                                        bool onlySet) {
+int TRepositoryCommands::EndDocument() {
+  if (json_) out_ << "\n";
+  return kExitOk;
+}
+
+void TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances, bool namesOnly,
+                                         bool onlySet) {
   if (json_) out_ << "[";
   for (size_t i = 0; i < instances.size(); ++i) {
     if (namesOnly) {
@@ -167,8 +250,7 @@ int TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances,
       PrintInstance(*instances[i], i == 0, onlySet);
     }
   }
-  if (json_) out_ << "]\n";
-  return kExitOk;
+  if (json_) out_ << "]";
 }
 
 int TRepositoryCommands::Instances(const std::string& className, bool deep, bool namesOnly) {
@@ -181,55 +263,100 @@ int TRepositoryCommands::Instances(const std::string& className, bool deep, bool
         return true;
       },
       deep, kNone);
-  return PrintInstances(instances, namesOnly);
+  PrintInstances(instances, namesOnly);
+  return EndDocument();
 }
 
 int TRepositoryCommands::Get(const std::string& path) {
-  TInstance instance = FindInstance(path);
-  if (!instance) return kExitNotFound;
+  int status = kExitOk;
+  TInstance instance = FindInstance(path, &status);
+  if (!instance) return status;
   PrintInstance(*instance, true);
-  if (json_) out_ << "\n";
-  return kExitOk;
+  return EndDocument();
 }
 
-int TRepositoryCommands::Walk(const std::string& path, const char* what,
-                              const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk) {
-  TInstance instance = FindInstance(path);
-  if (!instance) return kExitNotFound;
+int TRepositoryCommands::Walk(
+    const std::string& path, const char* what,
+    const std::vector<std::pair<std::string, std::string>>& classFilters,
+    const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk) {
+  int status = kExitOk;
+  TInstance instance = FindInstance(path, &status);
+  if (!instance) return status;
+  // The repository's walk yields nothing for a class it does not know, which
+  // would read as "nothing is associated".
+  for (const auto& filter : classFilters) {
+    if (!filter.first.empty() && !FindClass(filter.first, filter.second)) return kExitNotFound;
+  }
   std::vector<TInstance> found;
+  TLogCapture capture;
   try {
     walk(*instance, [&](TInstance reached) {
       found.push_back(reached);
       return true;
     });
   } catch (const TTYLException& e) {
-    err_ << "inmem: " << what << " of " << path << ": " << e.what() << "\n";
-    return kExitNotFound;
+    return Fail(kExitNotFound,
+                std::string(what) + " of " + Printable(path) + ": " + RefusalReason(capture, e));
   }
-  return PrintInstances(found, true);
+  PrintInstances(found, true);
+  return EndDocument();
 }
 
 int TRepositoryCommands::Associators(const std::string& path, const TWalkFilters& filters) {
-  return Walk(path, "associators", [&](ICIMInstance& from, const TInstanceCallback& callback) {
-    from.EnumerateAssociatedInstances(callback, filters.assocClass, filters.resultClass, filters.role,
-                                      filters.resultRole, kNone);
-  });
+  return Walk(path, "associators",
+              {{filters.assocClass, "--assoc-class"}, {filters.resultClass, "--result-class"}},
+              [&](ICIMInstance& from, const TInstanceCallback& callback) {
+                from.EnumerateAssociatedInstances(callback, filters.assocClass, filters.resultClass,
+                                                  filters.role, filters.resultRole, kNone);
+              });
 }
 
 int TRepositoryCommands::References(const std::string& path, const TWalkFilters& filters) {
-  return Walk(path, "references", [&](ICIMInstance& from, const TInstanceCallback& callback) {
-    from.EnumerateAssociationInstances(callback, filters.resultClass, filters.role, kNone);
-  });
+  return Walk(path, "references", {{filters.resultClass, "--result-class"}},
+              [&](ICIMInstance& from, const TInstanceCallback& callback) {
+                from.EnumerateAssociationInstances(callback, filters.resultClass, filters.role, kNone);
+              });
 }
 
 int TRepositoryCommands::Export() {
-  TMofWriter(out_).WriteNamespace(*ns_);
-  return kExitOk;
+  if (!json_) {
+    TMofWriter(out_).WriteNamespace(*ns_);
+    return kExitOk;
+  }
+  out_ << "{\"qualifiers\":[";
+  std::string separator;
+  ns_->EnumerateQualifierDecls(
+      [&](boost::shared_ptr<ICIMQualifierDecl> decl) {
+        out_ << separator;
+        PrintQualifierDeclJson(*decl);
+        separator = ",";
+        return true;
+      },
+      kNone);
+  out_ << "],\"classes\":[";
+  std::vector<TInstance> instances;
+  separator.clear();
+  for (const auto& row : ClassTree()) {
+    out_ << separator;
+    PrintClassJson(*row.second);
+    separator = ",";
+    row.second->EnumerateInstances(
+        [&](TInstance instance) {
+          instances.push_back(instance);
+          return true;
+        },
+        false, kNone);
+  }
+  out_ << "],\"instances\":";
+  PrintInstances(instances, false);
+  out_ << "}";
+  return EndDocument();
 }
 
 int TRepositoryCommands::Inventory(const std::string& systemPath) {
-  TInstance system = FindInstance(systemPath);
-  if (!system) return kExitNotFound;
+  int status = kExitOk;
+  TInstance system = FindInstance(systemPath, &status);
+  if (!system) return status;
   std::vector<TInstance> components;
   system->EnumerateAssociatedInstances(
       [&](TInstance part) {
@@ -242,13 +369,57 @@ int TRepositoryCommands::Inventory(const std::string& systemPath) {
     PrintInstance(*system, true, true);
     out_ << ",\"components\":";
     PrintInstances(components, false, true);
-    out_ << "}\n";
-    return kExitOk;
+    out_ << "}";
+    return EndDocument();
   }
-  PrintInstance(*system, true, true);
-  for (const TInstance& part : components) {
-    out_ << "\n" << part->GetClass(kNone)->GetName(kNone) << " ";
-    PrintInstance(*part, false, true);
+  // Each instance under its class name, the system first.
+  components.insert(components.begin(), system);
+  for (size_t i = 0; i < components.size(); ++i) {
+    out_ << (i ? "\n" : "") << components[i]->GetClass(kNone)->GetName(kNone) << " ";
+    PrintInstance(*components[i], false, true);
   }
   return kExitOk;
+}
+
+void TRepositoryCommands::PrintDiagnosticsJson(const TMofLoader& loader) {
+  out_ << "\"diagnostics\":[";
+  std::string separator;
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    const bool located = d.location.source != nullptr;
+    out_ << separator << "{\"severity\":\"" << SeverityName(d.severity) << "\",\"file\":"
+         << (located ? JsonString(d.location.source->path) : "null") << ",\"line\":"
+         << (located ? std::to_string(d.location.line) : "null") << ",\"column\":"
+         << (located ? std::to_string(d.location.column) : "null")
+         << ",\"message\":" << JsonString(d.message) << "}";
+    separator = ",";
+  }
+  out_ << "]";
+}
+
+int TRepositoryCommands::Check(const TMofLoader& loader) {
+  const TMofLoadCounts& counts = loader.Counts();
+  const int errors = loader.ErrorCount();
+  if (json_) {
+    out_ << "{\"files\":" << counts.files << ",\"qualifierDecls\":" << counts.qualifierDecls
+         << ",\"classes\":" << counts.classes << ",\"keylessClasses\":" << counts.keylessClasses
+         << ",\"instances\":" << counts.instances << ",\"errors\":" << errors << ",";
+    PrintDiagnosticsJson(loader);
+    out_ << "}";
+    EndDocument();
+  } else {
+    out_ << counts.files << " files, " << counts.qualifierDecls << " qualifier declarations, "
+         << counts.classes << " classes (" << counts.keylessClasses << " without keys), "
+         << counts.instances << " instances, " << errors << " errors\n";
+  }
+  return errors == 0 ? kExitOk : kExitUsage;
+}
+
+int TRepositoryCommands::LoadFailed(const TMofLoader& loader) {
+  if (json_) {
+    out_ << "{\"error\":\"the MOF did not load\",\"status\":" << kExitUsage << ",";
+    PrintDiagnosticsJson(loader);
+    out_ << "}";
+    EndDocument();
+  }
+  return kExitUsage;
 }

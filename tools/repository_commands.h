@@ -1,6 +1,15 @@
 // The commands of the inmem tool over one loaded namespace. Each writes its
 // result to `out` in the chosen format and returns the tool's exit status:
-// 0 success, 1 not found or refused. Problems go to `err` in one line.
+// 0 success, 1 not found or refused, 2 usage or load errors.
+//
+// Problems go to `err` as one line of human text. In JSON, `out` gets
+// exactly one document per command, also when the command fails: then it is
+// {"error": the same line, "status": the exit status}.
+//
+// Display text: a property shows its display text (units, value maps); an
+// array property shows one text per element, "{a, b}" (in JSON, an array of
+// strings); a null value shows its NullDisplay text, or else "null" (in
+// JSON, a null).
 
 #ifndef INMEM_TOOLS_REPOSITORY_COMMANDS_H_
 #define INMEM_TOOLS_REPOSITORY_COMMANDS_H_
@@ -8,11 +17,14 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "include/callbacks.h"
 #include "include/cim_namespace.h"
+
+class TMofLoader;
 
 constexpr int kExitOk = 0;
 constexpr int kExitNotFound = 1;
@@ -42,17 +54,40 @@ class TRepositoryCommands {
   // The system at `systemPath` and each of its components (associators
   // through PELXA_SystemComponent), every property with its display text.
   int Inventory(const std::string& systemPath);
+  // The counts and diagnostics of what `loader` loaded; kExitUsage when it
+  // reported an error. The text form leaves the diagnostics to the caller,
+  // who shows them as they come.
+  int Check(const TMofLoader& loader);
+  // A command that cannot run because `loader` reported errors: in JSON,
+  // the error document with the diagnostics. Returns kExitUsage.
+  int LoadFailed(const TMofLoader& loader);
+  // Reports a problem (`message`, one line, without the tool's name) and
+  // returns `status`.
+  int Fail(int status, const std::string& message);
+  // Text that has no JSON form of its own (help): shown as it is, or in
+  // JSON as {"text": ...}.
+  void PrintText(const std::string& text);
 
  private:
-  boost::shared_ptr<ICIMClass> FindClass(const std::string& name);
+  // The class named `name`; empty after a failure report naming `what`.
+  boost::shared_ptr<ICIMClass> FindClass(const std::string& name, const std::string& what = "");
   // Prints the paths of what `walk` reaches from the instance at `path`.
   int Walk(const std::string& path, const char* what,
+           const std::vector<std::pair<std::string, std::string>>& classFilters,
            const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk);
-  boost::shared_ptr<ICIMInstance> FindInstance(const std::string& path);
+  boost::shared_ptr<ICIMInstance> FindInstance(const std::string& path, int* status);
   // `onlySet`: leave out properties that hold no value of their own.
   void PrintInstance(ICIMInstance& instance, bool first, bool onlySet = false);
-  int PrintInstances(const std::vector<boost::shared_ptr<ICIMInstance>>& instances, bool namesOnly,
-                     bool onlySet = false);
+  // The instances, or their paths; in JSON an array.
+  void PrintInstances(const std::vector<boost::shared_ptr<ICIMInstance>>& instances,
+                      bool namesOnly, bool onlySet = false);
+  // Ends a command's JSON document (one line each); returns kExitOk.
+  int EndDocument();
+  void PrintClassJson(ICIMClass& cls);
+  void PrintQualifierDeclJson(ICIMQualifierDecl& decl);
+  void PrintDiagnosticsJson(const TMofLoader& loader);
+  // Every class below the root, superclasses first, with its depth.
+  std::vector<std::pair<int, boost::shared_ptr<ICIMClass>>> ClassTree();
 
   boost::shared_ptr<ICIMNamespace> ns_;
   bool json_;

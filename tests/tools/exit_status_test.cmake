@@ -7,6 +7,24 @@ function(expect_run expected_status expected_output)
   if(NOT "${out}${err}" MATCHES "${expected_output}")
     message(FATAL_ERROR "inmem ${ARGN}: output does not match '${expected_output}':\n${out}${err}")
   endif()
+  set(out "${out}" PARENT_SCOPE)
+  set(err "${err}" PARENT_SCOPE)
+endfunction()
+
+# Fails unless `doc` is exactly one JSON document.
+function(check_json what doc)
+  string(JSON length ERROR_VARIABLE bad LENGTH "[${doc}]")
+  if(bad OR NOT length EQUAL 1)
+    message(FATAL_ERROR "${what}: not one JSON document ${bad}:\n${doc}")
+  endif()
+endfunction()
+
+# As expect_run, with --format json: the output is one JSON document, left in `json`.
+function(expect_json expected_status)
+  expect_run(${expected_status} "" --format json ${ARGN})
+  check_json("inmem --format json ${ARGN}" "${out}")
+  set(json "${out}" PARENT_SCOPE)
+  set(err "${err}" PARENT_SCOPE)
 endfunction()
 
 expect_run(0 "Size = 1.5 Kilobytes" -m ${FIXTURE} get "DISK.id=\"sda\"")
@@ -18,6 +36,63 @@ expect_run(2 "missing.mof" -m missing.mof classes)
 expect_run(0 "1 files, 5 qualifier declarations, 3 classes \\(0 without keys\\), 3 instances, 0 errors" check ${FIXTURE})
 expect_run(0 "Uptime = 1 day, 1 hour, 1 minute, 1 second" inventory --root ${ROOT})
 
+# The inventory needs a folder, and a host name to name the system by; one
+# detail the schema cannot hold is noted (with -v), not fatal.
+expect_run(2 "^inmem: inventory: --root /no/such/folder: no such folder\n$" inventory --root /no/such/folder)
+expect_run(2 "no such folder" inventory --root ${ROOT}/proc/uptime)
+expect_run(1 "^inmem: inventory: cannot name the system: no host name in .*/sys/proc/sys/kernel/hostname\n$"
+           inventory --root ${ROOT}/sys)
+expect_run(0 "note: PELXA_Processor CPU0: L5CacheSize left out" -v inventory --root ${HOSTILE})
+expect_run(0 "" inventory --root ${HOSTILE})
+if(err MATCHES "note")
+  message(FATAL_ERROR "notes without -v:\n${err}")
+endif()
+
+# An instance the repository refuses is one error of the loader, with the
+# repository's own line inside it; no raw log line besides.
+file(READ ${FIXTURE} fixture_mof)
+file(WRITE ${WORK}/null_key.mof "${fixture_mof}" [[instance of Sys { Name = NULL; };]] "\n")
+file(WRITE ${WORK}/dangling.mof "${fixture_mof}"
+     [[instance of SysDisk { Group = "Sys.Name=\"host1\""; Part = "Disk.Id=\"nope\""; };]] "\n")
+foreach(case "null_key:key property Name is NULL" "dangling:disk.id=\"nope\" doesn't point to anything")
+  string(REPLACE ":" ";" case "${case}")
+  list(GET case 0 name)
+  list(GET case 1 logged)
+  expect_run(2 "${logged}" check ${WORK}/${name}.mof)
+  string(REGEX MATCHALL "error:" errors "${out}${err}")
+  list(LENGTH errors count)
+  if(NOT count EQUAL 1 OR "${out}${err}" MATCHES "tyl\\[")
+    message(FATAL_ERROR "${name}.mof: not exactly the loader's one error:\n${out}${err}")
+  endif()
+endforeach()
+
+# --format json: stdout is one JSON document for every command, failures
+# included; the human text stays on stderr.
+foreach(command "classes" "class;Disk" "qualifiers" "instances;Disk" "get;Disk.Id=\"sda\""
+                "associators;Sys.Name=\"host1\"" "references;Disk.Id=\"sda\"" "export")
+  expect_json(0 -m ${FIXTURE} ${command})
+endforeach()
+expect_json(0 inventory --root ${ROOT})
+expect_json(0 inventory --root ${HOSTILE})
+expect_json(1 -m ${FIXTURE} get "Disk.Id=\"nope\"")
+string(JSON status GET "${json}" status)
+if(NOT status EQUAL 1 OR NOT err MATCHES "^inmem: no instance")
+  message(FATAL_ERROR "a failure in JSON: ${json}${err}")
+endif()
+expect_json(2 check ${WORK}/null_key.mof)
+string(JSON severity GET "${json}" diagnostics 0 severity)
+string(JSON line GET "${json}" diagnostics 0 line)
+string(JSON instances GET "${json}" instances)
+string(REGEX MATCHALL "\n" fixture_lines "${fixture_mof}")
+list(LENGTH fixture_lines bad_line)
+math(EXPR bad_line "${bad_line} + 1")  # the refused instance follows the fixture
+if(NOT severity STREQUAL "error" OR NOT line EQUAL bad_line OR NOT instances EQUAL 3)
+  message(FATAL_ERROR "check in JSON: ${json}")
+endif()
+expect_json(2 -m ${WORK}/null_key.mof classes)
+expect_json(2 inventory --root /no/such/folder)
+expect_json(2 get)  # a usage error, once --format json was read
+
 # The shell reads one command per line from its input.
 execute_process(COMMAND ${TOOL} -m ${FIXTURE} shell INPUT_FILE ${SHELL_INPUT}
                 RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
@@ -26,4 +101,17 @@ foreach(expected "Sys\nDisk\nSysDisk\n" "unknown command 'bogus'" "Size = 1.5 Ki
   if(at EQUAL -1)
     message(FATAL_ERROR "shell output lacks '${expected}':\n${out}${err}")
   endif()
+endforeach()
+# In JSON each command line gives one document, on a line of its own.
+execute_process(COMMAND ${TOOL} -m ${FIXTURE} --format json shell INPUT_FILE ${SHELL_INPUT}
+                RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+string(REGEX REPLACE "\n$" "" out "${out}")
+string(REPLACE ";" "\\;" out "${out}")
+string(REPLACE "\n" ";" documents "${out}")
+list(LENGTH documents count)
+if(NOT count EQUAL 5)
+  message(FATAL_ERROR "shell in JSON: ${count} lines for 5 commands:\n${out}")
+endif()
+foreach(document IN LISTS documents)
+  check_json("shell in JSON" "${document}")
 endforeach()

@@ -2,6 +2,7 @@
 
 #include "tools/repository_commands.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include "mof/mof_loader.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/provider_namespace.h"
+#include "tools/json_text.h"
 
 namespace {
 
@@ -49,11 +51,13 @@ TEST_F(RepositoryCommandsTest, OutputInTextAndJson) {
   const Row rows[] = {
       {"tree", false, [](TRepositoryCommands& c) { return c.Classes(true); }, "Sys\nDisk\nSysDisk\n"},
       {"get", false, [](TRepositoryCommands& c) { return c.Get("disk.ID=\"sda\""); },
-       "disk.id=\"sda\"\n    Health = OK\n    Id = sda\n    Size = 1.5 Kilobytes (was 1024 Bytes)\n"},
+       "disk.id=\"sda\"\n    Dedicated = {Other, Storage}\n    Health = OK\n    Id = sda\n"
+       "    Label = null\n    Size = 1.5 Kilobytes (was 1024 Bytes)\n"},
       {"get json", true, [](TRepositoryCommands& c) { return c.Get("Disk.Id=\"sda\""); },
-       "{\"path\":\"disk.id=\\\"sda\\\"\",\"properties\":{\"Health\":{\"value\":5,\"display\":\"OK\"},"
-       "\"Id\":{\"value\":\"sda\",\"display\":\"sda\"},\"Size\":{\"value\":1536,\"display\":"
-       "\"1.5 Kilobytes\",\"previous\":\"1024 Bytes\"}}}\n"},
+       "{\"path\":\"disk.id=\\\"sda\\\"\",\"properties\":{\"Dedicated\":{\"value\":[2,3],\"display\":"
+       "[\"Other\",\"Storage\"]},\"Health\":{\"value\":5,\"display\":\"OK\"},"
+       "\"Id\":{\"value\":\"sda\",\"display\":\"sda\"},\"Label\":{\"value\":null,\"display\":null},"
+       "\"Size\":{\"value\":1536,\"display\":\"1.5 Kilobytes\",\"previous\":\"1024 Bytes\"}}}\n"},
       {"associators", false,
        [&](TRepositoryCommands& c) { return c.Associators("Sys.Name=\"host1\"", toDisks); },
        "disk.id=\"sda\"\n"},
@@ -71,20 +75,56 @@ TEST_F(RepositoryCommandsTest, OutputInTextAndJson) {
   }
 }
 
-TEST_F(RepositoryCommandsTest, WhatIsNotThereIsOneLineOnTheErrorStream) {
-  const std::pair<std::function<int(TRepositoryCommands&)>, const char*> rows[] = {
-      {[](TRepositoryCommands& c) { return c.Class("Nope"); }, "inmem: no class named Nope\n"},
-      {[](TRepositoryCommands& c) { return c.Get("Disk.Id=\"nope\""); }, "inmem: no instance Disk.Id=\"nope\"\n"},
-      {[](TRepositoryCommands& c) { return c.Get("Disk.Id="); },
-       "inmem: cannot look up Disk.Id=: invalid parameter\n"},
+// Each failure is one line on the error stream; in JSON the output is still
+// one document, which carries the same line.
+TEST_F(RepositoryCommandsTest, FailuresAreOneLineAndOneJsonDocument) {
+  TWalkFilters unknownResult, unknownAssoc;
+  unknownResult.resultClass = "Nope";
+  unknownAssoc.assocClass = "Nope";
+  const std::tuple<std::function<int(TRepositoryCommands&)>, int, const char*> rows[] = {
+      {[](TRepositoryCommands& c) { return c.Class("Nope"); }, kExitNotFound, "no class named Nope"},
+      {[](TRepositoryCommands& c) { return c.Get("Disk.Id=\"nope\""); }, kExitNotFound,
+       "no instance Disk.Id=\"nope\""},
+      // The parser's account of a malformed path, not the bare status text.
+      {[](TRepositoryCommands& c) { return c.Get("Disk.Id="); }, kExitUsage,
+       "cannot look up Disk.Id=: TYL: invalid object path 'Disk.Id=' at position 9: expected"},
+      {[](TRepositoryCommands& c) { return c.Get("Dis\nk.Id=1"); }, kExitUsage,
+       "cannot look up Dis\\x0Ak.Id=1: TYL: invalid object path 'Dis\\x0Ak.Id=1' at position 4"},
+      // An unknown filter class is named, not taken for "nothing associated".
+      {[&](TRepositoryCommands& c) { return c.Associators("Sys.Name=\"host1\"", unknownResult); },
+       kExitNotFound, "no class named Nope (--result-class)"},
+      {[&](TRepositoryCommands& c) { return c.Associators("Sys.Name=\"host1\"", unknownAssoc); },
+       kExitNotFound, "no class named Nope (--assoc-class)"},
+      {[&](TRepositoryCommands& c) { return c.References("Disk.Id=\"sda\"", unknownResult); },
+       kExitNotFound, "no class named Nope (--result-class)"},
   };
   for (const auto& row : rows) {
     TCapturingLogger quiet;
-    auto result = Run(false, row.first);
-    EXPECT_EQ(std::get<0>(result), kExitNotFound);
-    EXPECT_EQ(std::get<1>(result), "");
-    EXPECT_EQ(std::get<2>(result), row.second);
+    auto text = Run(false, std::get<0>(row));
+    const std::string& err = std::get<2>(text);
+    EXPECT_EQ(std::get<0>(text), std::get<1>(row)) << err;
+    EXPECT_EQ(std::get<1>(text), "");
+    EXPECT_EQ(err.rfind(std::string("inmem: ") + std::get<2>(row), 0), 0u) << err;
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    EXPECT_TRUE(quiet.Lines().empty()) << quiet.Lines().front().second;  // shown once, in the report
+    auto json = Run(true, std::get<0>(row));
+    EXPECT_EQ(std::get<1>(json), "{\"error\":" + JsonString(err.substr(7, err.size() - 8)) +
+                                     ",\"status\":" + std::to_string(std::get<1>(row)) + "}\n");
   }
+}
+
+// JSON strings hold valid UTF-8 whatever the repository holds.
+TEST(JsonTextTest, StringsAreEscapedAndValidUtf8) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"a\"b\\c\n", "\"a\\\"b\\\\c\\n\""},
+      {std::string("\x01\x7f\0", 3), "\"\\u0001\\u007f\\u0000\""},
+      {"caf\xC3\xA9 \xE2\x82\xAC", "\"caf\xC3\xA9 \xE2\x82\xAC\""},      // kept
+      {"a\xFF" "b", "\"a\xEF\xBF\xBD" "b\""},                            // stray byte
+      {"\xC3", "\"\xEF\xBF\xBD\""},                                  // cut short
+      {"\xC0\xAF", "\"\xEF\xBF\xBD\xEF\xBF\xBD\""},                    // overlong '/'
+      {"\xED\xA0\x80", "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\""},    // a surrogate
+  };
+  for (const auto& row : rows) EXPECT_EQ(JsonString(row.first), row.second) << row.first;
 }
 
 }  // namespace
