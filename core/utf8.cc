@@ -59,6 +59,23 @@ bool IsValidUtf8(std::string_view text, size_t* badByte) {
   return true;
 }
 
+std::string WithValidUtf8(std::string_view text) {
+  if (IsValidUtf8(text)) return std::string(text);
+  std::string out;
+  out.reserve(text.size() + 8);
+  for (size_t i = 0; i < text.size();) {
+    const size_t length = Utf8SequenceLength(text.substr(i));
+    if (length == 0) {
+      out += "\xEF\xBF\xBD";  // U+FFFD
+      ++i;
+    } else {
+      out.append(text, i, length);
+      i += length;
+    }
+  }
+  return out;
+}
+
 void AppendChar16(std::string* out, char16_t unit) {
   if (unit < 0x80) {
     *out += static_cast<char>(unit);

@@ -22,6 +22,10 @@ size_t Utf8SequenceLength(std::string_view text);
 // is the offset of the first byte that is not.
 bool IsValidUtf8(std::string_view text, size_t* badByte = nullptr);
 
+// `text` with every byte that is not part of a valid UTF-8 sequence
+// replaced by U+FFFD; valid text comes back unchanged.
+std::string WithValidUtf8(std::string_view text);
+
 // Appends the UTF-8 form of one 16-bit code unit (1 to 3 bytes).
 void AppendChar16(std::string* out, char16_t unit);
 

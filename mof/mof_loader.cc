@@ -142,15 +142,15 @@ TCIMValue ReadReal(const TMofValue& value, ECIMType type) {
   return result;
 }
 
-const char* SeverityText(TMofDiagnostic::ESeverity severity) {
+}  // namespace
+
+const char* TMofDiagnostic::SeverityName() const {
   switch (severity) {
-    case TMofDiagnostic::kError: return "error";
-    case TMofDiagnostic::kWarning: return "warning";
+    case kError: return "error";
+    case kWarning: return "warning";
     default: return "note";
   }
 }
-
-}  // namespace
 
 std::string TMofDiagnostic::Format() const {
   std::string text;
@@ -158,7 +158,7 @@ std::string TMofDiagnostic::Format() const {
     text = Printable(location.source->path) + ":" + std::to_string(location.line) + ":" +
            std::to_string(location.column) + ": ";
   }
-  text += std::string(SeverityText(severity)) + ": " + message;
+  text += std::string(SeverityName()) + ": " + message;
   if (location.source && location.line > 0) {
     // A window of the line around the column: a line may be megabytes long
     // and hold any byte.

@@ -86,6 +86,8 @@ struct TMofDiagnostic {
   // "file:line:column: error: message", then the line and a caret under the
   // column.
   std::string Format() const;
+  // "error", "warning" or "note".
+  const char* SeverityName() const;
 };
 
 struct TMofLoadCounts {

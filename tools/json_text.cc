@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "tools/utf8_text.h"
+#include "core/utf8.h"
 
 std::string JsonString(const std::string& text) {
   std::string out = "\"";

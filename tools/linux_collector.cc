@@ -14,7 +14,7 @@
 #include "include/cim_class.h"
 #include "tools/refusal_reason.h"
 #include "tools/strict_number.h"
-#include "tools/utf8_text.h"
+#include "core/utf8.h"
 
 namespace {
 

@@ -26,13 +26,7 @@ typedef boost::shared_ptr<ICIMInstance> TInstance;
 
 std::string PathOf(ICIMInstance& instance) { return instance.GetReference(kNone).GetPath(); }
 
-const char* SeverityName(TMofDiagnostic::ESeverity severity) {
-  switch (severity) {
-    case TMofDiagnostic::kError: return "error";
-    case TMofDiagnostic::kWarning: return "warning";
-    default: return "note";
-  }
-}
+
 
 // The display text the property made for a value, as shown: a null that has
 // no NullDisplay text shows as "null" (JSON null) rather than as nothing.
@@ -386,7 +380,7 @@ void TRepositoryCommands::PrintDiagnosticsJson(const TMofLoader& loader) {
   std::string separator;
   for (const TMofDiagnostic& d : loader.Diagnostics()) {
     const bool located = d.location.source != nullptr;
-    out_ << separator << "{\"severity\":\"" << SeverityName(d.severity) << "\",\"file\":"
+    out_ << separator << "{\"severity\":\"" << d.SeverityName() << "\",\"file\":"
          << (located ? JsonString(d.location.source->path) : "null") << ",\"line\":"
          << (located ? std::to_string(d.location.line) : "null") << ",\"column\":"
          << (located ? std::to_string(d.location.column) : "null")
