@@ -48,6 +48,8 @@ class TPropertyLayout;
 class TInmemInstance : public ICIMInstance,
                        public boost::enable_shared_from_this<TInmemInstance> {
  public:
+  // The validation flags. The library defines them as well, so a host may
+  // take their addresses or bind them by reference.
   static const int32_t kValidateKeysNonNull = 1;
   static const int32_t kValidateReferences = 2;
 

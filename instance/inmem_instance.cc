@@ -14,6 +14,10 @@
 #include "schema/inmem_class.h"
 #include "schema/property_layout.h"
 
+// Out-of-class definitions: hosts may odr-use the exported flags.
+const int32_t TInmemInstance::kValidateKeysNonNull;
+const int32_t TInmemInstance::kValidateReferences;
+
 namespace {
 
 // The properties a viewer may ask of any instance, and what it gets when the

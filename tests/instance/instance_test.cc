@@ -218,6 +218,18 @@ TEST_F(InstanceTest, InstancesCompareByClassOnly) {
   EXPECT_TRUE(a->InvokeMethod("Reset", {}, TContext()).IsNull());
 }
 
+// A host may bind the validation flags by reference or take their
+// addresses, so the library must define them, not only name them. The
+// addresses pass through volatile storage so that the compiler cannot fold
+// them away: this binary must find both symbols in the library to link.
+TEST(InstanceFlagsTest, TheValidationFlagsAreDefinedInTheLibrary) {
+  const int32_t& keys = TInmemInstance::kValidateKeysNonNull;
+  const int32_t& references = TInmemInstance::kValidateReferences;
+  const int32_t* volatile addresses[] = {&keys, &references};
+  EXPECT_EQ(*addresses[0], 1);
+  EXPECT_EQ(*addresses[1], 2);
+}
+
 // The processor correction: enumerating PELXA_CPU or PELXA_Processor logs
 // each processor's status, and gives those of status 1 the cache states that
 // are known (0 or 1).
