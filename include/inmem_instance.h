@@ -19,7 +19,8 @@
 // EnumerateProperties hand out properties that share it.
 //
 // An instance holds its class strongly and the class holds its filed
-// instances, so a namespace clears every class's instances when it goes.
+// instances, so the last namespace that shares the class clears its
+// instances when it goes (namespace/element_group.h).
 //
 // Each instance knows where it is filed (class and map key, kept by the
 // classes) so that association walks can find the instances that point at
