@@ -55,7 +55,8 @@ class TInmemInstance : public ICIMInstance,
   static const int32_t kValidateReferences = 2;
 
   // One property per declaration of `cls`; "DateTimeOfCollection", when the
-  // class declares it, is stamped with the local time.
+  // class's lookup finds it, is stamped with the local time. A lookup that
+  // fails otherwise than "absent" (status 15) fails the construction.
   TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags);
   ~TInmemInstance() override;
 
@@ -142,6 +143,11 @@ class TInmemInstance : public ICIMInstance,
   friend class TAssociatorsExamineCallback;
   friend class TAssociatorsExamineWithResultRoleCallback;
 
+  // The constructor's last step (see the constructor).
+  void StampCollectionTime();
+  // Whether the class's lookup finds "DateTimeOfCollection"; throws what
+  // that lookup throws otherwise (status 15 for absent).
+  bool DeclaresCollectionTime() const;
   // The property of `slot`, as a pointer that shares this instance's
   // ownership.
   boost::shared_ptr<ICIMProperty> PropertyHandle(size_t slot);
