@@ -72,11 +72,9 @@ TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFla
     : validateFlags(validateFlags), cls(cls), layout(LayoutOf(*cls)) {
   properties.reserve(layout->size());
   for (size_t slot = 0; slot < layout->size(); ++slot) {
-    const boost::shared_ptr<ICIMPropertyDecl>& decl = layout->Decl(slot);
-    const bool isReference = decl->GetType(TContext()) == kCIMTypeReference;
-    properties.emplace_back(decl, isReference ? this : nullptr);
-    hasReferenceProperties = hasReferenceProperties || isReference;
+    properties.emplace_back(layout->Decl(slot), layout->IsReference(slot) ? this : nullptr);
   }
+  hasReferenceProperties = layout->HasReferences();
   StampCollectionTime();
 }
 

@@ -262,6 +262,51 @@ TEST_F(InstanceTest, InstancesCompareByClassOnly) {
   EXPECT_TRUE(a->InvokeMethod("Reset", {}, TContext()).IsNull());
 }
 
+// An instance never keeps a declaration alive: once one leaves its class
+// (removed, or replaced under a rule that lets a class declare a name again)
+// and the host lets go of it, it is gone, and reaching it through an
+// instance built before is a programming fault. Instances built afterwards
+// hold what the class declares now.
+TEST(InstanceDeathTest, AnInstanceNeverKeepsADeclarationItsClassDropped) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const struct {
+    const char* name;
+    TQualifierSpecs qualifiers;
+    bool removed;  // else declared again
+  } rows[] = {
+      {"Speed", {}, true},
+      {"Id", {{"KEY", TCIMValue(true)}}, false},
+      {"PortType", {}, false},
+      {"speedDuplex", {}, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    TSchemaBuilder s;
+    auto port = s.Class("Port");
+    for (const char* name : {"Speed", "PortType", "speedDuplex"}) {
+      s.Property(port, name, TCIMValue::Null(kCIMTypeString));
+    }
+    s.Key(port, "Id");
+    TInstance before = port->AllocateInstance(TContext());
+    boost::weak_ptr<ICIMPropertyDecl> old = port->GetPropertyDecl(row.name, TContext());
+    if (row.removed) {
+      port->RemovePropertyDecl(old.lock(), TContext());
+    } else {
+      s.Property(port, row.name, TCIMValue::Null(kCIMTypeString), row.qualifiers);
+    }
+    EXPECT_TRUE(old.expired());
+    TInstance after = port->AllocateInstance(TContext());
+    if (row.removed) {
+      EXPECT_EQ(StatusOf([&] { after->GetProperty(row.name, TContext()); }), kStatusNotFound);
+    } else {
+      EXPECT_EQ(after->GetProperty(row.name, TContext())->GetDecl(TContext()),
+                port->GetPropertyDecl(row.name, TContext()));
+    }
+    boost::shared_ptr<ICIMProperty> stale = before->GetProperty(row.name, TContext());
+    EXPECT_DEATH(stale->GetDecl(TContext()), "Assertion failed: px != 0");
+  }
+}
+
 // A host may bind the validation flags by reference or take their
 // addresses, so the library must define them, not only name them. The
 // addresses pass through volatile storage so that the compiler cannot fold
