@@ -19,7 +19,8 @@
 // EnumerateProperties hand out properties that share it.
 //
 // An instance holds its class strongly and the class holds its filed
-// instances, so a namespace clears every class's instances when it goes.
+// instances, so the last namespace that shares the class clears its
+// instances when it goes (namespace/element_group.h).
 //
 // Each instance knows where it is filed (class and map key, kept by the
 // classes) so that association walks can find the instances that point at
@@ -48,11 +49,14 @@ class TPropertyLayout;
 class TInmemInstance : public ICIMInstance,
                        public boost::enable_shared_from_this<TInmemInstance> {
  public:
+  // The validation flags. The library defines them as well, so a host may
+  // take their addresses or bind them by reference.
   static const int32_t kValidateKeysNonNull = 1;
   static const int32_t kValidateReferences = 2;
 
   // One property per declaration of `cls`; "DateTimeOfCollection", when the
-  // class declares it, is stamped with the local time.
+  // class's lookup finds it, is stamped with the local time. A lookup that
+  // fails otherwise than "absent" (status 15) fails the construction.
   TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags);
   ~TInmemInstance() override;
 
@@ -139,6 +143,11 @@ class TInmemInstance : public ICIMInstance,
   friend class TAssociatorsExamineCallback;
   friend class TAssociatorsExamineWithResultRoleCallback;
 
+  // The constructor's last step (see the constructor).
+  void StampCollectionTime();
+  // Whether the class's lookup finds "DateTimeOfCollection"; throws what
+  // that lookup throws otherwise (status 15 for absent).
+  bool DeclaresCollectionTime() const;
   // The property of `slot`, as a pointer that shares this instance's
   // ownership.
   boost::shared_ptr<ICIMProperty> PropertyHandle(size_t slot);

@@ -13,6 +13,11 @@
 // (classes named like "pelxa_physicalnetworkport" excepted: the first stays);
 // without it the second is refused with status 16.
 //
+// Copies share the original's element objects and one element group
+// (namespace/element_group.h); the instances and association records of
+// those classes are dropped, to free them, only when the last namespace of
+// the group goes.
+//
 // Threads: none; callers serialise all use of one namespace.
 
 #ifndef INMEM_INCLUDE_INMEM_NAMESPACE_H_
@@ -27,13 +32,16 @@
 #include "include/cim_namespace.h"
 
 class TInmemClass;
+class TInmemElementGroup;
 class TInmemQualifierDecl;
 
 class TInmemNamespace : public ICIMNamespace,
                         public boost::enable_shared_from_this<TInmemNamespace> {
  public:
   explicit TInmemNamespace(bool allowRedefinition);
-  // Copies share the element objects; the self-link is not copied.
+  // Copies share the element objects and their group; the self-link is not
+  // copied. Assignment leaves the target's old group, which is torn down if
+  // the target was its last namespace.
   TInmemNamespace(const TInmemNamespace& other);
   TInmemNamespace& operator=(const TInmemNamespace& other);
   ~TInmemNamespace() override;
@@ -112,6 +120,8 @@ class TInmemNamespace : public ICIMNamespace,
   std::map<std::string, boost::shared_ptr<TInmemClass>> classes;
   boost::shared_ptr<TInmemClass> rootClass;
   bool allowRedefinition;
+  // Shared with every copy; records each class allocated through any of them.
+  boost::shared_ptr<TInmemElementGroup> elementGroup;
 };
 
 #endif  // INMEM_INCLUDE_INMEM_NAMESPACE_H_

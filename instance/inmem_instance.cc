@@ -3,6 +3,8 @@
 
 #include "include/inmem_instance.h"
 
+#include <typeinfo>
+
 #include <boost/make_shared.hpp>
 
 #include "core/os_specific.h"
@@ -13,6 +15,10 @@
 #include "property/inmem_property.h"
 #include "schema/inmem_class.h"
 #include "schema/property_layout.h"
+
+// Out-of-class definitions: hosts may odr-use the exported flags.
+const int32_t TInmemInstance::kValidateKeysNonNull;
+const int32_t TInmemInstance::kValidateReferences;
 
 namespace {
 
@@ -66,16 +72,33 @@ TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFla
     : validateFlags(validateFlags), cls(cls), layout(LayoutOf(*cls)) {
   properties.reserve(layout->size());
   for (size_t slot = 0; slot < layout->size(); ++slot) {
-    const boost::shared_ptr<ICIMPropertyDecl>& decl = layout->Decl(slot);
-    const bool isReference = decl->GetType(TContext()) == kCIMTypeReference;
-    properties.emplace_back(decl, isReference ? this : nullptr);
-    hasReferenceProperties = hasReferenceProperties || isReference;
+    properties.emplace_back(layout->Decl(slot), layout->IsReference(slot) ? this : nullptr);
   }
-  // The class declares "DateTimeOfCollection" exactly when this instance got
-  // a property for it; a class without it gives instances without the stamp.
-  if (layout->Find("datetimeofcollection") != TPropertyLayout::kAbsent) {
+  hasReferenceProperties = layout->HasReferences();
+  StampCollectionTime();
+}
+
+void TInmemInstance::StampCollectionTime() {
+  try {
+    if (!DeclaresCollectionTime()) return;
     SetPropertyValue("DateTimeOfCollection", TCIMValue(TOSSpecific::GetLocalTime()), TContext());
+  } catch (const TTYLException& e) {
+    // A class without the property gives instances without the stamp.
+    if (e.GetStatusCode() != kStatusNotFound) throw TTYLException(e.GetStatus());
   }
+}
+
+bool TInmemInstance::DeclaresCollectionTime() const {
+  // The repository's own class finds a declaration exactly when its current
+  // layout, which this instance was just built from, has the name. Asking
+  // the layout spares a thrown and caught "absent" for every instance of a
+  // class without the property. Any other implementation, a subclass of
+  // ours included, may answer its lookup as it likes, so it is asked.
+  if (typeid(*cls) == typeid(TInmemClass)) {
+    return layout->Find("datetimeofcollection") != TPropertyLayout::kAbsent;
+  }
+  cls->GetPropertyDecl("DateTimeOfCollection", TContext());  // absent: status 15
+  return true;
 }
 
 TInmemInstance::~TInmemInstance() {

@@ -4,12 +4,14 @@
 #include <boost/make_shared.hpp>
 
 #include "include/inmem_namespace.h"
+#include "namespace/element_group.h"
 #include "namespace/refusal.h"
 #include "schema/inmem_class.h"
 #include "schema/inmem_qualifier_decl.h"
 
 TInmemNamespace::TInmemNamespace(bool allowRedefinition)
-    : allowRedefinition(allowRedefinition) {}
+    : allowRedefinition(allowRedefinition),
+      elementGroup(boost::make_shared<TInmemElementGroup>()) {}
 
 TInmemNamespace::TInmemNamespace(const TInmemNamespace& other)
     : ICIMNamespace(other),
@@ -17,30 +19,24 @@ TInmemNamespace::TInmemNamespace(const TInmemNamespace& other)
       qualifierDecls(other.qualifierDecls),
       classes(other.classes),
       rootClass(other.rootClass),
-      allowRedefinition(other.allowRedefinition) {}
+      allowRedefinition(other.allowRedefinition),
+      elementGroup(other.elementGroup) {}
 
 TInmemNamespace& TInmemNamespace::operator=(const TInmemNamespace& other) {
   qualifierDecls = other.qualifierDecls;
   classes = other.classes;
   rootClass = other.rootClass;
   allowRedefinition = other.allowRedefinition;
+  elementGroup = other.elementGroup;
   return *this;
 }
 
 TInmemNamespace& TInmemNamespace::operator=(ICIMNamespace&) { return *this; }
 
 TInmemNamespace::~TInmemNamespace() {
-  // Instances hold their class and an association that references its own
-  // class holds itself: those links are cut here so that dropping the
-  // namespace frees every element.
-  if (rootClass) {
-    rootClass->ClearClassInstances();
-    rootClass->ClearAssociationClasses();
-  }
-  for (const auto& entry : classes) {
-    entry.second->ClearClassInstances();
-    entry.second->ClearAssociationClasses();
-  }
+  // The last namespace of the group cuts the ownership cycles of its classes
+  // here; an earlier copy leaves them to the others.
+  elementGroup.reset();
   rootClass.reset();
   classes.clear();
   qualifierDecls.clear();
@@ -90,6 +86,7 @@ boost::shared_ptr<ICIMClass> TInmemNamespace::AllocateClass(const std::string& n
   if (!super) super = rootClass;
   boost::shared_ptr<TInmemClass> created =
       boost::make_shared<TInmemClass>(shared_from_this(), name, super);
+  elementGroup->Record(created);
   created->Define();
   return created;
 }

@@ -22,7 +22,7 @@ std::string ClassName(const boost::shared_ptr<ICIMClass>& cls) {
 
 }  // namespace
 
-TInmemProperty::TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl,
+TInmemProperty::TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl,
                                TInmemInstance* referenceOwner)
     : decl(decl), referenceOwner(referenceOwner) {}
 
@@ -35,7 +35,9 @@ TInmemProperty::TInmemProperty(TInmemProperty&& other) noexcept
 
 boost::shared_ptr<const ICIMPropertyDecl> TInmemProperty::Decl() const {
   boost::shared_ptr<const ICIMPropertyDecl> locked = decl.lock();
-  BOOST_ASSERT(locked);
+  // Dereferenced here, so that GetDecl fails as every other use does rather
+  // than hand out an empty pointer.
+  static_cast<void>(*locked);
   return locked;
 }
 

@@ -1,9 +1,9 @@
 // TInmemProperty: the value of one property in one instance (or a class-level
 // property value).
 //
-// It refers to its declaration (held weakly: the class, or for an
-// instance's property the instance's layout, owns declarations) for
-// name, type, array-ness, qualifiers and default, and holds two values of its
+// It refers to its declaration (held weakly: the class owns declarations,
+// and a property never keeps one alive) for name, type, array-ness,
+// qualifiers and default, and holds two values of its
 // own: the current value (absent: the declaration's default applies) and the
 // previous value (absent until one is stored or reset; never absent again).
 // Both values are type-checked against the declaration when set; after a
@@ -41,9 +41,10 @@ class TInmemInstance;
 
 class TInmemProperty : public ICIMProperty {
  public:
+  // `decl` may be given as a shared pointer; only a weak reference is kept.
   // `referenceOwner`: the instance that holds this property when it is a
   // reference property of an instance, else nullptr.
-  explicit TInmemProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl,
+  explicit TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl,
                           TInmemInstance* referenceOwner = nullptr);
   // Takes over the values of `other`. Only an instance moves properties,
   // while it builds its property array, before any pointer to one exists.
@@ -98,6 +99,8 @@ class TInmemProperty : public ICIMProperty {
   std::string FormatDisplayValue(const TCIMValue& value) const;
 
  private:
+  // The declaration, locked. One that no longer exists is a programming
+  // fault, reported by the shared pointer's own assertion ("px != 0").
   boost::shared_ptr<const ICIMPropertyDecl> Decl() const;
   // SetValue's check and store, without telling a reference owner.
   void StoreValue(const TCIMValue& newValue);

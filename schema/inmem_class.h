@@ -152,8 +152,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   // references (see TInmemInstance::BeforeReferenceChange).
   void ForgetReferrer(const std::string& key, const TInmemInstance& instance);
   void NoteReferrer(const std::string& key, const TInmemInstance& instance);
-  // Drops the record of association classes; the namespace calls it when it
-  // goes, since an association that references its own class holds itself.
+  // Drops the record of association classes; the namespaces' element group
+  // calls it when it goes, since an association that references its own
+  // class holds itself.
   void ClearAssociationClasses() { associationClasses.clear(); }
 
  private:

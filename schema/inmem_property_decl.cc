@@ -3,6 +3,7 @@
 #include "include/inmem_namespace.h"
 #include "schema/normalized_names.h"
 #include "schema/inmem_class.h"
+#include "schema/schema_generation.h"
 
 const TQualifierRules TInmemPropertyDecl::kQualifierRules = {
     EHeldQualifierRule::kRefuseOtherValueOrFlavor,
@@ -18,6 +19,11 @@ void TInmemPropertyDecl::AddToClass(TContext context) {
   Validate(context);
   boost::shared_ptr<TInmemClass> cls = owner.lock();
   if (cls) cls->AddProperty(shared_from_this(), context);
+}
+
+void TInmemPropertyDecl::SetDefaultValue(const TCIMValue& value, TContext) {
+  NoteSchemaChange();
+  defaultValue = value;
 }
 
 boost::shared_ptr<ICIMClass> TInmemPropertyDecl::GetClass(TContext) const {

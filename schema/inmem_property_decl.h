@@ -39,8 +39,9 @@ class TInmemPropertyDecl
   TCIMValue::TCIMType GetType(TContext) const override { return defaultValue.GetType(); }
   bool IsArray(TContext) const override { return defaultValue.IsArray(); }
   const TCIMValue& GetDefaultValue(TContext) const override { return defaultValue; }
-  // May change the type as well.
-  void SetDefaultValue(const TCIMValue& value, TContext) override { defaultValue = value; }
+  // May change the type as well, and so counts as a schema change (the
+  // layout of new instances records which properties are references).
+  void SetDefaultValue(const TCIMValue& value, TContext context) override;
   // Compare normalised names.
   bool operator==(const ICIMPropertyDecl& other) const override;
   bool operator<(const ICIMPropertyDecl& other) const override;

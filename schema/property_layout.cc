@@ -27,7 +27,9 @@ bool TPropertyLayout::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
   auto at = LowerBound(slots_, name);
   // The first of two declarations that normalise alike keeps its place.
   if (at == slots_.end() || at->name != name) {
-    slots_.insert(at, TSlot{std::move(name), std::move(decl)});
+    const bool isReference = decl->GetType(TContext()) == kCIMTypeReference;
+    slots_.insert(at, TSlot{std::move(name), decl, isReference});
+    hasReferences_ = hasReferences_ || isReference;
   }
   return true;
 }

@@ -8,10 +8,19 @@
 // kept once here and an instance keeps only its property values, in slot
 // order, beside a pointer to its layout.
 //
+// A layout refers to its declarations weakly, as the properties built from
+// it do: the class owns its declarations, and one that leaves the class (is
+// removed or replaced) goes as soon as the host lets go of it, even while
+// instances built before the change live on. Their properties then no longer
+// reach it, and using one is a programming fault. The layout a class keeps
+// for new instances is rebuilt whenever its declarations change, so every
+// declaration it names is alive while it is current.
+//
 // Invariants: slots are in ascending order of name with no name twice; a
-// layout never changes once built (a class builds a new one when its
-// declarations change), and it holds its declarations, so an instance's
-// properties keep theirs for as long as the instance lives.
+// layout never changes once built. Whether a slot's declaration is of
+// reference type is kept with the slot; a declaration's type changes only
+// with its default value, which counts as a schema change, so a current
+// layout's flags are right.
 
 #ifndef INMEM_SCHEMA_PROPERTY_LAYOUT_H_
 #define INMEM_SCHEMA_PROPERTY_LAYOUT_H_
@@ -21,6 +30,7 @@
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include "include/cim_class.h"
 #include "include/cim_property_decl.h"
@@ -35,14 +45,20 @@ class TPropertyLayout {
 
   size_t size() const { return slots_.size(); }
   const std::string& Name(size_t slot) const { return slots_[slot].name; }
-  const boost::shared_ptr<ICIMPropertyDecl>& Decl(size_t slot) const { return slots_[slot].decl; }
+  const boost::weak_ptr<const ICIMPropertyDecl>& Decl(size_t slot) const {
+    return slots_[slot].decl;
+  }
+  bool IsReference(size_t slot) const { return slots_[slot].isReference; }
+  // Whether some slot is of reference type.
+  bool HasReferences() const { return hasReferences_; }
   // The slot named `normalisedName`, or kAbsent.
   size_t Find(const std::string& normalisedName) const;
 
  private:
   struct TSlot {
     std::string name;
-    boost::shared_ptr<ICIMPropertyDecl> decl;
+    boost::weak_ptr<const ICIMPropertyDecl> decl;
+    bool isReference;
   };
 
   // Adds the slot of one declaration unless a slot has its normalised name.
@@ -53,6 +69,7 @@ class TPropertyLayout {
                                                        const std::string& name);
 
   std::vector<TSlot> slots_;
+  bool hasReferences_ = false;
 };
 
 #endif  // INMEM_SCHEMA_PROPERTY_LAYOUT_H_

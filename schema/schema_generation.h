@@ -1,6 +1,7 @@
 // The schema generation: a process-wide count of changes to what decides
 // which declarations of a class are keys (the qualifier sets of elements,
-// qualifier values, and the declaration maps of classes).
+// qualifier values, and the declaration maps of classes) and which are
+// references (the default values of declarations, which carry their type).
 //
 // An answer worked out from those things and kept with the count it was
 // made at is still right while the count has not moved. A class keeps its

@@ -6,6 +6,7 @@
 #include "core/os_specific.h"
 #include "include/cim_property.h"
 #include "include/processor_cache_state.h"
+#include "schema/inmem_class.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/schema_builder.h"
 #include "tests/support/status_of.h"
@@ -194,17 +195,60 @@ TEST_F(InstanceTest, ADeclarationThatBecomesAReferenceIsIndexedInLaterInstances)
   EXPECT_EQ(referrers, std::vector<size_t>({1, 0, 1}));
 }
 
-TEST_F(InstanceTest, CollectionTimeIsStampedWhenDeclared) {
-  EXPECT_EQ(StatusOf([&] { NewPort("h", "d")->GetProperty("DateTimeOfCollection", TContext()); }),
-            kStatusNotFound);
-  auto stamped = s_.Class("Stamped", "", {{"ABSTRACT", TCIMValue(true)}});
-  s_.Property(stamped, "DateTimeOfCollection", TCIMValue::Null(kCIMTypeDateTime));
-  TCIMDateTime before = TOSSpecific::GetLocalTime();
-  TInstance instance = stamped->AllocateInstance(TContext());
-  auto when = static_cast<TCIMDateTime>(
-      instance->GetProperty("DateTimeOfCollection", TContext())->GetValue(TContext()));
-  EXPECT_FALSE(when.IsInterval());
-  EXPECT_FALSE(when < before);
+// Another implementation of the class: its lookup of "DateTimeOfCollection"
+// fails with `status`, whatever the class declares.
+class TFailingLookupClass : public TInmemClass {
+ public:
+  TFailingLookupClass(const boost::shared_ptr<TInmemNamespace>& ns, ETYLStatusCode status)
+      : TInmemClass(ns, "Odd", boost::static_pointer_cast<TInmemClass>(ns->GetClass("", TContext()))),
+        status_(status) {}
+
+  boost::shared_ptr<ICIMPropertyDecl> GetPropertyDecl(const std::string& name,
+                                                      TContext context) override {
+    if (name == "DateTimeOfCollection") throw TTYLException(status_);
+    return TInmemClass::GetPropertyDecl(name, context);
+  }
+
+ private:
+  ETYLStatusCode status_;
+};
+
+// The class's own lookup decides the stamp: absent (status 15) means no
+// stamp, and any other failure of the lookup ends the construction.
+TEST_F(InstanceTest, CollectionTimeIsStampedWhenTheClassLookupFindsIt) {
+  auto declaring = [&](boost::shared_ptr<ICIMClass> cls) {
+    s_.Property(cls, "DateTimeOfCollection", TCIMValue::Null(kCIMTypeDateTime));
+    return cls;
+  };
+  auto otherClass = [&](ETYLStatusCode status) {
+    auto cls = boost::make_shared<TFailingLookupClass>(s_.Namespace(), status);
+    cls->Define();
+    return declaring(cls);
+  };
+  const struct {
+    const char* what;
+    boost::shared_ptr<ICIMClass> cls;
+    ETYLStatusCode status;  // of the construction
+    bool stamped;
+  } rows[] = {
+      {"declared", declaring(s_.Class("Stamped")), kStatusOk, true},
+      {"not declared", port_, kStatusOk, false},
+      {"lookup says absent", otherClass(kStatusNotFound), kStatusOk, false},
+      {"lookup fails", otherClass(kStatusInvalidParameter), kStatusInvalidParameter, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    TCIMDateTime before = TOSSpecific::GetLocalTime();
+    TInstance instance;
+    EXPECT_EQ(StatusOf([&] { instance = row.cls->AllocateInstance(TContext()); }), row.status);
+    if (!instance) continue;
+    TCIMValue stamp;  // null unless the instance holds a stamp
+    StatusOf([&] {
+      stamp = instance->GetProperty("DateTimeOfCollection", TContext())->GetValue(TContext());
+    });
+    EXPECT_EQ(!stamp.IsNull(), row.stamped);
+    EXPECT_FALSE(row.stamped && static_cast<TCIMDateTime>(stamp) < before);
+  }
 }
 
 TEST_F(InstanceTest, InstancesCompareByClassOnly) {
@@ -216,6 +260,63 @@ TEST_F(InstanceTest, InstancesCompareByClassOnly) {
   EXPECT_FALSE(*a == *c);
   EXPECT_NE(*a < *c, *c < *a);
   EXPECT_TRUE(a->InvokeMethod("Reset", {}, TContext()).IsNull());
+}
+
+// An instance never keeps a declaration alive: once one leaves its class
+// (removed, or replaced under a rule that lets a class declare a name again)
+// and the host lets go of it, it is gone, and reaching it through an
+// instance built before is a programming fault. Instances built afterwards
+// hold what the class declares now.
+TEST(InstanceDeathTest, AnInstanceNeverKeepsADeclarationItsClassDropped) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const struct {
+    const char* name;
+    TQualifierSpecs qualifiers;
+    bool removed;  // else declared again
+  } rows[] = {
+      {"Speed", {}, true},
+      {"Id", {{"KEY", TCIMValue(true)}}, false},
+      {"PortType", {}, false},
+      {"speedDuplex", {}, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    TSchemaBuilder s;
+    auto port = s.Class("Port");
+    for (const char* name : {"Speed", "PortType", "speedDuplex"}) {
+      s.Property(port, name, TCIMValue::Null(kCIMTypeString));
+    }
+    s.Key(port, "Id");
+    TInstance before = port->AllocateInstance(TContext());
+    boost::weak_ptr<ICIMPropertyDecl> old = port->GetPropertyDecl(row.name, TContext());
+    if (row.removed) {
+      port->RemovePropertyDecl(old.lock(), TContext());
+    } else {
+      s.Property(port, row.name, TCIMValue::Null(kCIMTypeString), row.qualifiers);
+    }
+    EXPECT_TRUE(old.expired());
+    TInstance after = port->AllocateInstance(TContext());
+    if (row.removed) {
+      EXPECT_EQ(StatusOf([&] { after->GetProperty(row.name, TContext()); }), kStatusNotFound);
+    } else {
+      EXPECT_EQ(after->GetProperty(row.name, TContext())->GetDecl(TContext()),
+                port->GetPropertyDecl(row.name, TContext()));
+    }
+    boost::shared_ptr<ICIMProperty> stale = before->GetProperty(row.name, TContext());
+    EXPECT_DEATH(stale->GetDecl(TContext()), "Assertion failed: px != 0");
+  }
+}
+
+// A host may bind the validation flags by reference or take their
+// addresses, so the library must define them, not only name them. The
+// addresses pass through volatile storage so that the compiler cannot fold
+// them away: this binary must find both symbols in the library to link.
+TEST(InstanceFlagsTest, TheValidationFlagsAreDefinedInTheLibrary) {
+  const int32_t& keys = TInmemInstance::kValidateKeysNonNull;
+  const int32_t& references = TInmemInstance::kValidateReferences;
+  const int32_t* volatile addresses[] = {&keys, &references};
+  EXPECT_EQ(*addresses[0], 1);
+  EXPECT_EQ(*addresses[1], 2);
 }
 
 // The processor correction: enumerating PELXA_CPU or PELXA_Processor logs

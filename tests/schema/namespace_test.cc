@@ -196,4 +196,55 @@ TEST(NamespaceTest, DroppingANamespaceFreesEveryElementAndInstance) {
   for (const auto& w : watched) EXPECT_TRUE(w.expired());
 }
 
+// Copies share the original's classes. Dropping a copy, made either way,
+// leaves the original's instances and association walks whole; assigning
+// over a namespace frees what only its old elements held; and the last
+// namespace to go frees everything, a class entered through a copy included.
+TEST(NamespaceTest, CopiesShareTheElementsUntilTheLastOneGoes) {
+  typedef std::vector<boost::shared_ptr<ICIMInstance>> TInstances;
+  for (bool assign : {false, true}) {
+    SCOPED_TRACE(assign ? "copy assignment" : "copy construction");
+    std::vector<boost::weak_ptr<void>> watched;
+    {
+      TSchemaBuilder s;
+      auto base = s.KeyedClass("Base", "", "Id");
+      s.Association("Link", "", {{"From", base}, {"To", base}});
+      auto a = s.Instance("Base", {{"Id", TCIMValue("a")}});
+      auto b = s.Instance("Base", {{"Id", TCIMValue("b")}});
+      auto link = s.Instance("Link", {{"From", TCIMValue(a->GetReference(TContext()))},
+                                      {"To", TCIMValue(b->GetReference(TContext()))}});
+      {
+        boost::shared_ptr<TInmemNamespace> copy;
+        if (assign) {
+          TSchemaBuilder target;
+          target.KeyedClass("Old", "", "Id");
+          boost::weak_ptr<ICIMInstance> old = target.Instance("Old", {{"Id", TCIMValue("o")}});
+          copy = target.Namespace();
+          *copy = *s.Namespace();
+          EXPECT_TRUE(old.expired());
+        } else {
+          copy = boost::make_shared<TInmemNamespace>(*s.Namespace());
+        }
+        auto late = copy->AllocateClass("Late", {}, TContext());
+        s.Key(late, "Id");
+        s.Enter(late);
+        auto item = late->AllocateInstance(TContext());
+        item->SetPropertyValue("Id", TCIMValue("l"), TContext());
+        item->AddToNamespace(TContext());
+        ASSERT_EQ(copy->GetInstance(item->GetReference(TContext()), TContext()), item);
+        watched = {late, item, base, a, link};
+      }
+      EXPECT_EQ(s.Namespace()->GetInstance(a->GetReference(TContext()), TContext()), a);
+      TInstances far, links;
+      a->EnumerateAssociatedInstances([&](auto i) { far.push_back(i); return true; }, "Link",
+                                      "Base", "", "", TContext());
+      a->EnumerateAssociationInstances([&](auto i) { links.push_back(i); return true; }, "Link", "",
+                                       TContext());
+      EXPECT_EQ(far, TInstances({b}));
+      EXPECT_EQ(links, TInstances({link}));
+    }
+    for (const auto& w : watched) EXPECT_TRUE(w.expired());
+  }
+}
+
 }  // namespace
