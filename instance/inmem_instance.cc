@@ -143,6 +143,9 @@ bool TInmemInstance::VisitReferencePaths(
   if (!hasReferenceProperties) return true;
   bool allOwn = true;
   for (const TInmemProperty& property : properties) {
+    // A default whose declaration is gone is no value at all: the instance
+    // holds nothing there to index or to forget.
+    if (property.UsesDefaultValue(TContext()) && !property.HasDecl()) continue;
     const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     if (property.UsesDefaultValue(TContext())) {
@@ -171,6 +174,9 @@ void TInmemInstance::Validate(TContext) const {
   if ((validateFlags & kValidateReferences) == 0) return;
   if (!cls->IsAssociation(TContext())) return;
   for (const TInmemProperty& property : properties) {
+    // A default whose declaration is gone is no value at all: the instance
+    // holds nothing there to index or to forget.
+    if (property.UsesDefaultValue(TContext()) && !property.HasDecl()) continue;
     const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     // A null reference is a path to nothing.

@@ -53,6 +53,9 @@ class TInmemProperty : public ICIMProperty {
   TCIMValue::TCIMType GetType(TContext context) const override;
   bool IsArray(TContext context) const override;
   bool UsesDefaultValue(TContext) const override { return !value; }
+  // Whether the declaration still exists (GetValue without an own value,
+  // and everything else that reads the declaration, needs it).
+  bool HasDecl() const { return !decl.expired(); }
   // The own value, or the declaration's default without one.
   const TCIMValue& GetValue(TContext context) const override;
   // Stores a copy when its type is the declaration's; otherwise logs

@@ -307,6 +307,23 @@ TEST(InstanceDeathTest, AnInstanceNeverKeepsADeclarationItsClassDropped) {
   }
 }
 
+// Deleting an instance reads only what it holds itself: a reference
+// property left on its default whose declaration is gone is not reached.
+TEST(InstanceDeleteTest, AnInstanceWhoseUnsetReferenceLostItsDeclarationCanBeDeleted) {
+  TSchemaBuilder s;
+  auto target = s.KeyedClass("Target", "", "Id");
+  TInstance end = s.Instance("Target", {{"Id", TCIMValue("t")}});
+  auto link = s.Class("Link", "", {{"ASSOCIATION", TCIMValue(true)}});
+  s.Key(link, "Id");
+  s.Reference(link, "Extra", target)->SetDefaultValue(TCIMValue(end->GetReference(TContext())), TContext());
+  s.Enter(link);
+  TInstance filed = s.Instance("Link", {{"Id", TCIMValue("l")}});
+  ASSERT_TRUE(s.Namespace()->GetInstance(filed->GetReference(TContext()), TContext()));
+  link->RemovePropertyDecl(link->GetPropertyDecl("Extra", TContext()), TContext());
+  filed->Delete(TContext());
+  EXPECT_FALSE(s.Namespace()->GetInstance(filed->GetReference(TContext()), TContext()));
+}
+
 // A host may bind the validation flags by reference or take their
 // addresses, so the library must define them, not only name them. The
 // addresses pass through volatile storage so that the compiler cannot fold
