@@ -92,6 +92,7 @@ std::string FlavorWords(uint32_t bits, const char* separator) {
   add((bits & ICIMQualifierDecl::kFlavorEnableOverride) ? "EnableOverride" : "DisableOverride");
   add((bits & ICIMQualifierDecl::kFlavorToSubclass) ? "ToSubclass" : "Restricted");
   if (bits & ICIMQualifierDecl::kFlavorTranslatable) add("Translatable");
+  if (bits & ICIMQualifierDecl::kFlavorToInstance) add("ToInstance");
   return words;
 }
 

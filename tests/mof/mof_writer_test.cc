@@ -24,12 +24,12 @@ std::string Export(ICIMNamespace& ns) {
 }
 
 // Loads `mof` into a fresh namespace, exports it, reloads the export and
-// checks that a second export is the same text.
-void ExpectRoundTrip(const std::string& name, const std::string& mof, bool isFile) {
+// checks that a second export is the same text; returns the export.
+std::string ExpectRoundTrip(const std::string& name, const std::string& mof, bool isFile) {
   TCapturingLogger quiet;
   boost::shared_ptr<ICIMNamespace> first = NewProviderNamespace();
   TMofLoader loader(first);
-  ASSERT_TRUE(isFile ? loader.LoadFile(mof) : loader.LoadText(name, mof));
+  EXPECT_TRUE(isFile ? loader.LoadFile(mof) : loader.LoadText(name, mof));
   std::string exported = Export(*first);
   boost::shared_ptr<ICIMNamespace> second = NewProviderNamespace();
   TMofLoader reloader(second);
@@ -37,14 +37,15 @@ void ExpectRoundTrip(const std::string& name, const std::string& mof, bool isFil
   for (const TMofDiagnostic& d : reloader.Diagnostics()) {
     EXPECT_NE(d.severity, TMofDiagnostic::kError) << d.Format();
   }
-  ASSERT_TRUE(reloaded);
+  EXPECT_TRUE(reloaded);
   EXPECT_EQ(reloader.Counts().classes, loader.Counts().classes);
   EXPECT_EQ(reloader.Counts().instances, loader.Counts().instances);
   EXPECT_EQ(Export(*second), exported);
+  return exported;
 }
 
 TEST(MofWriterTest, ASmallSchemaWithInstancesRoundTrips) {
-  ExpectRoundTrip("small.mof", R"(
+  std::string exported = ExpectRoundTrip("small.mof", R"(
     Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
     Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
     Qualifier Abstract : boolean = false, Scope(class, association), Flavor(Restricted);
@@ -52,6 +53,8 @@ TEST(MofWriterTest, ASmallSchemaWithInstancesRoundTrips) {
     Qualifier Override : string = null, Scope(property, method), Flavor(EnableOverride, Restricted);
     Qualifier ValueMap : string[], Scope(property, parameter);
     Qualifier Units : string, Scope(property);
+    Qualifier Carried : boolean = false, Scope(class), Flavor(ToInstance);
+    [Carried] class Marked {};
     [Abstract, Description("Top \"of\" all\n")] class Element { string Caption = "none"; };
     [Description("A box")] class Box : Element {
       [Key] string Name;
@@ -68,6 +71,10 @@ TEST(MofWriterTest, ASmallSchemaWithInstancesRoundTrips) {
     instance of Box as $b { Name = "b\\c"; Sizes = {3}; };
     instance of Holds { Outer = $a; Inner = $b; };
   )", false);
+  // Every flavor is written, not only those that reach subclasses.
+  EXPECT_NE(exported.find("Scope(class),\n    Flavor(EnableOverride, ToSubclass, ToInstance);"),
+            std::string::npos)
+      << exported;
 }
 
 // Values a host may put in that MOF text cannot hold as they are: every
