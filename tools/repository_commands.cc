@@ -79,14 +79,11 @@ TClass TRepositoryCommands::FindClass(const std::string& name, const std::string
 
 TInstance TRepositoryCommands::FindInstance(const std::string& text, int* status) {
   TCIMReference path;
-  {
-    TLogCapture capture;
-    try {
-      path = TCIMReference::Parse(text, ns_);
-    } catch (const TTYLException& e) {
-      *status = Fail(kExitUsage, "cannot look up " + Printable(text) + ": " + RefusalReason(capture, e));
-      return TInstance();
-    }
+  std::string error;
+  if (!TCIMReference::TryParse(text, ns_, &path, &error)) {
+    // The reason comes whole: the text it is about is shown once, cut.
+    *status = Fail(kExitUsage, "cannot look up " + Printable(text) + ": invalid object path " + error);
+    return TInstance();
   }
   TInstance instance;
   TLogCapture capture;

@@ -87,9 +87,12 @@ TEST_F(RepositoryCommandsTest, FailuresAreOneLineAndOneJsonDocument) {
        "no instance Disk.Id=\"nope\""},
       // The parser's account of a malformed path, not the bare status text.
       {[](TRepositoryCommands& c) { return c.Get("Disk.Id="); }, kExitUsage,
-       "cannot look up Disk.Id=: TYL: invalid object path 'Disk.Id=' at position 9: expected"},
+       "cannot look up Disk.Id=: invalid object path at position 9: expected"},
       {[](TRepositoryCommands& c) { return c.Get("Dis\nk.Id=1"); }, kExitUsage,
-       "cannot look up Dis\\x0Ak.Id=1: TYL: invalid object path 'Dis\\x0Ak.Id=1' at position 4"},
+       "cannot look up Dis\\x0Ak.Id=1: invalid object path at position 4"},
+      // However long the path, the reason is not cut off.
+      {[](TRepositoryCommands& c) { return c.Get("Disk.Id=\"" + std::string(100000, 'x')); },
+       kExitUsage, "cannot look up Disk.Id=\"xxx"},
       // An unknown filter class is named, not taken for "nothing associated".
       {[&](TRepositoryCommands& c) { return c.Associators("Sys.Name=\"host1\"", unknownResult); },
        kExitNotFound, "no class named Nope (--result-class)"},
@@ -106,6 +109,10 @@ TEST_F(RepositoryCommandsTest, FailuresAreOneLineAndOneJsonDocument) {
     EXPECT_EQ(std::get<1>(text), "");
     EXPECT_EQ(err.rfind(std::string("inmem: ") + std::get<2>(row), 0), 0u) << err;
     EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    EXPECT_LT(err.size(), 600u);
+    if (std::get<1>(row) == kExitUsage) {
+      EXPECT_NE(err.find("at position "), std::string::npos) << err;
+    }
     EXPECT_TRUE(quiet.Lines().empty()) << quiet.Lines().front().second;  // shown once, in the report
     auto json = Run(true, std::get<0>(row));
     EXPECT_EQ(std::get<1>(json), "{\"error\":" + JsonString(err.substr(7, err.size() - 8)) +
