@@ -2,7 +2,6 @@
 // model, at a fixed degree while the number of association instances grows.
 
 #include <cstdlib>
-#include <map>
 #include <random>
 
 #include <benchmark/benchmark.h>
@@ -13,20 +12,11 @@ namespace {
 
 const TContext kNone;
 
-const TSystemsModel& Model(size_t total, size_t degree) {
-  static std::map<std::pair<size_t, size_t>, TSystemsModel> cache;
-  auto key = std::make_pair(total, degree);
-  auto it = cache.find(key);
-  if (it != cache.end()) return it->second;
-  cache.clear();
-  return cache[key] = SystemsWithComponents(total, degree);
-}
-
 template <typename Walk>
 void RunWalk(benchmark::State& state, Walk walk) {
   const size_t total = static_cast<size_t>(state.range(0));
   const size_t degree = static_cast<size_t>(state.range(1));
-  const TSystemsModel& model = Model(total, degree);
+  const TSystemsModel& model = CachedSystems(total, degree);
   std::mt19937 random(7);
   size_t reached = 0;
   for (auto _ : state) {

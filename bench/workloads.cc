@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <chrono>
 #include <sstream>
 
 #include "mof/mof_loader.h"
@@ -83,21 +84,18 @@ boost::shared_ptr<ICIMInstance> NewItem(ICIMNamespace& ns, size_t i) {
   return item;
 }
 
-TCIMReference ItemPath(ICIMNamespace& ns, size_t i) {
-  TCIMReference path;
-  path.SetClass(ns.GetClass("Item", kNone));
-  path.AddKeyValue("Id", TCIMValue("item" + std::to_string(i)));
-  return path;
-}
-
-TSystemsModel SystemsWithComponents(size_t total, size_t degree) {
+TSystemsModel SystemsSchema() {
   TSystemsModel model;
   model.ns = Load(std::string(kQualifiers) + R"(
     class Sys { [Key] string Name; };
     class Part { [Key] string Id; uint64 Size; };
     [Association] class SysPart { [Key] Sys REF Group; [Key] Part REF Member; };
   )");
-  ICIMNamespace& ns = *model.ns;
+  return model;
+}
+
+double EnterSystems(TSystemsModel* model, size_t total, size_t degree) {
+  ICIMNamespace& ns = *model->ns;
   boost::shared_ptr<ICIMClass> sys = ns.GetClass("Sys", kNone);
   boost::shared_ptr<ICIMClass> part = ns.GetClass("Part", kNone);
   boost::shared_ptr<ICIMClass> link = ns.GetClass("SysPart", kNone);
@@ -105,20 +103,43 @@ TSystemsModel SystemsWithComponents(size_t total, size_t degree) {
     boost::shared_ptr<ICIMInstance> system = sys->AllocateInstance(kNone);
     system->SetPropertyValue("Name", TCIMValue("sys" + std::to_string(s)), kNone);
     system->AddToNamespace(kNone);
-    model.systems.push_back(system);
-    TCIMValue group(system->GetReference(kNone));
-    for (size_t d = 0; d < degree; ++d) {
-      boost::shared_ptr<ICIMInstance> component = part->AllocateInstance(kNone);
-      component->SetPropertyValue("Id", TCIMValue("part" + std::to_string(s * degree + d)), kNone);
-      component->AddToNamespace(kNone);
-      model.components.push_back(component);
-      boost::shared_ptr<ICIMInstance> association = link->AllocateInstance(kNone);
-      association->SetPropertyValue("Group", group, kNone);
-      association->SetPropertyValue("Member", TCIMValue(component->GetReference(kNone)), kNone);
-      association->AddToNamespace(kNone);
-    }
+    model->systems.push_back(system);
   }
+  for (size_t c = 0; c < total; ++c) {
+    boost::shared_ptr<ICIMInstance> component = part->AllocateInstance(kNone);
+    component->SetPropertyValue("Id", TCIMValue("part" + std::to_string(c)), kNone);
+    component->SetPropertyValue("Size", TCIMValue(static_cast<unsigned long long>(c) << 20), kNone);
+    component->AddToNamespace(kNone);
+    model->components.push_back(component);
+  }
+  auto start = std::chrono::steady_clock::now();
+  for (size_t c = 0; c < total; ++c) {
+    boost::shared_ptr<ICIMInstance> association = link->AllocateInstance(kNone);
+    association->SetPropertyValue(
+        "Group", TCIMValue(model->systems[c / degree]->GetReference(kNone)), kNone);
+    association->SetPropertyValue("Member", TCIMValue(model->components[c]->GetReference(kNone)),
+                                  kNone);
+    association->AddToNamespace(kNone);
+    model->associations.push_back(association);
+  }
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+TSystemsModel SystemsWithComponents(size_t total, size_t degree) {
+  TSystemsModel model = SystemsSchema();
+  EnterSystems(&model, total, degree);
   return model;
+}
+
+const TSystemsModel& CachedSystems(size_t total, size_t degree) {
+  static std::pair<size_t, size_t> cachedSize;
+  static TSystemsModel cached;
+  if (!cached.ns || cachedSize != std::make_pair(total, degree)) {
+    cached = TSystemsModel();
+    cached = SystemsWithComponents(total, degree);
+    cachedSize = std::make_pair(total, degree);
+  }
+  return cached;
 }
 
 size_t HeapInUse() { return mallinfo2().uordblks; }
