@@ -1,8 +1,9 @@
 #include "core/cim_reference.h"
 
 #include <algorithm>
-#include <cctype>
+#include <string_view>
 
+#include "core/ascii.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
@@ -10,64 +11,102 @@
 
 namespace {
 
-std::string Lower(const std::string& text) {
-  std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return out;
+// Where path text goes: a string, or a count of the bytes it would take, so
+// that a path's text is allocated once, at its final length.
+class TTextLength {
+ public:
+  void Put(char) { ++size; }
+  void Put(std::string_view text) { size += text.size(); }
+  size_t size = 0;
+};
+
+// Writes into room made beforehand, of the length TTextLength counted.
+class TTextWriter {
+ public:
+  explicit TTextWriter(char* at) : at_(at) {}
+  void Put(char c) { *at_++ = c; }
+  void Put(std::string_view text) { at_ = std::copy(text.begin(), text.end(), at_); }
+
+ private:
+  char* at_;
+};
+
+template <typename Sink>
+void PutLower(Sink* out, std::string_view text) {
+  for (char c : text) out->Put(ToLowerAscii(c));
 }
 
-bool EqualsIgnoringCase(const std::string& a, const std::string& b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
-         });
-}
-
-void AppendQuoted(std::string* out, const std::string& text) {
-  *out += '"';
-  for (char c : text) {
-    if (c == '"' || c == '\\') *out += '\\';
-    *out += c;
+// `text` in double quotes, '"' and '\' escaped by a backslash; the runs
+// between them go out whole.
+template <typename Sink>
+void PutQuoted(Sink* out, std::string_view text) {
+  out->Put('"');
+  size_t run = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '"' && text[i] != '\\') continue;
+    out->Put(text.substr(run, i - run));
+    out->Put('\\');
+    run = i;
   }
-  *out += '"';
+  out->Put(text.substr(run));
+  out->Put('"');
 }
 
-void AppendKeyValue(std::string* out, const TCIMValue& value) {
+template <typename Sink>
+void PutKeyValue(Sink* out, const TCIMValue& value) {
   if (value.IsNull()) {
-    *out += "NULL";
+    out->Put("NULL");
     return;
   }
   if (value.IsArray()) {
-    *out += '{';
+    out->Put('{');
     const std::vector<TCIMValue>& elements = value.GetElements();
     for (size_t i = 0; i < elements.size(); ++i) {
-      if (i != 0) *out += ',';
-      AppendKeyValue(out, elements[i]);
+      if (i != 0) out->Put(',');
+      PutKeyValue(out, elements[i]);
     }
-    *out += '}';
+    out->Put('}');
     return;
   }
   switch (value.GetType()) {
     case kCIMTypeString:
-      AppendQuoted(out, value.GetString());
+      PutQuoted(out, value.GetString());
+      break;
+    case kCIMTypeReference:
+      PutQuoted(out, value.GetReference().PathText());
       break;
     case kCIMTypeChar16:
     case kCIMTypeDateTime:
-    case kCIMTypeReference:
-      AppendQuoted(out, value.ToString());
+      PutQuoted(out, value.ToString());
       break;
     case kCIMTypeReal32:
     case kCIMTypeReal64: {
       std::string text = value.ToString();
-      *out += text;
+      out->Put(text);
       // Digits alone would read back as an integer.
-      if (text.find_first_not_of("-0123456789") == std::string::npos) *out += ".0";
+      if (text.find_first_not_of("-0123456789") == std::string::npos) out->Put(".0");
       break;
     }
     default:  // booleans and integers are written bare
-      *out += value.ToString();
+      out->Put(value.ToString());
       break;
+  }
+}
+
+// The text of a path whose key bindings are in their order already.
+template <typename Sink>
+void PutPath(Sink* out, const std::string& namespaceName, const std::string& className,
+             const TCIMReference::TKeyView* keys, size_t count) {
+  if (!namespaceName.empty()) {
+    out->Put(namespaceName);
+    out->Put(':');
+  }
+  PutLower(out, className);
+  for (size_t i = 0; i < count; ++i) {
+    out->Put(i == 0 ? '.' : ',');
+    PutLower(out, *keys[i].first);
+    out->Put('=');
+    PutKeyValue(out, *keys[i].second);
   }
 }
 
@@ -77,6 +116,15 @@ TCIMReference::TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
                              const TContext& keys)
     : namespace_(ns) {
   for (const auto& key : keys) keys_.push_back(key);
+  UpdatePath();
+}
+
+TCIMReference::TCIMReference(const boost::shared_ptr<ICIMClass>& cls,
+                             const std::string& namespaceName, std::vector<TKeyBinding> keys)
+    : class_(cls),
+      className_(cls ? cls->GetName(TContext()) : std::string()),
+      namespaceName_(namespaceName),
+      keys_(std::move(keys)) {
   UpdatePath();
 }
 
@@ -99,7 +147,7 @@ void TCIMReference::SetNameSpaceName(const std::string& name) {
 
 void TCIMReference::AddKeyValue(const std::string& name, const TCIMValue& value) {
   for (TKeyBinding& key : keys_) {
-    if (EqualsIgnoringCase(key.first, name)) {
+    if (EqualsFoldingAscii(key.first, name)) {
       key.second = value;
       UpdatePath();
       return;
@@ -111,7 +159,7 @@ void TCIMReference::AddKeyValue(const std::string& name, const TCIMValue& value)
 
 const TCIMValue* TCIMReference::FindKeyValue(const std::string& name) const {
   for (const TKeyBinding& key : keys_) {
-    if (EqualsIgnoringCase(key.first, name)) return &key.second;
+    if (EqualsFoldingAscii(key.first, name)) return &key.second;
   }
   return nullptr;
 }
@@ -128,33 +176,43 @@ boost::shared_ptr<ICIMClass> TCIMReference::GetClass() const {
   }
 }
 
-void TCIMReference::UpdatePath() {
-  std::string& path = path_;
-  path.clear();
-  if (!namespaceName_.empty()) path = namespaceName_ + ":";
-  path += Lower(className_);
-  if (keys_.empty()) return;
-
-  std::vector<std::pair<std::string, const TCIMValue*>> sorted;
-  sorted.reserve(keys_.size());
-  for (const TKeyBinding& key : keys_) sorted.emplace_back(Lower(key.first), &key.second);
-  std::sort(sorted.begin(), sorted.end(),
-            [](const auto& a, const auto& b) { return a.first < b.first; });
-  for (size_t i = 0; i < sorted.size(); ++i) {
-    path += i == 0 ? '.' : ',';
-    path += sorted[i].first;
-    path += '=';
-    AppendKeyValue(&path, *sorted[i].second);
-  }
+std::string TCIMReference::PathTextOf(const std::string& namespaceName,
+                                      const std::string& className, TKeyView* keys,
+                                      size_t count) {
+  // The bindings in the order of their lower-cased names.
+  std::sort(keys, keys + count, [](const TKeyView& a, const TKeyView& b) {
+    return LessFoldingAscii(*a.first, *b.first);
+  });
+  TTextLength length;
+  PutPath(&length, namespaceName, className, keys, count);
+  std::string text(length.size, '\0');
+  TTextWriter out(&text[0]);
+  PutPath(&out, namespaceName, className, keys, count);
+  return text;
 }
 
-boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {
-  if (className_.empty()) throw TTYLException(kStatusNotFound);
+void TCIMReference::UpdatePath() {
+  // A path rarely has more than a few keys: their views stay on the stack.
+  const size_t count = keys_.size();
+  TKeyView few[8];
+  std::vector<TKeyView> many(count > 8 ? count : 0);
+  TKeyView* views = count > 8 ? many.data() : few;
+  for (size_t i = 0; i < count; ++i) views[i] = TKeyView(&keys_[i].first, &keys_[i].second);
+  path_ = PathTextOf(namespaceName_, className_, views, count);
+}
+
+boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {
   boost::shared_ptr<ICIMNamespace> ns = namespace_.lock();
   if (!ns) {
     boost::shared_ptr<ICIMClass> cls = class_.lock();
     if (cls) ns = cls->GetNamespace(TContext());
   }
+  return ns;
+}
+
+boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {
+  if (className_.empty()) throw TTYLException(kStatusNotFound);
+  boost::shared_ptr<ICIMNamespace> ns = ResolvingNamespace();
   if (!ns) throw TTYLException(kStatusNotFound);
   boost::shared_ptr<ICIMInstance> instance = ns->GetInstance(*this, TContext());
   if (!instance) throw TTYLException(kStatusNotFound);

@@ -47,6 +47,12 @@ class TCIMReference {
   // A path resolved through `ns` (may be empty) with the key bindings of
   // `keys`, in the map's order.
   TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns, const TContext& keys);
+  // A path to an instance of `cls` (may be empty) seen in the namespace
+  // named `namespaceName`, with `keys` in their order; no two key names may
+  // be equal in any letter case. The same path as SetClass,
+  // SetNameSpaceName and one AddKeyValue per key give, made in one step.
+  TCIMReference(const boost::shared_ptr<ICIMClass>& cls, const std::string& namespaceName,
+                std::vector<TKeyBinding> keys);
 
   // Names the class by object (weakly) and by its current name.
   void SetClass(const boost::shared_ptr<ICIMClass>& cls);
@@ -71,6 +77,10 @@ class TCIMReference {
   // The same text without a copy, for lookups.
   const std::string& PathText() const { return path_; }
 
+  // The namespace GetCIMElement asks: the reference's own, else its class's
+  // (empty when neither is at hand).
+  boost::shared_ptr<ICIMNamespace> ResolvingNamespace() const;
+
   // The instance this path names, looked up with GetInstance of the
   // reference's namespace, or without one of its class's namespace. A path
   // without a class, without a namespace to ask, or naming no instance throws
@@ -90,6 +100,13 @@ class TCIMReference {
   // ("at position 8: expected a key value").
   static bool TryParse(const std::string& text, const boost::shared_ptr<ICIMNamespace>& ns,
                        TCIMReference* path, std::string* error);
+
+  // One key binding seen from outside a path: the key's name and value.
+  typedef std::pair<const std::string*, const TCIMValue*> TKeyView;
+  // The text GetPath would give for a path with these parts, for a caller
+  // that needs only the text: no path is built. Reorders `keys`.
+  static std::string PathTextOf(const std::string& namespaceName, const std::string& className,
+                                TKeyView* keys, size_t count);
 
   friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
     return a.path_ == b.path_;

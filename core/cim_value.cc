@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include <boost/make_shared.hpp>
+
 #include "core/cim_reference.h"
 #include "core/tyl_exception.h"
 #include "core/utf8.h"
@@ -81,7 +83,11 @@ TCIMValue::TCIMValue(const char* value)
 TCIMValue::TCIMValue(const TCIMDateTime& value)
     : TCIMValue(kCIMTypeDateTime, value, false) {}
 TCIMValue::TCIMValue(const TCIMReference& value)
-    : TCIMValue(kCIMTypeReference, TReferencePtr(new TCIMReference(value)), false) {}
+    : TCIMValue(kCIMTypeReference, TReferencePtr(boost::make_shared<const TCIMReference>(value)),
+                false) {}
+TCIMValue::TCIMValue(TCIMReference&& value)
+    : TCIMValue(kCIMTypeReference,
+                TReferencePtr(boost::make_shared<const TCIMReference>(std::move(value))), false) {}
 
 TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
     : type_(ArrayTypeOf(elementType)), null_(false) {
@@ -98,7 +104,7 @@ TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
                   kStatusTypeMismatch);
     }
   }
-  content_ = TElementsPtr(new std::vector<TCIMValue>(std::move(elements)));
+  content_ = TElementsPtr(boost::make_shared<const std::vector<TCIMValue>>(std::move(elements)));
 }
 
 TCIMValue TCIMValue::Null(ECIMType type) {
@@ -111,7 +117,7 @@ TCIMValue TCIMValue::Null(ECIMType type) {
 TCIMValue TCIMValue::NullReference(const boost::shared_ptr<ICIMClass>& referencedClass) {
   TCIMReference prototype;
   if (referencedClass) prototype.SetClass(referencedClass);
-  return TCIMValue(kCIMTypeReference, TReferencePtr(new TCIMReference(prototype)), true);
+  return TCIMValue(kCIMTypeReference, TReferencePtr(boost::make_shared<const TCIMReference>(prototype)), true);
 }
 
 boost::shared_ptr<ICIMClass> TCIMValue::GetReferencedClass() const {
@@ -229,6 +235,16 @@ const TCIMReference& TCIMValue::GetReference() const {
 }
 
 TCIMValue::operator TCIMReference() const { return GetReference(); }
+
+void TCIMValue::PrefetchReference() const {
+  const TReferencePtr* reference = std::get_if<TReferencePtr>(&content_);
+  if (reference != nullptr && *reference) __builtin_prefetch(reference->get());
+}
+
+void TCIMValue::PrefetchReferenceText() const {
+  const TReferencePtr* reference = std::get_if<TReferencePtr>(&content_);
+  if (reference != nullptr && *reference) __builtin_prefetch((*reference)->PathText().data());
+}
 
 TCIMValue::operator const std::vector<TCIMValue>&() const { return GetElements(); }
 

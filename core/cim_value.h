@@ -85,6 +85,7 @@ class TCIMValue {
   TCIMValue(const char* value);           // string
   TCIMValue(const TCIMDateTime& value);   // datetime
   TCIMValue(const TCIMReference& value);  // reference
+  TCIMValue(TCIMReference&& value);       // reference
 
   // An array of `elementType` (a scalar type, 1 to 15). Every element must be
   // of that type, null elements included; otherwise throws
@@ -136,6 +137,13 @@ class TCIMValue {
   const std::vector<TCIMValue>& GetElements() const;
 
   std::string ToString(unsigned char base = 10) const;
+
+  // Hints for a reader about to go through many values in memory that is
+  // likely not in the processor's cache; they change nothing. The first asks
+  // for a reference's path object to be loaded, the second (once that has
+  // arrived) for the path's text.
+  void PrefetchReference() const;
+  void PrefetchReferenceText() const;
 
   friend bool operator==(const TCIMValue& a, const TCIMValue& b);
   friend bool operator<(const TCIMValue& a, const TCIMValue& b);

@@ -75,6 +75,9 @@ class TInmemInstance : public ICIMInstance,
   // (empty without it), and the key properties in the class's key order.
   TCIMReference GetReference(TContext context) override;
   TCIMReference GetElementReference(TContext context) override;
+  // The text of GetElementReference's path, the one the class files this
+  // instance under; made without building the path where it can be.
+  std::string ElementPathText();
   boost::shared_ptr<ICIMClass> GetClass(TContext) const override { return cls; }
   // Associators: for each association instance that points at this
   // instance, its first far end that derives from `resultClass` (by
@@ -123,6 +126,14 @@ class TInmemInstance : public ICIMInstance,
       for (const TFiling& filing : *moreFilings) visit(filing);
     }
   }
+  // The one place this instance is filed, or nullptr when it is filed in
+  // none or in more than one.
+  const TFiling* OnlyFiling() const {
+    if (firstFiling.cls == nullptr || (moreFilings && !moreFilings->empty())) return nullptr;
+    return &firstFiling;
+  }
+  // Moves on whenever this instance is filed or dropped anywhere.
+  uint32_t FilingVersion() const { return filingVersion; }
   // Kept by TInmemClass as it files and drops this instance.
   void NoteFiled(TInmemClass* cls, const std::string* key);
   void NoteUnfiled(TInmemClass* cls, const std::string* key);
@@ -131,6 +142,12 @@ class TInmemInstance : public ICIMInstance,
   // value, in property order. False when some reference property is on its
   // declaration's default, which cannot be indexed by text.
   bool VisitReferencePaths(const boost::function<void(const TCIMReference&)>& visit) const;
+  // Asks the processor to bring into its cache what a walk reads of these
+  // association instances: the objects, their property arrays, their
+  // reference values and those values' path texts (see
+  // TReferrerIndex::Prefetch). Reads only.
+  static void PrefetchForWalk(const TInmemInstance* const* instances, size_t count);
+
   // Called by a reference property of this instance around a change of its
   // value, so that the classes that file this instance re-index it.
   void BeforeReferenceChange();
@@ -148,10 +165,26 @@ class TInmemInstance : public ICIMInstance,
   // Whether the class's lookup finds "DateTimeOfCollection"; throws what
   // that lookup throws otherwise (status 15 for absent).
   bool DeclaresCollectionTime() const;
+  // The slot of the property `name` (any letter case), or
+  // TPropertyLayout::kAbsent; an invalid name throws as NormalizeName does.
+  size_t SlotOf(const std::string& name) const;
   // The property of `slot`, as a pointer that shares this instance's
   // ownership.
   boost::shared_ptr<ICIMProperty> PropertyHandle(size_t slot);
   bool ValidateKeyNonNull(const std::string* keyName) const;
+  // Logs that key `keyName` is null (level 0) and throws status 18.
+  [[noreturn]] void ThrowNullKey(const std::string& keyName) const;
+  // A fast way to the key properties. When this instance and its class are
+  // the repository's own kinds (not subclasses, which may answer
+  // GetProperty and EnumerateKeys their own way) and the instance holds a
+  // property for every key, calls `visit(name, property)` for each key in
+  // the class's key order, with the name EnumerateKeys gives, and returns
+  // true; otherwise visits nothing and returns false, and the caller goes
+  // through the interfaces as usual.
+  // Classes with more keys than this take the way through the interfaces.
+  static const size_t kMaxOwnKeys = 8;
+  template <typename F>
+  bool VisitOwnKeys(const F& visit) const;
 
   bool ExamineCandidateClass(const TInstanceCallback& callback, const std::string& role,
                              boost::shared_ptr<ICIMClass> assocClass);
@@ -169,11 +202,19 @@ class TInmemInstance : public ICIMInstance,
                                       boost::shared_ptr<TInmemInstance> association);
   // Whether `element` is this very instance.
   bool IsThis(const boost::shared_ptr<ICIMElement>& element) const;
+  // Whether the reference value `reference` resolves to this very instance:
+  // what IsThis(resolved element) answers, false for a null reference or
+  // one that resolves to nothing (status 15); any other failure of the
+  // resolution is thrown as it comes. A path that resolves through this
+  // repository is answered from where this instance is filed, without
+  // looking the instance up.
+  bool ResolvesToThis(const TCIMValue& reference) const;
   // Whether GetProperty answers `name` with a made-up property when the
   // instance lacks it (and so adds a declaration to the class).
   static bool HasFallback(const std::string& name);
 
   int32_t validateFlags;
+  uint32_t filingVersion = 0;
   boost::shared_ptr<ICIMClass> cls;
   // The names of the properties, in slot order.
   boost::shared_ptr<const TPropertyLayout> layout;

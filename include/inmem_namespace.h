@@ -24,6 +24,7 @@
 #define INMEM_INCLUDE_INMEM_NAMESPACE_H_
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include <boost/enable_shared_from_this.hpp>
@@ -31,6 +32,7 @@
 
 #include "include/cim_namespace.h"
 
+class TClassIndex;
 class TInmemClass;
 class TInmemElementGroup;
 class TInmemQualifierDecl;
@@ -118,6 +120,9 @@ class TInmemNamespace : public ICIMNamespace,
 
   std::map<std::string, boost::shared_ptr<TInmemQualifierDecl>> qualifierDecls;
   std::map<std::string, boost::shared_ptr<TInmemClass>> classes;
+  // The same classes, found by name in any letter case without walking
+  // `classes`; it points into that map, so every copy makes its own.
+  std::unique_ptr<TClassIndex> classIndex;
   boost::shared_ptr<TInmemClass> rootClass;
   bool allowRedefinition;
   // Shared with every copy; records each class allocated through any of them.

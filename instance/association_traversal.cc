@@ -7,6 +7,8 @@
 // user callback returns, report duplicates as they come, and skip references
 // that point nowhere (status 15); any other failure ends the walk.
 
+#include <typeinfo>
+
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "include/cim_namespace.h"
@@ -39,8 +41,41 @@ void UnlessNotFound(F examine) {
 
 }  // namespace
 
+void TInmemInstance::PrefetchForWalk(const TInmemInstance* const* instances, size_t count) {
+  for (size_t i = 0; i < count; ++i) __builtin_prefetch(instances[i]);
+  for (size_t i = 0; i < count; ++i) __builtin_prefetch(instances[i]->properties.data());
+  for (size_t i = 0; i < count; ++i) {
+    for (const TInmemProperty& property : instances[i]->properties) property.PrefetchValue();
+  }
+  for (size_t i = 0; i < count; ++i) {
+    for (const TInmemProperty& property : instances[i]->properties) property.PrefetchValueText();
+  }
+}
+
 bool TInmemInstance::IsThis(const boost::shared_ptr<ICIMElement>& element) const {
   return element.get() == static_cast<const ICIMElement*>(this);
+}
+
+bool TInmemInstance::ResolvesToThis(const TCIMValue& reference) const {
+  if (reference.IsNull()) return false;
+  const TCIMReference& path = reference.GetReference();
+  boost::shared_ptr<ICIMNamespace> ns = path.ResolvingNamespace();
+  if (path.GetClassName().empty() || !ns) return false;
+  if (typeid(*ns) != typeid(TInmemNamespace)) {
+    bool resolved = false;
+    UnlessNotFound([&] { resolved = IsThis(path.GetCIMElement(false)); });
+    return resolved;
+  }
+  // The repository's namespace looks the class up by name, then the
+  // instance filed there under the path's text; that is this instance
+  // exactly when this instance is filed in that class under that text.
+  boost::shared_ptr<ICIMClass> filer = ns->GetClass(path.GetClassName(), TContext());
+  bool filedThere = false;
+  ForEachFiling([&](const TFiling& filing) {
+    filedThere = filedThere || (static_cast<ICIMClass*>(filing.cls) == filer.get() &&
+                                *filing.key == path.PathText());
+  });
+  return filedThere;
 }
 
 void TInmemInstance::EnumerateAssociationInstances(const TInstanceCallback& callback,
@@ -81,7 +116,7 @@ bool TInmemInstance::ExamineCandidateClassInstance(const TInstanceCallback& call
     if (!value.IsReference()) continue;
     bool reported = false;
     UnlessNotFound([&] {
-      if (IsThis(Resolve(value))) {
+      if (ResolvesToThis(value)) {
         callback(candidate);
         reported = true;
       }
@@ -96,7 +131,7 @@ bool TInmemInstance::ExamineCandidateClassInstanceWithRole(
     boost::shared_ptr<ICIMInstance> candidate) {
   UnlessNotFound([&] {
     const TCIMValue& value = candidate->GetProperty(role, TContext())->GetValue(TContext());
-    if (value.IsReference() && IsThis(Resolve(value))) callback(candidate);
+    if (value.IsReference() && ResolvesToThis(value)) callback(candidate);
   });
   return true;
 }
@@ -154,7 +189,7 @@ bool TInmemInstance::ExamineCandidate(const TInstanceCallback& callback,
         // Only the first end that is this instance (or the named role) is
         // the own end; a second self-reference is a far end like any other.
         if (!roleKey.empty() ? association->layout->Name(slot) == roleKey
-                             : farClass == cls && IsThis(Resolve(value))) {
+                             : farClass == cls && ResolvesToThis(value)) {
           ownEndFound = true;
           return;
         }

@@ -95,7 +95,8 @@ bool TInmemInstance::DeclaresCollectionTime() const {
   // class without the property. Any other implementation, a subclass of
   // ours included, may answer its lookup as it likes, so it is asked.
   if (typeid(*cls) == typeid(TInmemClass)) {
-    return layout->Find("datetimeofcollection") != TPropertyLayout::kAbsent;
+    static const std::string kNormalisedName = "datetimeofcollection";
+    return layout->Find(kNormalisedName) != TPropertyLayout::kAbsent;
   }
   cls->GetPropertyDecl("DateTimeOfCollection", TContext());  // absent: status 15
   return true;
@@ -110,6 +111,7 @@ boost::shared_ptr<ICIMProperty> TInmemInstance::PropertyHandle(size_t slot) {
 }
 
 void TInmemInstance::NoteFiled(TInmemClass* by, const std::string* key) {
+  ++filingVersion;
   if (firstFiling.cls == nullptr) {
     firstFiling = {by, key};
     return;
@@ -119,6 +121,7 @@ void TInmemInstance::NoteFiled(TInmemClass* by, const std::string* key) {
 }
 
 void TInmemInstance::NoteUnfiled(TInmemClass* by, const std::string* key) {
+  ++filingVersion;
   const bool more = moreFilings && !moreFilings->empty();
   if (firstFiling.cls == by && firstFiling.key == key) {
     if (!more) {
@@ -165,11 +168,33 @@ void TInmemInstance::AfterReferenceChange() {
   ForEachFiling([this](const TFiling& filing) { filing.cls->NoteReferrer(*filing.key, *this); });
 }
 
+template <typename F>
+bool TInmemInstance::VisitOwnKeys(const F& visit) const {
+  if (typeid(*this) != typeid(TInmemInstance) || typeid(*cls) != typeid(TInmemClass)) return false;
+  boost::shared_ptr<const TInmemClass::TKeyCache> keys = static_cast<TInmemClass&>(*cls).Keys();
+  // Every key is looked up before the first visit: when one is missing, the
+  // caller's way through the interfaces must see every key.
+  size_t slots[kMaxOwnKeys];
+  if (keys->keys.size() > kMaxOwnKeys) return false;
+  for (size_t i = 0; i < keys->keys.size(); ++i) {
+    // Instances built since the schema last changed share the class's layout.
+    slots[i] = layout == keys->layout ? keys->slots[i] : layout->Find(keys->keys[i].first);
+    if (slots[i] == TPropertyLayout::kAbsent) return false;
+  }
+  for (size_t i = 0; i < keys->keys.size(); ++i) visit(keys->keys[i].second, properties[slots[i]]);
+  return true;
+}
+
 void TInmemInstance::Validate(TContext) const {
   if ((validateFlags & kValidateKeysNonNull) != 0) {
-    cls->EnumerateKeys(
-        [this](const std::string& keyName) { return ValidateKeyNonNull(&keyName); },
-        TContext());
+    const bool own = VisitOwnKeys([this](const std::string& keyName, const TInmemProperty& key) {
+      if (key.GetValue(TContext()).IsNull()) ThrowNullKey(keyName);
+    });
+    if (!own) {
+      cls->EnumerateKeys(
+          [this](const std::string& keyName) { return ValidateKeyNonNull(&keyName); },
+          TContext());
+    }
   }
   if ((validateFlags & kValidateReferences) == 0) return;
   if (!cls->IsAssociation(TContext())) return;
@@ -180,7 +205,8 @@ void TInmemInstance::Validate(TContext) const {
     const TCIMValue& value = property.GetValue(TContext());
     if (!value.IsReference()) continue;
     // A null reference is a path to nothing.
-    TCIMReference path = value.IsNull() ? TCIMReference() : static_cast<TCIMReference>(value);
+    static const TCIMReference kNowhere;
+    const TCIMReference& path = value.IsNull() ? kNowhere : value.GetReference();
     try {
       path.GetCIMElement(false);
     } catch (const TTYLException& e) {
@@ -198,8 +224,12 @@ bool TInmemInstance::ValidateKeyNonNull(const std::string* keyName) const {
   boost::shared_ptr<ICIMProperty> key =
       const_cast<TInmemInstance*>(this)->GetProperty(*keyName, TContext());
   if (!key->GetValue(TContext()).IsNull()) return true;
+  ThrowNullKey(*keyName);
+}
+
+void TInmemInstance::ThrowNullKey(const std::string& keyName) const {
   ThrowLogged(kValidationLogLevel,
-              "Inmem: Instance " + cls->GetName(TContext()) + ": key property " + *keyName +
+              "Inmem: Instance " + cls->GetName(TContext()) + ": key property " + keyName +
                   " is NULL",
               kStatusNullKey);
 }
@@ -220,8 +250,15 @@ void TInmemInstance::Delete(TContext context) {
   cls->RemoveInstance(shared_from_this(), context);
 }
 
+size_t TInmemInstance::SlotOf(const std::string& name) const {
+  const size_t slot = layout->FindAnyCase(name);
+  // A name found is valid; one not found may be invalid, and is refused as such.
+  if (slot == TPropertyLayout::kAbsent) TInmemNamespace::NormalizeName(name);
+  return slot;
+}
+
 boost::shared_ptr<ICIMProperty> TInmemInstance::GetProperty(const std::string& name, TContext) {
-  const size_t slot = layout->Find(TInmemNamespace::NormalizeName(name));
+  const size_t slot = SlotOf(name);
   if (slot != TPropertyLayout::kAbsent) return PropertyHandle(slot);
   TFallback fallback;
   if (!FindFallback(name, &fallback)) throw TTYLException(kStatusNotFound);
@@ -236,7 +273,7 @@ boost::shared_ptr<ICIMProperty> TInmemInstance::GetProperty(const std::string& n
 
 void TInmemInstance::SetPropertyValue(const std::string& name, const TCIMValue& value,
                                       TContext) {
-  const size_t slot = layout->Find(TInmemNamespace::NormalizeName(name));
+  const size_t slot = SlotOf(name);
   if (slot != TPropertyLayout::kAbsent) {
     properties[slot].SetValue(value, TContext());
     return;
@@ -279,17 +316,34 @@ class TBuildPathCallback {
 }  // namespace
 
 TCIMReference TInmemInstance::GetReference(TContext context) {
+  auto provNsp = context.find("ProvNSP");
+  const std::string namespaceName =
+      provNsp == context.end() ? std::string() : static_cast<std::string>(provNsp->second);
+  std::vector<TCIMReference::TKeyBinding> keys;
+  const bool own = VisitOwnKeys([&keys](const std::string& keyName, const TInmemProperty& key) {
+    keys.emplace_back(keyName, key.GetValue(TContext()));
+  });
+  if (own) return TCIMReference(cls, namespaceName, std::move(keys));
+
   TCIMReference reference{boost::shared_ptr<ICIMNamespace>(), TContext()};
   reference.SetClass(cls);
-  auto provNsp = context.find("ProvNSP");
-  reference.SetNameSpaceName(provNsp == context.end() ? std::string()
-                                                      : static_cast<std::string>(provNsp->second));
+  reference.SetNameSpaceName(namespaceName);
   cls->EnumerateKeys(TBuildPathCallback(shared_from_this(), &reference), TContext());
   return reference;
 }
 
 TCIMReference TInmemInstance::GetElementReference(TContext context) {
   return GetReference(context);
+}
+
+std::string TInmemInstance::ElementPathText() {
+  TCIMReference::TKeyView keys[kMaxOwnKeys];
+  size_t count = 0;
+  const bool own = VisitOwnKeys([&](const std::string& keyName, const TInmemProperty& key) {
+    keys[count++] = TCIMReference::TKeyView(&keyName, &key.GetValue(TContext()));
+  });
+  if (!own) return GetElementReference(TContext()).GetPath();
+  return TCIMReference::PathTextOf(std::string(), cls->GetName(TContext()), keys, count);
 }
 
 bool TInmemInstance::operator==(const ICIMInstance& other) const {

@@ -5,6 +5,7 @@
 
 #include "core/tyl_exception.h"
 #include "include/inmem_namespace.h"
+#include "namespace/class_index.h"
 #include "provider/inmem_namespace_provider.h"
 #include "provider/library_entry.h"
 #include "schema/inmem_class.h"
@@ -22,9 +23,9 @@ void TInmemNamespace::AddUnderlyingNamespace(boost::shared_ptr<ICIMNamespace>, T
 
 boost::shared_ptr<ICIMClass> TInmemNamespace::GetClass(const std::string& name, TContext) {
   if (name.empty() || name == "<root>") return rootClass;
-  auto it = classes.find(NormalizeName(name));
-  if (it == classes.end()) throw TTYLException(kStatusNotFound);
-  return it->second;
+  if (const boost::shared_ptr<TInmemClass>* found = classIndex->Find(name)) return *found;
+  NormalizeName(name);  // an invalid name is refused as such
+  throw TTYLException(kStatusNotFound);
 }
 
 void TInmemNamespace::EnumerateRootClasses(const TClassCallback& callback, TContext context) {

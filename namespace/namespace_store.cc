@@ -3,14 +3,17 @@
 
 #include <boost/make_shared.hpp>
 
+#include "core/ascii.h"
 #include "include/inmem_namespace.h"
+#include "namespace/class_index.h"
 #include "namespace/element_group.h"
 #include "namespace/refusal.h"
 #include "schema/inmem_class.h"
 #include "schema/inmem_qualifier_decl.h"
 
 TInmemNamespace::TInmemNamespace(bool allowRedefinition)
-    : allowRedefinition(allowRedefinition),
+    : classIndex(new TClassIndex(classes)),
+      allowRedefinition(allowRedefinition),
       elementGroup(boost::make_shared<TInmemElementGroup>()) {}
 
 TInmemNamespace::TInmemNamespace(const TInmemNamespace& other)
@@ -18,6 +21,7 @@ TInmemNamespace::TInmemNamespace(const TInmemNamespace& other)
       boost::enable_shared_from_this<TInmemNamespace>(),
       qualifierDecls(other.qualifierDecls),
       classes(other.classes),
+      classIndex(new TClassIndex(classes)),
       rootClass(other.rootClass),
       allowRedefinition(other.allowRedefinition),
       elementGroup(other.elementGroup) {}
@@ -25,6 +29,7 @@ TInmemNamespace::TInmemNamespace(const TInmemNamespace& other)
 TInmemNamespace& TInmemNamespace::operator=(const TInmemNamespace& other) {
   qualifierDecls = other.qualifierDecls;
   classes = other.classes;
+  classIndex.reset(new TClassIndex(classes));
   rootClass = other.rootClass;
   allowRedefinition = other.allowRedefinition;
   elementGroup = other.elementGroup;
@@ -42,23 +47,13 @@ TInmemNamespace::~TInmemNamespace() {
   qualifierDecls.clear();
 }
 
-namespace {
-
-// The C library's tolower, isalpha and isalnum as the default "C" locale
-// answers them: ASCII letters and digits only. Written out because the
-// library calls consult the locale on every character of every lookup.
-bool IsAsciiLetter(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsAsciiDigit(unsigned char c) { return c >= '0' && c <= '9'; }
-
-}  // namespace
-
 std::string TInmemNamespace::NormalizeName(const std::string& name) {
   std::string key(name);
   for (size_t i = 0; i < key.size(); ++i) {
-    unsigned char c = static_cast<unsigned char>(key[i]);
+    const char c = key[i];
     bool valid = c == '_' || IsAsciiLetter(c) || (i != 0 && IsAsciiDigit(c));
     if (!valid) ThrowRefusal("Inmem: CIM name '" + name + "' is invalid", kStatusInvalidName);
-    if (c >= 'A' && c <= 'Z') key[i] = static_cast<char>(c - 'A' + 'a');
+    key[i] = ToLowerAscii(c);
   }
   return key;
 }
@@ -102,7 +97,11 @@ boost::shared_ptr<ICIMQualifierDecl> TInmemNamespace::AllocateQualifierDecl(
 void TInmemNamespace::AddClass(boost::shared_ptr<TInmemClass> newClass) {
   const std::string& name = newClass->GetName(TContext());
   std::string key = NormalizeName(name);
-  if (classes.emplace(key, newClass).second) return;
+  auto entered = classes.emplace(key, newClass);
+  if (entered.second) {
+    classIndex->Add(*entered.first);
+    return;
+  }
   if (!allowRedefinition) {
     ThrowRefusal("Inmem: TInmemNamespace: class " + name + " already defined",
                  kStatusAlreadyDefined);

@@ -63,6 +63,13 @@ class TInmemProperty : public ICIMProperty {
   // A reference owner hears of the call whether or not the value was taken.
   void SetValue(const TCIMValue& newValue, TContext context) override;
   bool IsUnset(TContext) const override { return !value; }
+  // Cache hints for a walk's reads of the own value (TCIMValue's).
+  void PrefetchValue() const {
+    if (value) value->PrefetchReference();
+  }
+  void PrefetchValueText() const {
+    if (value) value->PrefetchReferenceText();
+  }
   boost::shared_ptr<const ICIMPropertyDecl> GetDecl(TContext context) const override;
   // Same declaration object and equal values.
   bool operator==(const ICIMProperty& other) const override;

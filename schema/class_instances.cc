@@ -10,14 +10,20 @@ TInmemInstance* AsInmem(const boost::shared_ptr<ICIMInstance>& instance) {
   return dynamic_cast<TInmemInstance*>(instance.get());
 }
 
+// The text of the path `instance` is filed under.
+std::string ElementPathText(ICIMInstance& instance, TInmemInstance* inmem) {
+  return inmem != nullptr ? inmem->ElementPathText()
+                          : instance.GetElementReference(TContext()).GetPath();
+}
+
 }  // namespace
 
 void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
+  TInmemInstance* inmem = AsInmem(instance);
   // A second instance under a path already taken is not filed; the first stays.
-  auto filed = instances.emplace(instance->GetElementReference(TContext()).PathText(), instance);
+  auto filed = instances.emplace(ElementPathText(*instance, inmem), instance);
   if (!filed.second) return;
   instancesByPath.Insert(filed.first);
-  TInmemInstance* inmem = AsInmem(instance);
   if (inmem != nullptr) inmem->NoteFiled(this, &filed.first->first);
   referrers.Add(filed.first, inmem);
 }
@@ -25,15 +31,24 @@ void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext
 void TInmemClass::RemoveInstance(boost::shared_ptr<ICIMInstance> instance, TContext) {
   // Whatever is filed under the instance's path now goes, even when that is
   // another instance.
-  const TCIMReference path = instance->GetElementReference(TContext());
-  const TReferrerIndex::TEntry* byPath = instancesByPath.Find(path.PathText());
+  const std::string path = ElementPathText(*instance, AsInmem(instance));
+  const TReferrerIndex::TEntry* byPath = instancesByPath.Find(path);
   if (byPath == nullptr) return;
   const TReferrerIndex::TEntry filed = *byPath;
   TInmemInstance* inmem = AsInmem(filed->second);
   referrers.Remove(filed, inmem);
   if (inmem != nullptr) inmem->NoteUnfiled(this, &filed->first);
-  instancesByPath.Erase(path.PathText());
-  instances.erase(filed);
+  instancesByPath.Erase(path);
+  DropEntry(filed);
+}
+
+void TInmemClass::DropEntry(TReferrerIndex::TEntry entry) {
+  if (activeWalks == 0) {
+    instances.erase(entry);
+    return;
+  }
+  droppedDuringWalks.push_back(instances.extract(entry));
+  droppedDuringWalks.back().mapped().reset();
 }
 
 boost::shared_ptr<ICIMInstance> TInmemClass::FindInstance(const TCIMReference& path,
@@ -49,7 +64,7 @@ void TInmemClass::ClearClassInstances() {
   }
   referrers.Clear();
   instancesByPath.Clear();
-  instances.clear();
+  while (!instances.empty()) DropEntry(instances.begin());
 }
 
 void TInmemClass::EnumerateReferrers(const TInmemInstance& target,
@@ -58,15 +73,21 @@ void TInmemClass::EnumerateReferrers(const TInmemInstance& target,
     EnumerateInstances(callback, false, TContext());
     return;
   }
-  // The next candidate is looked up afresh after each callback, which may
-  // file, drop or change instances as it likes.
-  std::string last;
-  const std::string* after = nullptr;
+  referrers.Prefetch(target);
+  // Callbacks may file, drop or change instances as they like; the walk
+  // finds its next candidate after the last one's key, which stays valid
+  // while the walk runs (see droppedDuringWalks).
+  struct TActiveWalk {
+    explicit TActiveWalk(TInmemClass* cls) : cls(cls) { ++cls->activeWalks; }
+    ~TActiveWalk() {
+      if (--cls->activeWalks == 0) cls->droppedDuringWalks.clear();
+    }
+    TInmemClass* cls;
+  } active(this);
+  TReferrerIndex::TWalk walk(target);
   for (;;) {
-    TReferrerIndex::TEntry next = referrers.Next(target, after, instances.end());
+    TReferrerIndex::TEntry next = referrers.Next(&walk, instances.end());
     if (next == instances.end()) return;
-    last = next->first;
-    after = &last;
     boost::shared_ptr<ICIMInstance> candidate = next->second;
     callback(candidate);  // the result does not stop the walk
   }

@@ -142,7 +142,7 @@ bool TInmemClass::IsSubclassOf(boost::shared_ptr<ICIMClass> other, TContext) con
   }
 }
 
-void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
+boost::shared_ptr<const TInmemClass::TKeyCache> TInmemClass::Keys() {
   const uint64_t generation = SchemaGeneration();
   if (!keyCache || keyCache->generation != generation) {
     auto fresh = boost::make_shared<TKeyCache>();
@@ -151,10 +151,17 @@ void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
       fresh->keys.emplace_back(entry.first, entry.second->GetName(TContext()));
       return true;
     });
+    fresh->layout = InstanceLayout();
+    for (const auto& key : fresh->keys) fresh->slots.push_back(fresh->layout->Find(key.first));
     keyCache = fresh;
   }
+  return keyCache;
+}
+
+void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
   // Held here: a callback that changes the schema replaces the member.
-  boost::shared_ptr<const TKeyCache> keys = keyCache;
+  boost::shared_ptr<const TKeyCache> keys = Keys();
+  const uint64_t generation = keys->generation;
   for (const auto& key : keys->keys) {
     if (!callback(key.second)) return;
     if (SchemaGeneration() != generation) {

@@ -132,6 +132,19 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   void AddMethod(boost::shared_ptr<ICIMMethodDecl> decl, TContext context) override;
   void RemoveMethodDecl(boost::shared_ptr<ICIMMethodDecl> decl, TContext context) override;
 
+  // The key declarations (normalised name and name, in key order) as they
+  // stood at a schema generation, and their slots in the layout that new
+  // instances got at that generation (kAbsent where it has none).
+  struct TKeyCache {
+    uint64_t generation = 0;
+    std::vector<std::pair<std::string, std::string>> keys;
+    boost::shared_ptr<const TPropertyLayout> layout;
+    std::vector<size_t> slots;
+  };
+  // The key declarations as they stand now: what EnumerateKeys visits when
+  // no callback changes the schema. Rebuilt when the generation has moved.
+  boost::shared_ptr<const TKeyCache> Keys();
+
   // The instance filed under `path`'s path text, or an empty pointer.
   boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path, TContext context) const;
   // Takes over `old`'s list of direct subclasses (a redefinition does).
@@ -161,6 +174,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   typedef std::map<std::string, boost::shared_ptr<TInmemPropertyDecl>> TPropertyDeclMap;
 
   void CopyInheritedMembers(const TInmemClass& super);
+  // Takes `entry` out of the instance map (into droppedDuringWalks while a
+  // walk runs).
+  void DropEntry(TReferrerIndex::TEntry entry);
   // Calls `callback` with each key declaration from `from` on, in map order,
   // until it returns false.
   void EnumerateKeysFrom(
@@ -188,17 +204,17 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   std::vector<boost::shared_ptr<TInmemClass>> subclasses;
   std::map<std::string, boost::shared_ptr<TInmemClass>> associationClasses;
   TReferrerIndex::TInstanceMap instances;
+  // While a walk over this class's referrers runs (EnumerateReferrers, which
+  // may nest), instances dropped from the map leave their map elements here,
+  // released of their instances, so that the walk's last key stays valid;
+  // the outermost walk frees them when it ends.
+  int activeWalks = 0;
+  std::vector<TReferrerIndex::TInstanceMap::node_type> droppedDuringWalks;
   // The same entries hashed by path text: lookups by path need not walk
   // the ordered map.
   TPathTable instancesByPath;
   TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
-  // The key declarations (map key and name, in map order) as they stood at
-  // a schema generation; rebuilt when the generation has moved.
-  struct TKeyCache {
-    uint64_t generation = 0;
-    std::vector<std::pair<std::string, std::string>> keys;
-  };
   boost::shared_ptr<const TKeyCache> keyCache;
   boost::shared_ptr<const TPropertyLayout> instanceLayout;
   uint64_t instanceLayoutGeneration = 0;

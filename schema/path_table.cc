@@ -2,13 +2,9 @@
 
 #include "schema/path_table.h"
 
-#include <absl/hash/hash.h>
-
-size_t TPathTable::HashOf(std::string_view text) { return absl::Hash<std::string_view>()(text); }
-
 bool TPathTable::Insert(TEntry entry) {
   const std::string& text = entry->first;
-  return table_.emplace(TKey{HashOf(text), &text}, entry).second;
+  return table_.emplace(TKey{HashPathText(text), &text}, entry).second;
 }
 
 const TPathTable::TEntry* TPathTable::Find(std::string_view pathText) const {

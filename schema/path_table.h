@@ -19,6 +19,7 @@
 
 #include <absl/container/flat_hash_map.h>
 
+#include "schema/path_hash.h"
 #include "schema/referrer_index.h"
 
 class TPathTable {
@@ -42,7 +43,7 @@ class TPathTable {
   struct THash {
     typedef void is_transparent;
     size_t operator()(const TKey& key) const { return key.hash; }
-    size_t operator()(std::string_view text) const { return HashOf(text); }
+    size_t operator()(std::string_view text) const { return HashPathText(text); }
   };
   struct TEqual {
     typedef void is_transparent;
@@ -52,8 +53,6 @@ class TPathTable {
     bool operator()(const TKey& a, std::string_view b) const { return *a.text == b; }
     bool operator()(std::string_view a, const TKey& b) const { return a == *b.text; }
   };
-
-  static size_t HashOf(std::string_view text);
 
   absl::flat_hash_map<TKey, TEntry, THash, TEqual> table_;
 };

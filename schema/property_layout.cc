@@ -6,6 +6,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "core/ascii.h"
 #include "include/inmem_namespace.h"
 
 std::vector<TPropertyLayout::TSlot>::const_iterator TPropertyLayout::LowerBound(
@@ -37,5 +38,14 @@ bool TPropertyLayout::InsertProp(boost::shared_ptr<ICIMPropertyDecl> decl) {
 size_t TPropertyLayout::Find(const std::string& normalisedName) const {
   auto at = LowerBound(slots_, normalisedName);
   if (at == slots_.end() || at->name != normalisedName) return kAbsent;
+  return static_cast<size_t>(at - slots_.begin());
+}
+
+size_t TPropertyLayout::FindAnyCase(std::string_view name) const {
+  auto at = std::lower_bound(slots_.begin(), slots_.end(), name,
+                             [](const TSlot& slot, std::string_view n) {
+                               return LessFoldingAscii(slot.name, n);
+                             });
+  if (at == slots_.end() || !EqualsFoldingAscii(at->name, name)) return kAbsent;
   return static_cast<size_t>(at - slots_.begin());
 }

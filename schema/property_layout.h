@@ -27,6 +27,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
@@ -53,6 +54,10 @@ class TPropertyLayout {
   bool HasReferences() const { return hasReferences_; }
   // The slot named `normalisedName`, or kAbsent.
   size_t Find(const std::string& normalisedName) const;
+  // The slot whose name equals `name` in any letter case, or kAbsent; the
+  // same as Find(NormalizeName(name)) for a valid name, without the copy.
+  // An invalid name is never found.
+  size_t FindAnyCase(std::string_view name) const;
 
  private:
   struct TSlot {

@@ -24,6 +24,7 @@
 #define INMEM_SCHEMA_REFERRER_INDEX_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -32,6 +33,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_instance.h"
+#include "schema/path_hash.h"
 
 class TInmemInstance;
 
@@ -40,18 +42,6 @@ class TReferrerIndex {
   // A class's instances, keyed by instance path text.
   typedef std::map<std::string, boost::shared_ptr<ICIMInstance>> TInstanceMap;
   typedef TInstanceMap::iterator TEntry;
-
-  // Files `entry`; `instance` is its instance when it is one of this
-  // repository's, else nullptr.
-  void Add(TEntry entry, const TInmemInstance* instance);
-  // Forgets `entry`, which the same instance values filed.
-  void Remove(TEntry entry, const TInmemInstance* instance);
-  void Clear();
-
-  // In path order, the first entry after `after` (from the start when
-  // nullptr) that may hold a reference to `target` as it is filed now; `end`
-  // when there is none. Every entry that does hold one is among them.
-  TEntry Next(const TInmemInstance& target, const std::string* after, TEntry end) const;
 
  private:
   // Entries ordered by their path text; looked up by text as well.
@@ -65,13 +55,60 @@ class TReferrerIndex {
   // so a walk over them touches a cache line or two instead of a node each.
   typedef absl::btree_set<TEntry, TByPath> TEntrySet;
 
-  static size_t Hash(const std::string& pathText) { return std::hash<std::string>()(pathText); }
+ public:
+  // Where a walk over the entries that may point at one target stands.
+  class TWalk {
+   public:
+    explicit TWalk(const TInmemInstance& target) : target_(target) {}
+
+   private:
+    friend class TReferrerIndex;
+    const TInmemInstance& target_;
+    // The map key of the entry Next gave last; the caller keeps it alive.
+    const std::string* after_ = nullptr;
+    // While neither the index nor the target's filing has changed since
+    // the last search (same versions), the walk steps on through the one
+    // set of entries that search went through.
+    const TEntrySet* set_ = nullptr;
+    TEntrySet::const_iterator at_;
+    uint64_t version_ = 0;
+    uint32_t filingVersion_ = 0;
+  };
+
+  // Files `entry`; `instance` is its instance when it is one of this
+  // repository's, else nullptr.
+  void Add(TEntry entry, const TInmemInstance* instance);
+  // Forgets `entry`, which the same instance values filed.
+  void Remove(TEntry entry, const TInmemInstance* instance);
+  void Clear();
+
+  // In path order, the next entry of `walk` (the first when it has given
+  // none): the first entry after the one it gave last that may hold a
+  // reference to its target as the target is filed now; `end` when there is
+  // none. Every entry that does hold one is among them. The map key of the
+  // entry given last must still exist, even if that entry was dropped since.
+  TEntry Next(TWalk* walk, TEntry end) const;
+
+  // Asks the processor to bring into its cache, ahead of a walk from
+  // `target`, what examining the first of the entries that may point at it
+  // reads: their map elements and path texts, their instances, property
+  // arrays and reference values. Changes nothing; only makes the walk's
+  // reads of a large repository wait for memory a few times in all instead
+  // of a few times per entry.
+  void Prefetch(const TInmemInstance& target) const;
+
+ private:
   // The first entry of `entries` after `after`, if it comes before `*best`.
   static void TakeEarlier(const TEntrySet& entries, const std::string* after, TEntry end,
                           TEntry* best);
+  // Next's search from scratch, over every place the target is filed.
+  TEntry Search(const TInmemInstance& target, const std::string* after, TEntry end) const;
 
   absl::flat_hash_map<size_t, TEntrySet> byReferencedPath_;
   TEntrySet alwaysVisited_;
+  // Moves on with every change of the index, so that walks know to search
+  // again.
+  uint64_t version_ = 0;
 };
 
 #endif  // INMEM_SCHEMA_REFERRER_INDEX_H_

@@ -1,5 +1,8 @@
 // References and associators over a small system-with-components model.
 
+#include <functional>
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "include/cim_instance.h"
@@ -32,8 +35,8 @@ class AssociationWalkTest : public testing::Test {
     sys2_ = s_.Instance("System", {{"Name", TCIMValue("sys2")}});
     disk1_ = s_.Instance("Disk", {{"Id", TCIMValue("disk1")}});
     disk2_ = s_.Instance("Disk", {{"Id", TCIMValue("disk2")}});
-    Link("Component", "GroupComponent", sys1_, "PartComponent", disk1_);
-    Link("Component", "GroupComponent", sys1_, "PartComponent", disk2_);
+    first_ = Link("Component", "GroupComponent", sys1_, "PartComponent", disk1_);
+    second_ = Link("Component", "GroupComponent", sys1_, "PartComponent", disk2_);
     Link("SystemDevice", "GroupComponent", sys1_, "PartComponent", disk1_);
     Link("Peer", "Left", sys1_, "Right", sys1_);
     Link("Peer", "Left", sys2_, "Right", sys1_);
@@ -42,9 +45,9 @@ class AssociationWalkTest : public testing::Test {
 
   static TCIMValue Ref(const TInstance& to) { return TCIMValue(to->GetReference(TContext())); }
 
-  void Link(const std::string& cls, const std::string& a, const TInstance& to, const std::string& b,
-            const TInstance& other) {
-    s_.Instance(cls, {{a, Ref(to)}, {b, Ref(other)}});
+  TInstance Link(const std::string& cls, const std::string& a, const TInstance& to,
+                 const std::string& b, const TInstance& other) {
+    return s_.Instance(cls, {{a, Ref(to)}, {b, Ref(other)}});
   }
 
   // "Class(k1,k2)": the key values in key order; a reference key by the
@@ -76,6 +79,7 @@ class AssociationWalkTest : public testing::Test {
 
   TSchemaBuilder s_;
   TInstance sys1_, sys2_, disk1_, disk2_;
+  TInstance first_, second_;  // Component(sys1,disk1), Component(sys1,disk2)
 };
 
 TEST_F(AssociationWalkTest, ReferencesReportEveryAssociationThatPointsHere) {
@@ -109,6 +113,37 @@ TEST_F(AssociationWalkTest, AResultRoleNamesTheFarEndAndOverridesTheRole) {
   EXPECT_EQ(Associators(sys1_, "Peer", "", "", "Left"), TNames({"System(sys1)", "System(sys2)"}));
   EXPECT_EQ(Associators(sys1_, "Peer", "", "NoSuchRole", "Left"), Associators(sys1_, "Peer", "", "", "Left"));
   EXPECT_TRUE(Associators(sys1_, "", "System", "", "PartComponent").empty());
+}
+
+// A walk goes on from where it stood whatever its callback changes: what
+// was dropped meanwhile is not reported, what was added after it is.
+TEST_F(AssociationWalkTest, WalksFollowChangesTheirCallbacksMake) {
+  const std::pair<std::function<void()>, TNames> rows[] = {
+      {[&] { first_->Delete(TContext()); },  // the association just reported
+       {"Component(sys1,disk1)", "Component(sys1,disk2)", "SystemDevice(sys1,disk1)"}},
+      {[&] { second_->Delete(TContext()); }, {"Component(sys1,disk1)", "SystemDevice(sys1,disk1)"}},
+      {[&] {
+         auto disk3 = s_.Instance("Disk", {{"Id", TCIMValue("disk3")}});
+         Link("Component", "GroupComponent", sys1_, "PartComponent", disk3);
+       },
+       {"Component(sys1,disk1)", "Component(sys1,disk2)", "Component(sys1,disk3)",
+        "SystemDevice(sys1,disk1)"}},
+      {[&] { sys1_->Delete(TContext()); }, {"Component(sys1,disk1)"}},  // the walk's own instance
+      {[&] { s_.Namespace()->ClearInstances(); }, {"Component(sys1,disk1)"}},
+  };
+  for (const auto& row : rows) {
+    s_ = TSchemaBuilder();  // a fresh repository for each row
+    SetUp();
+    TNames seen;
+    sys1_->EnumerateAssociationInstances(
+        [&](TInstance i) {
+          seen.push_back(Label(i));
+          if (seen.size() == 1) row.first();
+          return true;
+        },
+        "Component", "", TContext());
+    EXPECT_EQ(seen, row.second);
+  }
 }
 
 }  // namespace

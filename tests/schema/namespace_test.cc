@@ -232,6 +232,8 @@ TEST(NamespaceTest, CopiesShareTheElementsUntilTheLastOneGoes) {
         item->SetPropertyValue("Id", TCIMValue("l"), TContext());
         item->AddToNamespace(TContext());
         ASSERT_EQ(copy->GetInstance(item->GetReference(TContext()), TContext()), item);
+        // Each namespace finds the classes entered into it, not the other's.
+        EXPECT_EQ(StatusOf([&] { s.Namespace()->GetClass("late", TContext()); }), kStatusNotFound);
         watched = {late, item, base, a, link};
       }
       EXPECT_EQ(s.Namespace()->GetInstance(a->GetReference(TContext()), TContext()), a);
