@@ -64,6 +64,13 @@ TEST(MofSyntaxTest, TheErrorShowsAWindowOfTheLineWithControlBytesEscaped) {
   std::string error = FirstError(longLine);
   EXPECT_LT(error.size(), 600u);
   EXPECT_NE(error.find("t.mof:1:22: error: unterminated string literal"), std::string::npos) << error;
+  // Escapes count in the window: a line of control bytes gives no longer a
+  // message, and the caret still stands under the bad escape.
+  const std::string controls(1000, '\x01');
+  error = FirstError("class A { string s = \"" + controls + "\\q" + controls + "\"; };");
+  EXPECT_LT(error.size(), 600u);
+  const size_t line = error.find('\n') + 1, caret = error.find('\n', line) + 1;
+  EXPECT_EQ(error.find("\\q", line) - line, error.size() - caret - 1) << error;
   // The caret stands under the quote, after the escaped NUL and the tab.
   EXPECT_EQ(FirstError(std::string("\0\tclass", 7)),
             "t.mof:1:1: error: unexpected character '\\x00'\n    \\x00\tclass\n    ^");
