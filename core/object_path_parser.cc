@@ -64,7 +64,9 @@ class TPathParser {
     if (AtEnd()) return reference;
     Expect('.');
     while (true) {
+      const size_t keyAt = pos_;
       std::string key = ReadName("a key name");
+      if (reference.FindKeyValue(key) != nullptr) Fail("key " + key + " is given twice", keyAt);
       Expect('=');
       TRawValue raw = ReadValue(false);
       reference.AddKeyValue(key, Convert(raw, DeclaredType(cls, key), key));

@@ -94,6 +94,7 @@ TEST(CIMReferenceTest, ParseRefusesMalformedTextNamingThePosition) {
       {"c.k=\"a\\b\"", "position 8: expected '\\\"' or '\\\\' after a backslash"},
       {"c.k=1,", "position 7: expected a key name"},
       {"c.k=1;j=2", "position 5: expected a number"},
+      {"c.k=1,K=2", "position 7: key K is given twice"},
       {"c k=1", "position 2: expected '.'"},
       {"c.k={1,\"a\"}", "not all of one type"},
       {"c.k={18446744073709551615,-1}", "not all of one type"},
