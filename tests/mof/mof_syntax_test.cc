@@ -121,6 +121,28 @@ TEST(MofSyntaxTest, KeepGoingAlwaysMovesOnAndResumesAfterTheFailedProduction) {
   }
 }
 
+// MOF of some megabytes can hold millions of errors. Keeping going or not,
+// loading stops at the error after the thousandth, and a later load at its
+// first error.
+TEST(MofSyntaxTest, AFloodOfErrorsEndsTheLoad) {
+  std::string flood;
+  for (int i = 0; i < 5000; ++i) flood += "@;\n";
+  TSchemaBuilder s;
+  TCapturingLogger quiet;
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  TMofLoader loader(s.Namespace(), options);
+  EXPECT_FALSE(loader.LoadText("flood.mof", flood + "[Abstract] class Late {};"));
+  EXPECT_EQ(loader.ErrorCount(), 1001);
+  EXPECT_EQ(loader.Diagnostics().back().Format().substr(0, 58),
+            "flood.mof:1001:1: error: more than 1000 errors: loading st");
+  EXPECT_THROW(s.Namespace()->GetClass("Late", TContext()), TTYLException);
+  EXPECT_TRUE(loader.LoadText("good.mof", "[Abstract] class Good {};"));
+  EXPECT_FALSE(loader.LoadText("bad.mof", "@; [Abstract] class Other {};"));
+  EXPECT_EQ(loader.ErrorCount(), 1002);
+  EXPECT_THROW(s.Namespace()->GetClass("Other", TContext()), TTYLException);
+}
+
 TEST(MofSyntaxTest, KeepGoingReportsEveryErrorAndResumesAfterEach) {
   TSchemaBuilder s;
   TCapturingLogger quiet;
