@@ -64,7 +64,9 @@ class TPathParser {
     if (AtEnd()) return reference;
     Expect('.');
     while (true) {
+      const size_t keyAt = pos_;
       std::string key = ReadName("a key name");
+      if (reference.FindKeyValue(key) != nullptr) Fail("key " + key + " is given twice", keyAt);
       Expect('=');
       TRawValue raw = ReadValue(false);
       reference.AddKeyValue(key, Convert(raw, DeclaredType(cls, key), key));
@@ -281,11 +283,11 @@ class TPathParser {
     TCIMValue value;
     if (!s.empty() && s[0] == '-') {
       long long number = 0;
-      if (!ReadInteger(s, &number)) Fail("expected a number for key " + key, raw.position);
+      ReadInteger(raw, key, type == kCIMTypeNone ? kCIMTypeSint64 : type, &number);
       value = TCIMValue(number);
     } else {
       unsigned long long number = 0;
-      if (!ReadInteger(s, &number)) Fail("expected a number for key " + key, raw.position);
+      ReadInteger(raw, key, type == kCIMTypeNone ? kCIMTypeUint64 : type, &number);
       value = TCIMValue(number);
     }
     if (type == kCIMTypeNone) return value;
@@ -314,10 +316,17 @@ class TPathParser {
     return value;
   }
 
+  // The whole text as an integer of type T; digits beyond T's range are out
+  // of range for `type`, the key's type.
   template <typename T>
-  static bool ReadInteger(const std::string& s, T* out) {
+  void ReadInteger(const TRawValue& raw, const std::string& key, ECIMType type, T* out) const {
+    const std::string& s = raw.text;
     std::from_chars_result result = std::from_chars(s.data(), s.data() + s.size(), *out);
-    return result.ec == std::errc() && result.ptr == s.data() + s.size();
+    if (result.ptr != s.data() + s.size()) Fail("expected a number for key " + key, raw.position);
+    if (result.ec == std::errc::result_out_of_range) {
+      Fail(s + " is out of range for key " + key + " of type " + CIMTypeName(type), raw.position);
+    }
+    if (result.ec != std::errc()) Fail("expected a number for key " + key, raw.position);
   }
 
   static TCIMValue Narrow(const TCIMValue& value, ECIMType type) {

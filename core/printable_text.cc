@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -21,40 +22,54 @@ size_t AppendEscaped(std::string* out, unsigned char c) {
 
 TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes) {
   at = std::min(at, text.size());
-  size_t start = 0;
-  size_t end = text.size();
-  if (end > maxBytes) {
-    // Two thirds of the window before the byte, the rest after it.
-    start = at > maxBytes * 2 / 3 ? at - maxBytes * 2 / 3 : 0;
-    end = std::min(text.size(), start + maxBytes);
-    start = end - std::min(end, maxBytes);
-    // Cut between characters, not inside one.
-    for (int i = 0; i < 3 && start < at && IsContinuation(text[start]); ++i) ++start;
-    for (int i = 0; i < 3 && end > at && end < text.size() && IsContinuation(text[end]); ++i) --end;
+  // What is shown is at least as long as the text it shows, so the window
+  // comes from at most maxBytes of text on either side of the byte.
+  size_t from = at > maxBytes ? at - maxBytes : 0;
+  for (int i = 0; i < 3 && from > 0 && from < at && IsContinuation(text[from]); ++i) ++from;
+  const size_t to = std::min(text.size(), at + maxBytes);
+  // The text as shown, a character (or an escaped byte) at a time.
+  struct TPiece {
+    std::string shown;
+    std::string padding;  // what stands under it
+  };
+  std::vector<TPiece> pieces;
+  size_t atPiece = 0;  // the first piece at or after `at`
+  size_t i = from;
+  while (i < to) {
+    if (i < at) atPiece = pieces.size() + 1;
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    size_t length = Utf8SequenceLength(text.substr(i, 4));
+    TPiece piece;
+    if (c == '\t') {
+      piece.shown = piece.padding = "\t";
+    } else if (length == 0 || c < 0x20 || c == 0x7F) {
+      piece.padding.assign(AppendEscaped(&piece.shown, c), ' ');
+      length = 1;
+    } else {
+      piece.shown.assign(text.substr(i, length));
+      piece.padding = " ";
+    }
+    pieces.push_back(std::move(piece));
+    i += length;
   }
+  // Two thirds of the window before the byte, the rest after it; what one
+  // side does not use goes to the other. The window is measured as shown,
+  // so escapes do not stretch it.
+  size_t begin = atPiece, end = atPiece, used = 0;
+  auto fits = [&](size_t piece, size_t limit) { return used + pieces[piece].shown.size() <= limit; };
+  while (begin > 0 && fits(begin - 1, maxBytes * 2 / 3)) used += pieces[--begin].shown.size();
+  while (end < pieces.size() && fits(end, maxBytes)) used += pieces[end++].shown.size();
+  while (begin > 0 && fits(begin - 1, maxBytes)) used += pieces[--begin].shown.size();
   TExcerpt excerpt;
-  if (start > 0) {
+  if (begin > 0 || from > 0) {
     excerpt.text = kCut;
     excerpt.padding.assign(sizeof kCut - 1, ' ');
   }
-  for (size_t i = start; i < end;) {
-    const unsigned char c = static_cast<unsigned char>(text[i]);
-    size_t length = Utf8SequenceLength(text.substr(i, end - i));
-    std::string shown;
-    size_t columns = 1;
-    if (c == '\t') {
-      shown = "\t";
-    } else if (length == 0 || c < 0x20 || c == 0x7F) {
-      columns = AppendEscaped(&shown, c);
-      length = 1;
-    } else {
-      shown.assign(text.substr(i, length));
-    }
-    excerpt.text += shown;
-    if (i < at) excerpt.padding += c == '\t' ? std::string("\t") : std::string(columns, ' ');
-    i += length;
+  for (size_t piece = begin; piece < end; ++piece) {
+    excerpt.text += pieces[piece].shown;
+    if (piece < atPiece) excerpt.padding += pieces[piece].padding;
   }
-  if (end < text.size()) excerpt.text += kCut;
+  if (end < pieces.size() || i < text.size()) excerpt.text += kCut;
   return excerpt;
 }
 

@@ -6,7 +6,9 @@
 // length: a tab stays a tab, every other control byte (below 0x20, and 0x7F)
 // and every byte that is not part of a valid UTF-8 sequence is written as
 // \xHH, and a text longer than the limit is cut to a window marked with
-// "..." on the side (or sides) where something was left out.
+// "..." on the side (or sides) where something was left out. The limit is
+// on the text as shown, escapes included, so that a window of control bytes
+// is no longer than any other.
 
 #ifndef INMEM_CORE_PRINTABLE_TEXT_H_
 #define INMEM_CORE_PRINTABLE_TEXT_H_
@@ -29,11 +31,11 @@ struct TExcerpt {
   std::string padding;
 };
 
-// A window of at most `maxBytes` bytes of `text` around byte `at` (clamped
-// to the text), escaped as above.
+// A window of `text` around byte `at` (clamped to the text), escaped as
+// above, of at most `maxBytes` bytes as shown (besides the "..." marks).
 TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes = kPrintableLimit);
 
-// The start of `text`, escaped and cut to `maxBytes` bytes.
+// The start of `text`, escaped and cut to `maxBytes` bytes as shown.
 std::string Printable(std::string_view text, size_t maxBytes = kPrintableLimit);
 
 #endif  // INMEM_CORE_PRINTABLE_TEXT_H_

@@ -226,8 +226,18 @@ int TMofLoader::ErrorCount() const {
 
 void TMofLoader::Report(TMofDiagnostic::ESeverity severity, const TMofLocation& where,
                         const std::string& message) {
+  if (severity != TMofDiagnostic::kError) {
+    diagnostics_.push_back(TMofDiagnostic{severity, where, message});
+    return;
+  }
+  if (errors_ == kMaxErrors) {
+    diagnostics_.push_back(TMofDiagnostic{
+        severity, where, "more than " + std::to_string(kMaxErrors) + " errors: loading stops here"});
+    throw TLoadStopped();
+  }
+  ++errors_;
   diagnostics_.push_back(TMofDiagnostic{severity, where, message});
-  if (severity == TMofDiagnostic::kError && !options_.keepGoing) throw TLoadStopped();
+  if (!options_.keepGoing) throw TLoadStopped();
 }
 
 bool TMofLoader::ReadFile(const std::string& path, TMofFile* file, std::string* error) {

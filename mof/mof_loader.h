@@ -102,6 +102,11 @@ class TMofLoader {
  public:
   TMofLoader(boost::shared_ptr<ICIMNamespace> ns, TMofLoadOptions options = TMofLoadOptions());
 
+  // The most errors a loader reports. The next one ends the load that
+  // meets it, and every later load at its first error: MOF of some
+  // megabytes can hold millions of errors.
+  static constexpr int kMaxErrors = 1000;
+
   // Loads a file and what it includes; true when no error was reported.
   bool LoadFile(const std::string& path);
   // Loads MOF text as if read from a file named `name`.
@@ -151,6 +156,7 @@ class TMofLoader {
   boost::shared_ptr<ICIMNamespace> ns_;
   TMofLoadOptions options_;
   std::vector<TMofDiagnostic> diagnostics_;
+  int errors_ = 0;  // reported, up to kMaxErrors
   TMofLoadCounts counts_;
   std::map<std::string, TCIMReference> aliases_;
   std::vector<TOpenFile> includes_;

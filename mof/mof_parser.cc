@@ -40,10 +40,7 @@ const TMofToken& TMofParser::Peek() {
 TMofToken TMofParser::Take() {
   Peek();
   hasCurrent_ = false;
-  if (current_.kind == EMofToken::kPunctuation) {
-    if (current_.text == "{") ++depth_;
-    if (current_.text == "}" && depth_ > 0) --depth_;
-  }
+  if (current_.kind == EMofToken::kPunctuation) Nest(current_.text, &open_);
   return current_;
 }
 
@@ -81,16 +78,28 @@ bool TMofParser::StartsProduction(const TMofToken& token) {
           EqualsIgnoringCase(token.text, "qualifier"));
 }
 
+void TMofParser::Nest(const std::string& punctuation, TOpen* open) {
+  auto count = [&](int* n, char opener, char closer) {
+    if (punctuation[0] == opener) ++*n;
+    if (punctuation[0] == closer && *n > 0) --*n;
+  };
+  count(&open->braces, '{', '}');
+  count(&open->brackets, '[', ']');
+  count(&open->parentheses, '(', ')');
+}
+
 void TMofParser::Recover() {
-  // Braces the failed production opened are still open.
-  int depth = depth_;
+  // What the failed production opened is still open.
+  TOpen open = open_;
+  // A qualifier list of the failed production still waits for the "class"
+  // or "instance" that it qualifies: that word belongs to the failed one.
+  bool listWaits = listWaits_;
+  // A '[' after a name is an array's size; any other starts a qualifier list.
+  bool afterName = false;
   while (true) {
     TMofToken token;
     if (hasCurrent_) {
       token = current_;
-      // The next production's first word ends the failed one; Next reads
-      // it, so recovery stopping here still moves on.
-      if (depth == 0 && StartsProduction(token)) return;
       hasCurrent_ = false;
     } else {
       try {
@@ -99,17 +108,35 @@ void TMofParser::Recover() {
         continue;  // skip text that is no token; the lexer has moved past it
       }
     }
+    // The next production's first token, outside anything the failed one
+    // opened, ends the failed one. It is kept for Next, which reads it, so
+    // recovery stopping there still moves on; and a stray byte between two
+    // productions costs the second nothing.
+    const bool list = token.kind == EMofToken::kPunctuation && token.text == "[" && !afterName;
+    if (open.braces == 0 && open.brackets == 0 && open.parentheses == 0 &&
+        (list || StartsProduction(token))) {
+      const bool qualified = EqualsIgnoringCase(token.text, "class") ||
+                             EqualsIgnoringCase(token.text, "instance");
+      if (!(listWaits && qualified)) {
+        current_ = token;
+        hasCurrent_ = true;
+        return;
+      }
+      listWaits = false;
+    }
     if (token.kind == EMofToken::kEnd) return;
+    afterName = token.kind == EMofToken::kIdentifier;
     if (token.kind != EMofToken::kPunctuation) continue;
-    if (token.text == "{") ++depth;
-    if (token.text == "}" && depth > 0) --depth;
-    if (token.text == ";" && depth == 0) return;
+    if (token.text == "]" && open.braces == 0 && open.brackets == 1) listWaits = true;
+    Nest(token.text, &open);
+    if (token.text == ";" && open.braces == 0) return;
   }
 }
 
 bool TMofParser::Next(TMofProduction* production) {
   *production = TMofProduction();
-  depth_ = 0;
+  open_ = TOpen();
+  listWaits_ = false;
   if (Peek().kind == EMofToken::kEnd) return false;
   if (IsPunctuation("#")) {
     production->kind = TMofProduction::kPragma;
@@ -122,13 +149,18 @@ bool TMofParser::Next(TMofProduction* production) {
     return true;
   }
   std::vector<TMofQualifier> qualifiers;
-  if (IsPunctuation("[")) qualifiers = ParseQualifierList();
+  if (IsPunctuation("[")) {
+    qualifiers = ParseQualifierList();
+    listWaits_ = true;
+  }
   if (IsKeyword("class")) {
+    listWaits_ = false;
     production->kind = TMofProduction::kClass;
     ParseClass(std::move(qualifiers), &production->cls);
     return true;
   }
   if (IsKeyword("instance")) {
+    listWaits_ = false;
     production->kind = TMofProduction::kInstance;
     ParseInstance(std::move(qualifiers), &production->instance);
     return true;

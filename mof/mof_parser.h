@@ -21,10 +21,18 @@ class TMofParser {
   bool Next(TMofProduction* production);
   // After a syntax error: skips to just past the ';' that ends the failed
   // production (outside the braces it opened), or to the start of the next
-  // production, whichever comes first.
+  // production (outside the braces, brackets and parentheses it opened),
+  // whichever comes first.
   void Recover();
 
  private:
+  // Braces, brackets and parentheses opened and not yet closed.
+  struct TOpen {
+    int braces = 0;
+    int brackets = 0;
+    int parentheses = 0;
+  };
+
   const TMofToken& Peek();
   TMofToken Take();
   bool IsPunctuation(const char* p);
@@ -34,6 +42,8 @@ class TMofParser {
   std::string ExpectName(const char* what);
   [[noreturn]] void FailAt(const TMofToken& token, const std::string& expected);
   static bool StartsProduction(const TMofToken& token);
+  // Counts `punctuation` in *open when it opens or closes one of them.
+  static void Nest(const std::string& punctuation, TOpen* open);
 
   void ParsePragma(TMofPragma* pragma);
   void ParseQualifierDecl(TMofQualifierDecl* decl);
@@ -53,8 +63,11 @@ class TMofParser {
   TMofLexer lexer_;
   TMofToken current_;
   bool hasCurrent_ = false;
-  // Braces taken and not yet closed in the production being read.
-  int depth_ = 0;
+  // What the production being read has opened and not yet closed.
+  TOpen open_;
+  // The production being read has a qualifier list and has not yet come to
+  // the "class" or "instance" it qualifies.
+  bool listWaits_ = false;
 };
 
 #endif  // INMEM_MOF_MOF_PARSER_H_

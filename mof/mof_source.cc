@@ -8,11 +8,13 @@ TMofSource::TMofSource(std::string sourcePath, std::string sourceText)
   }
 }
 
-std::string TMofSource::Line(int line) const {
-  if (line < 1 || static_cast<size_t>(line) > lineStarts.size()) return std::string();
+std::string_view TMofSource::Line(int line) const {
+  if (line < 1 || static_cast<size_t>(line) > lineStarts.size()) return std::string_view();
   size_t start = lineStarts[static_cast<size_t>(line) - 1];
-  size_t end = text.find('\n', start);
-  if (end == std::string::npos) end = text.size();
+  // Up to the next line's start, without searching: the line may be long.
+  size_t end = static_cast<size_t>(line) < lineStarts.size()
+                   ? lineStarts[static_cast<size_t>(line)] - 1
+                   : text.size();
   if (end > start && text[end - 1] == '\r') --end;
-  return text.substr(start, end - start);
+  return std::string_view(text).substr(start, end - start);
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The text of one MOF file, split into lines for error messages.
@@ -16,8 +17,10 @@ struct TMofSource {
   std::vector<size_t> lineStarts;  // offset of each line's first character
 
   TMofSource(std::string path, std::string text);
-  // The text of line `line` (1-based), without its end of line.
-  std::string Line(int line) const;
+  // The text of line `line` (1-based), without its end of line: a view of
+  // `text`, since a line may be megabytes long and shown for every error on
+  // it.
+  std::string_view Line(int line) const;
 };
 
 struct TMofLocation {

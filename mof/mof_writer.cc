@@ -1,7 +1,6 @@
 #include "mof/mof_writer.h"
 
 #include <cstdio>
-#include <functional>
 #include <set>
 #include <vector>
 
@@ -266,23 +265,44 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns) {
         return true;
       },
       true, kNone);
-  std::set<const ICIMClass*> written;
-  std::function<void(const boost::shared_ptr<ICIMClass>&)> write =
-      [&](const boost::shared_ptr<ICIMClass>& cls) {
-        if (!written.insert(cls.get()).second) return;
-        if (!cls->IsTopLevel(kNone)) write(cls->GetSuperClass(kNone));
-        cls->EnumeratePropertyDecls(
-            [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
-              const TCIMValue& value = decl->GetDefaultValue(kNone);
-              if (!value.IsReference()) return true;
-              boost::shared_ptr<ICIMClass> target = value.GetReferencedClass();
-              if (target) write(target);
-              return true;
-            },
-            kNone);
-        WriteClass(*cls);
-      };
-  for (const auto& cls : all) write(cls);
+  // A class waits for the classes it needs: its superclass and the classes
+  // its references point at. A chain of references can be as long as the
+  // schema, so the walk keeps its own stack rather than recursing.
+  struct TPending {
+    boost::shared_ptr<ICIMClass> cls;
+    std::vector<boost::shared_ptr<ICIMClass>> needs;
+    size_t next = 0;
+  };
+  std::set<const ICIMClass*> seen;
+  std::vector<TPending> pending;
+  auto visit = [&](const boost::shared_ptr<ICIMClass>& cls) {
+    if (!seen.insert(cls.get()).second) return;
+    TPending entry{cls, {}};
+    if (!cls->IsTopLevel(kNone)) entry.needs.push_back(cls->GetSuperClass(kNone));
+    cls->EnumeratePropertyDecls(
+        [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
+          const TCIMValue& value = decl->GetDefaultValue(kNone);
+          if (!value.IsReference()) return true;
+          boost::shared_ptr<ICIMClass> target = value.GetReferencedClass();
+          if (target) entry.needs.push_back(target);
+          return true;
+        },
+        kNone);
+    pending.push_back(std::move(entry));
+  };
+  for (const auto& cls : all) {
+    visit(cls);
+    while (!pending.empty()) {
+      TPending& top = pending.back();
+      if (top.next < top.needs.size()) {
+        const boost::shared_ptr<ICIMClass> need = top.needs[top.next++];
+        visit(need);  // may move `top`
+        continue;
+      }
+      WriteClass(*top.cls);
+      pending.pop_back();
+    }
+  }
   // Plain instances first: associations point at them.
   for (bool associations : {false, true}) {
     for (const auto& cls : all) {

@@ -256,11 +256,13 @@ bool TInmemClass::operator<(const ICIMClass& other) const {
 void TInmemClass::AddSubclass(boost::shared_ptr<ICIMClass> subclass, TContext) {
   boost::shared_ptr<TInmemClass> added = boost::dynamic_pointer_cast<TInmemClass>(subclass);
   const std::string& addedName = added->name;
-  auto same = std::find_if(subclasses.begin(), subclasses.end(),
-                           [&](const boost::shared_ptr<TInmemClass>& c) {
-                             return c->name == addedName;
-                           });
-  if (same != subclasses.end()) subclasses.erase(same);
+  if (!subclassNames.insert(addedName).second) {
+    auto same = std::find_if(subclasses.begin(), subclasses.end(),
+                             [&](const boost::shared_ptr<TInmemClass>& c) {
+                               return c->name == addedName;
+                             });
+    if (same != subclasses.end()) subclasses.erase(same);
+  }
   subclasses.push_back(added);
 }
 
@@ -269,7 +271,9 @@ void TInmemClass::RemoveSubclass(boost::shared_ptr<ICIMClass> subclass, TContext
                            [&](const boost::shared_ptr<TInmemClass>& c) {
                              return static_cast<ICIMClass*>(c.get()) == subclass.get();
                            });
-  if (same != subclasses.end()) subclasses.erase(same);
+  if (same == subclasses.end()) return;
+  subclassNames.erase((*same)->name);
+  subclasses.erase(same);
 }
 
 void TInmemClass::AddAssociationClass(boost::shared_ptr<ICIMClass> association, TContext) {

@@ -24,6 +24,7 @@
 #include <string_view>
 #include <vector>
 
+#include <absl/container/flat_hash_set.h>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/function.hpp>
 #include <boost/weak_ptr.hpp>
@@ -148,7 +149,10 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   // The instance filed under `path`'s path text, or an empty pointer.
   boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path, TContext context) const;
   // Takes over `old`'s list of direct subclasses (a redefinition does).
-  void CopySubclassListOf(const TInmemClass& old) { subclasses = old.subclasses; }
+  void CopySubclassListOf(const TInmemClass& old) {
+    subclasses = old.subclasses;
+    subclassNames = old.subclassNames;
+  }
   // Drops every instance of this class (not of its subclasses).
   void ClearClassInstances();
   // The properties a new instance of this class holds (kept until the
@@ -202,6 +206,9 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   TPropertyDeclMap propertyDecls;
   std::map<std::string, boost::shared_ptr<ICIMProperty>> classProperties;
   std::vector<boost::shared_ptr<TInmemClass>> subclasses;
+  // The names in `subclasses`: a class with thousands of direct subclasses
+  // registers each without searching the list for its name.
+  absl::flat_hash_set<std::string> subclassNames;
   std::map<std::string, boost::shared_ptr<TInmemClass>> associationClasses;
   TReferrerIndex::TInstanceMap instances;
   // While a walk over this class's referrers runs (EnumerateReferrers, which

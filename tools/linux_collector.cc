@@ -1,6 +1,7 @@
 #include "tools/linux_collector.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 #include <time.h>
 
 #include <algorithm>
@@ -118,6 +119,11 @@ std::optional<std::string> Field(const std::map<std::string, std::string>& field
 }  // namespace
 
 std::optional<std::string> TLinuxCollector::Read(const std::string& path) const {
+  struct stat status;
+  if (stat((root_ + path).c_str(), &status) != 0) return std::nullopt;
+  // A pipe where a copied tree had a file would block the read for ever;
+  // anything but a regular file is there but cannot be read.
+  if (!S_ISREG(status.st_mode)) return std::string();
   std::ifstream in(root_ + path, std::ios::binary);
   if (!in.is_open()) return std::nullopt;
   std::string text;

@@ -59,7 +59,8 @@ class TLinuxCollector {
 
  private:
   // The trimmed text of the file at `path` below the root; none when the
-  // file is not there. A file that is there but cannot be read gives "".
+  // file is not there. A file that is there but cannot be read gives "", and
+  // so does anything there that is not a regular file (a pipe, a device).
   std::optional<std::string> Read(const std::string& path) const;
   // A new instance of `className` with `values`, entered in the namespace.
   // Values the class cannot hold are left out with a note. When the

@@ -94,10 +94,13 @@ TEST(CIMReferenceTest, ParseRefusesMalformedTextNamingThePosition) {
       {"c.k=\"a\\b\"", "position 8: expected '\\\"' or '\\\\' after a backslash"},
       {"c.k=1,", "position 7: expected a key name"},
       {"c.k=1;j=2", "position 5: expected a number"},
+      {"c.k=1,K=2", "position 7: key K is given twice"},
       {"c k=1", "position 2: expected '.'"},
       {"c.k={1,\"a\"}", "not all of one type"},
       {"c.k={18446744073709551615,-1}", "not all of one type"},
       {"c.k=1e999", "position 5: 1e999 is out of range for key k of type real64"},
+      {"c.k=18446744073709551616", "position 5: 18446744073709551616 is out of range for key k of type uint64"},
+      {"c.k=-9223372036854775809", "position 5: -9223372036854775809 is out of range for key k of type sint64"},
       // Nesting is refused at once, however deep the text goes.
       {"c.k={{1}}", "position 6: an array key value cannot hold an array"},
   };
@@ -175,6 +178,7 @@ TEST_F(ReferenceWithNamespaceTest, ParseRefusesValuesThatDoNotFitTheDeclaration)
   }
   const std::pair<std::string, const char*> rows[] = {
       {"CIM_Thing.Small=300", "300 is out of range for key Small of type uint8"},
+      {"CIM_Thing.Small=99999999999999999999", "99999999999999999999 is out of range for key Small of type uint8"},
       {"CIM_Thing.Small=\"7\"", "key Small is declared uint8"},
       {"CIM_Thing.When=\"friday\"", "key When is not a CIM datetime (expected 25 characters"},
       {"CIM_Thing.Letter=\"ab\"", "key Letter is a char16"},

@@ -1,5 +1,7 @@
 // Bad MOF text: each error names its position and what was expected.
 
+#include <chrono>
+
 #include <gtest/gtest.h>
 
 #include "core/tyl_exception.h"
@@ -64,6 +66,13 @@ TEST(MofSyntaxTest, TheErrorShowsAWindowOfTheLineWithControlBytesEscaped) {
   std::string error = FirstError(longLine);
   EXPECT_LT(error.size(), 600u);
   EXPECT_NE(error.find("t.mof:1:22: error: unterminated string literal"), std::string::npos) << error;
+  // Escapes count in the window: a line of control bytes gives no longer a
+  // message, and the caret still stands under the bad escape.
+  const std::string controls(1000, '\x01');
+  error = FirstError("class A { string s = \"" + controls + "\\q" + controls + "\"; };");
+  EXPECT_LT(error.size(), 600u);
+  const size_t line = error.find('\n') + 1, caret = error.find('\n', line) + 1;
+  EXPECT_EQ(error.find("\\q", line) - line, error.size() - caret - 1) << error;
   // The caret stands under the quote, after the escaped NUL and the tab.
   EXPECT_EQ(FirstError(std::string("\0\tclass", 7)),
             "t.mof:1:1: error: unexpected character '\\x00'\n    \\x00\tclass\n    ^");
@@ -74,13 +83,26 @@ TEST(MofSyntaxTest, TheErrorShowsAWindowOfTheLineWithControlBytesEscaped) {
 TEST(MofSyntaxTest, KeepGoingAlwaysMovesOnAndResumesAfterTheFailedProduction) {
   std::string garbage;
   for (int i = 0; i < 4096; ++i) garbage += static_cast<char>((i * 7919) % 256);
-  const std::pair<std::string, int> rows[] = {
-      {"@@@ class A {};", 1},
-      {std::string("\0\0\0", 3), 1},
-      {garbage, -1},  // any number of errors, as long as loading ends
+  const struct {
+    std::string text;
+    int errors;           // -1: any number, as long as loading ends
+    const char* loads;    // a class that must load after the error
+    const char* skipped;  // a class of the failed production
+  } rows[] = {
+      // Stray bytes before a production cost it nothing.
+      {"@@@ class A {};", 1, "A", ""},
+      {std::string(1, '\0') + "[Abstract] class A {};", 1, "A", ""},
+      {std::string("\0\0\0", 3), 1, "", ""},
+      {garbage, -1, "", ""},
       // The bad literal is one error; the class after it loads.
-      {"[Abstract] class A { string s = \"\xFF\\q\"; uint8 x; };\n[Abstract] class B {};", 1},
-      {"class A { uint8 x = 0x; };\n#pragma include (\"nowhere\")", 2},
+      {"[Abstract] class A { string s = \"\xFF\\q\"; uint8 x; };\n[Abstract] class B {};", 1, "B", "A"},
+      {"class A { uint8 x = 0x; };\n#pragma include (\"nowhere\")", 2, "", "A"},
+      // A qualifier list belongs to the class it qualifies; a word inside
+      // parentheses or a '[' after a type starts nothing.
+      {"[Abstract] @ class A {};\n[Abstract] class B {};", 1, "B", "A"},
+      {"[Abstract(@)] class A {};\n[Abstract] class B {};", 1, "B", "A"},
+      {"Qualifier Q : boolean = @, Scope(class);\n[Abstract] class B {};", 1, "B", ""},
+      {"Qualifier Q : @ string[], Scope(any);\n[Abstract] class B {};", 1, "B", ""},
   };
   for (const auto& row : rows) {
     TSchemaBuilder s;
@@ -88,14 +110,60 @@ TEST(MofSyntaxTest, KeepGoingAlwaysMovesOnAndResumesAfterTheFailedProduction) {
     TMofLoadOptions options;
     options.keepGoing = true;
     TMofLoader loader(s.Namespace(), options);
-    EXPECT_FALSE(loader.LoadText("t.mof", row.first));
-    if (row.second >= 0) {
-      EXPECT_EQ(loader.ErrorCount(), row.second) << row.first;
+    EXPECT_FALSE(loader.LoadText("t.mof", row.text));
+    if (row.errors >= 0) {
+      EXPECT_EQ(loader.ErrorCount(), row.errors) << row.text;
     }
-    if (row.second == 1 && row.first.find("class B") != std::string::npos) {
-      EXPECT_TRUE(s.Namespace()->GetClass("B", TContext()));
+    if (*row.loads != '\0') {
+      EXPECT_NO_THROW(s.Namespace()->GetClass(row.loads, TContext())) << row.text;
+    }
+    if (*row.skipped != '\0') {
+      EXPECT_THROW(s.Namespace()->GetClass(row.skipped, TContext()), TTYLException) << row.text;
     }
   }
+}
+
+// MOF of some megabytes can hold millions of errors. Keeping going or not,
+// loading stops at the error after the thousandth, and a later load at its
+// first error.
+TEST(MofSyntaxTest, AFloodOfErrorsEndsTheLoad) {
+  std::string flood;
+  for (int i = 0; i < 5000; ++i) flood += "@;\n";
+  TSchemaBuilder s;
+  TCapturingLogger quiet;
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  TMofLoader loader(s.Namespace(), options);
+  EXPECT_FALSE(loader.LoadText("flood.mof", flood + "[Abstract] class Late {};"));
+  EXPECT_EQ(loader.ErrorCount(), 1001);
+  EXPECT_EQ(loader.Diagnostics().back().Format().substr(0, 58),
+            "flood.mof:1001:1: error: more than 1000 errors: loading st");
+  EXPECT_THROW(s.Namespace()->GetClass("Late", TContext()), TTYLException);
+  EXPECT_TRUE(loader.LoadText("good.mof", "[Abstract] class Good {};"));
+  EXPECT_FALSE(loader.LoadText("bad.mof", "@; [Abstract] class Other {};"));
+  EXPECT_EQ(loader.ErrorCount(), 1002);
+  EXPECT_THROW(s.Namespace()->GetClass("Other", TContext()), TTYLException);
+}
+
+// A thousand errors on a line of 16 MB are shown from windows of it, in a
+// moment, not in the seconds that copying the line for each would take.
+TEST(MofSyntaxTest, ErrorsOnALongLineAreShownWithoutCopyingIt) {
+  std::string line;
+  for (int i = 0; i < 1000; ++i) line += "@;";
+  line += std::string(16 << 20, ' ');
+  TSchemaBuilder s;
+  TCapturingLogger quiet;
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  TMofLoader loader(s.Namespace(), options);
+  EXPECT_FALSE(loader.LoadText("t.mof", line));
+  ASSERT_EQ(loader.ErrorCount(), 1000);
+  const auto start = std::chrono::steady_clock::now();
+  size_t shown = 0;
+  for (const TMofDiagnostic& d : loader.Diagnostics()) shown += d.Format().size();
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(took.count(), 1.0);
+  EXPECT_LT(shown, 1000 * 600u);
 }
 
 TEST(MofSyntaxTest, KeepGoingReportsEveryErrorAndResumesAfterEach) {

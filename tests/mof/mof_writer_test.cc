@@ -1,6 +1,9 @@
 // What the writer gives reads back to the same repository.
 
+#include <pthread.h>
+
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <sstream>
 #include <vector>
@@ -14,6 +17,7 @@
 #include "mof/mof_writer.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/provider_namespace.h"
+#include "tests/support/schema_builder.h"
 
 namespace {
 
@@ -128,6 +132,49 @@ TEST(MofWriterTest, EveryValueAHostCanSetReadsBackEqual) {
     }
   }
   EXPECT_EQ(Export(*second), exported);
+}
+
+// Runs `work` on a thread whose stack holds `bytes`.
+void RunOnStack(size_t bytes, std::function<void()> work) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, bytes);
+  pthread_t thread;
+  auto run = [](void* w) -> void* {
+    (*static_cast<std::function<void()>*>(w))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+// Each class of a chain references the next one and comes before it in the
+// namespace, so every class waits for the rest of the chain: the export is
+// written in that order all the same, on a stack far smaller than the chain.
+TEST(MofWriterTest, ALongChainOfReferencesNeedsNoDeepStack) {
+  TCapturingLogger quiet;
+  TSchemaBuilder s;
+  const int length = 5000;
+  std::vector<TClassPtr> chain;
+  for (int i = 0; i < length; ++i) {
+    chain.push_back(s.Class("C" + std::to_string(i), "", {{"ASSOCIATION", TCIMValue(true)}}));
+  }
+  for (int i = 0; i < length; ++i) {
+    if (i + 1 < length) {
+      s.Reference(chain[i], "Next", chain[i + 1], {{"KEY", TCIMValue(true)}});
+    } else {
+      s.Key(chain[i], "Id");
+    }
+    s.Enter(chain[i]);
+  }
+  std::string exported;
+  RunOnStack(128 << 10, [&] { exported = Export(*s.Namespace()); });
+  EXPECT_LT(exported.find("class C4999 "), exported.find("class C4998 "));
+  boost::shared_ptr<ICIMNamespace> reread = NewProviderNamespace();
+  TMofLoader loader(reread);
+  EXPECT_TRUE(loader.LoadText("export.mof", exported));
+  EXPECT_EQ(loader.Counts().classes, length);
 }
 
 TEST(MofWriterTest, TheCIMSchemaRoundTrips) {

@@ -4,6 +4,11 @@
 
 #include "tools/linux_collector.h"
 
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -147,6 +152,34 @@ TEST_F(HostileMachineTest, UnreadableDetailsAreNullOrLeftOutNeverGuessed) {
   // Caches of levels 4 and 5, and of no readable level, change no state.
   const TCacheStates& states = collector_.CacheStates();
   EXPECT_EQ(std::make_tuple(states.level1, states.level2, states.level3), std::make_tuple(1, 1, -1));
+}
+
+// A copied tree with pipes where /proc and /sys have files. A pipe without
+// a writer would block a read for ever: it counts as a file that cannot be
+// read, and the rest of the machine is inventoried.
+class PipedMachineTest : public CollectorTest {
+ protected:
+  PipedMachineTest() : CollectorTest(PipedTree()) {}
+  ~PipedMachineTest() override { std::filesystem::remove_all(Root()); }
+
+  static std::string Root() { return testing::TempDir() + "piped-machine"; }
+  static std::string PipedTree() {
+    std::filesystem::remove_all(Root());
+    std::filesystem::create_directories(Root() + "/proc/sys/kernel");
+    std::filesystem::create_directories(Root() + "/sys/block/sda");
+    std::ofstream(Root() + "/proc/sys/kernel/hostname") << "piped\n";
+    std::ofstream(Root() + "/proc/sys/kernel/ostype") << "Linux\n";
+    for (const char* pipe : {"/proc/uptime", "/proc/meminfo", "/sys/block/sda/size"}) {
+      EXPECT_EQ(mkfifo((Root() + pipe).c_str(), 0600), 0) << pipe;
+    }
+    return Root();
+  }
+};
+
+TEST_F(PipedMachineTest, PipesAreNotRead) {
+  EXPECT_EQ(Display("PELXA_OperatingSystem.Name=\"Linux\"", "Uptime"), "null");
+  EXPECT_EQ(Display("PELXA_DiskDrive.DeviceID=\"sda\"", "Size"), "null");
+  EXPECT_EQ(Parts(), 2);  // the disk and the system software
 }
 
 TEST(CollectorFailureTest, AMachineWithoutAHostNameIsNotInventoried) {
