@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -15,6 +14,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "core/ascii.h"
 #include "core/log_capture.h"
 #include "core/printable_text.h"
 #include "core/root_object.h"
@@ -425,6 +425,9 @@ boost::shared_ptr<ICIMClass> TMofLoader::FindClass(const std::string& name,
 }
 
 void TMofLoader::Qualify(ICIMNamedElement& element, const std::vector<TMofQualifier>& qualifiers) {
+  // Given twice, the second would silently take the first's place.
+  RefuseRepeatedNames(qualifiers, "one qualifier list",
+                      [](const TMofQualifier&) { return "qualifier "; });
   for (const TMofQualifier& q : qualifiers) {
     boost::shared_ptr<ICIMQualifierDecl> decl = ns_->GetQualifierDecl(q.name, TContext());
     if (!decl) {
@@ -465,7 +468,7 @@ void TMofLoader::RefuseRepeatedNames(const std::vector<Item>& items, const std::
   std::map<std::pair<std::string, std::string>, const Item*> seen;
   for (const Item& item : items) {
     std::string key = item.name;
-    for (char& ch : key) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    for (char& ch : key) ch = ToLowerAscii(ch);
     auto first = seen.emplace(std::make_pair(std::string(kindOf(item)), key), &item);
     if (first.second) continue;
     const TMofLocation& at = first.first->second->location;

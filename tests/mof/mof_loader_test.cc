@@ -140,6 +140,7 @@ TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
       {"class A { [Key] string Id;\n  uint32 N; string n; };",
        "property n is given twice in class A (first at line 2, column 3)"},
       {"class A { [Key] string Id; uint32 M(); uint32 m(); };", "method m is given twice in class A"},
+      {"class A { [Key, KEY] string Id; };", "qualifier KEY is given twice in one qualifier list"},
       {"class A { [Key] string Id; B REF Other; };", "class B is not defined"},
       {"class A { [Key] string Id; A REF Self; };",
        "class A refused by the repository: reference property on a non-association class "
