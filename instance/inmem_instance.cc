@@ -94,7 +94,8 @@ bool TInmemInstance::DeclaresCollectionTime() const {
   // the layout spares a thrown and caught "absent" for every instance of a
   // class without the property. Any other implementation, a subclass of
   // ours included, may answer its lookup as it likes, so it is asked.
-  if (typeid(*cls) == typeid(TInmemClass)) {
+  const ICIMClass& own = *cls;  // dereferenced apart: typeid's operand has no side effects
+  if (typeid(own) == typeid(TInmemClass)) {
     return layout->Find("datetimeofcollection") != TPropertyLayout::kAbsent;
   }
   cls->GetPropertyDecl("DateTimeOfCollection", TContext());  // absent: status 15
