@@ -39,7 +39,8 @@ instance of Fz_Integers { U8 = 1; S8 = -1; U16 = 2; S16 = -2; U32 = 3; S32 = -3;
 
 }  // namespace
 
-TFuzzInput SplitInput(const uint8_t* data, size_t size) {
+TFuzzInput BeginInput(const uint8_t* data, size_t size) {
+  SilenceCoreLogger();
   TFuzzInput input;
   if (size == 0) return input;
   input.mode = data[0];
@@ -89,6 +90,14 @@ TMofFileReader TMemoryFiles::Reader() const {
   };
 }
 
+TMofLoadOptions LoadOptions(uint8_t mode, const TMemoryFiles& files) {
+  TMofLoadOptions options;
+  options.keepGoing = (mode & 1) != 0;
+  options.allowRedefinition = (mode & 2) != 0;
+  options.readFile = files.Reader();
+  return options;
+}
+
 std::string ExportMof(ICIMNamespace& ns) {
   std::ostringstream out;
   TMofWriter(out).WriteNamespace(ns);
@@ -109,6 +118,10 @@ const boost::shared_ptr<ICIMNamespace>& KeySchema() {
     return ns;
   }();
   return schema;
+}
+
+boost::shared_ptr<ICIMNamespace> PathNamespace(uint8_t mode) {
+  return (mode & 1) != 0 ? KeySchema() : boost::shared_ptr<ICIMNamespace>();
 }
 
 void RoundTripBroken(const std::string& what, const std::string& first, const std::string& second) {

@@ -12,24 +12,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <string>
 
 #include <boost/shared_ptr.hpp>
 
+#include "core/tyl_exception.h"
 #include "include/cim_namespace.h"
 #include "mof/mof_loader.h"
+
+// Puts a logger in place that keeps nothing, once per process: the
+// repository logs every refusal, and a fuzzer makes millions of them.
+void SilenceCoreLogger();
 
 // The bytes of one input: the mode byte (0 for an empty input) and the text.
 struct TFuzzInput {
   uint8_t mode = 0;
   std::string text;
 };
-TFuzzInput SplitInput(const uint8_t* data, size_t size);
-
-// Puts a logger in place that keeps nothing, once per process: the
-// repository logs every refusal, and a fuzzer makes millions of them.
-void SilenceCoreLogger();
+// What a harness does first: silences the core logger and splits the input.
+TFuzzInput BeginInput(const uint8_t* data, size_t size);
 
 // A new, empty repository from the provider, as a host gets one.
 boost::shared_ptr<ICIMNamespace> FreshNamespace(bool allowRedefinition);
@@ -53,6 +56,10 @@ class TMemoryFiles {
   std::map<std::string, std::string> files_;
 };
 
+// Loader options from a mode byte: bit 0 keep going after errors, bit 1
+// redefinition allowed; files are read from `files`.
+TMofLoadOptions LoadOptions(uint8_t mode, const TMemoryFiles& files);
+
 // The namespace as the writer exports it.
 std::string ExportMof(ICIMNamespace& ns);
 
@@ -61,6 +68,22 @@ std::string ExportMof(ICIMNamespace& ns);
 // reference, an association whose keys are references), for paths that are
 // read with their keys typed. The harnesses only read it.
 const boost::shared_ptr<ICIMNamespace>& KeySchema();
+// For the path harnesses: no namespace, or KeySchema when bit 0 of the mode
+// byte is set.
+boost::shared_ptr<ICIMNamespace> PathNamespace(uint8_t mode);
+
+// Aborts unless a reader that throws (`parse`, e.g. TCIMReference::Parse)
+// agrees with its TryParse, which gave `read` and `tried`: the same value
+// when TryParse read one, TTYLException(kStatusInvalidParameter) otherwise.
+template <typename T, typename Parse>
+void CheckParseAgrees(bool read, const T& tried, Parse parse) {
+  try {
+    T parsed = parse();
+    if (!read || parsed != tried) std::abort();
+  } catch (const TTYLException& e) {
+    if (read || e.GetStatusCode() != kStatusInvalidParameter) std::abort();
+  }
+}
 
 // Reports a broken round-trip property with the two texts that differ,
 // then aborts so that the fuzzer keeps the input.

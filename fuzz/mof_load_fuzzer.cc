@@ -14,13 +14,9 @@
 #include "fuzz/fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  SilenceCoreLogger();
-  TFuzzInput input = SplitInput(data, size);
+  TFuzzInput input = BeginInput(data, size);
   TMemoryFiles files(input.text);
-  TMofLoadOptions options;
-  options.keepGoing = (input.mode & 1) != 0;
-  options.allowRedefinition = (input.mode & 2) != 0;
-  options.readFile = files.Reader();
+  TMofLoadOptions options = LoadOptions(input.mode, files);
   TMofLoader loader(FreshNamespace(options.allowRedefinition), options);
   bool loaded = (input.mode & 4) != 0
                     ? loader.LoadFile(TMemoryFiles::kMainFile)

@@ -27,10 +27,8 @@ std::string Difference(const TCIMReference& a, const TCIMReference& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  SilenceCoreLogger();
-  TFuzzInput input = SplitInput(data, size);
-  boost::shared_ptr<ICIMNamespace> ns;
-  if (input.mode & 1) ns = KeySchema();
+  TFuzzInput input = BeginInput(data, size);
+  boost::shared_ptr<ICIMNamespace> ns = PathNamespace(input.mode);
 
   TCIMReference first;
   std::string error;
