@@ -3,15 +3,19 @@
 #   make test      set up, build and run every test
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
 #   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json)
+#   make fuzz      the fuzz harnesses (clang, libFuzzer), each run FUZZ_SECONDS
 
 BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
 BENCH_DIR ?= build-bench
 BENCH_ARGS ?=
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_HARNESSES ?=
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
-.PHONY: deps build run test sanitize bench clean
+.PHONY: deps build run test sanitize bench fuzz clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -40,5 +44,14 @@ bench: deps
 	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
 	  --benchmark_out_format=json $(BENCH_ARGS)
 
+# Fuzzers: every library with coverage hooks and sanitizers, each harness run
+# on a scratch copy of its seed corpus (fuzz/corpus/); FUZZ_HARNESSES picks some.
+fuzz:
+	@bash scripts/install-deps.sh fuzz
+	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DINMEM_WERROR=ON -DINMEM_BUILD_FUZZ=ON -DBUILD_TESTING=OFF
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target inmem_fuzzers
+	bash scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_HARNESSES)
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR) $(FUZZ_DIR)

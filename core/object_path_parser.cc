@@ -284,7 +284,9 @@ class TPathParser {
     if (!s.empty() && s[0] == '-') {
       long long number = 0;
       ReadInteger(raw, key, type == kCIMTypeNone ? kCIMTypeSint64 : type, &number);
-      value = TCIMValue(number);
+      // The value decides, not the sign written: "-0" is a uint64, as the
+      // "0" it is written back as reads.
+      value = number < 0 ? TCIMValue(number) : TCIMValue(static_cast<unsigned long long>(number));
     } else {
       unsigned long long number = 0;
       ReadInteger(raw, key, type == kCIMTypeNone ? kCIMTypeUint64 : type, &number);

@@ -61,7 +61,8 @@ bool TInmemInstance::ResolvesToThis(const TCIMValue& reference) const {
   const TCIMReference& path = reference.GetReference();
   boost::shared_ptr<ICIMNamespace> ns = path.ResolvingNamespace();
   if (path.GetClassName().empty() || !ns) return false;
-  if (typeid(*ns) != typeid(TInmemNamespace)) {
+  const ICIMNamespace& resolver = *ns;  // dereferenced apart: typeid's operand has no side effects
+  if (typeid(resolver) != typeid(TInmemNamespace)) {
     bool resolved = false;
     UnlessNotFound([&] { resolved = IsThis(path.GetCIMElement(false)); });
     return resolved;

@@ -94,7 +94,8 @@ bool TInmemInstance::DeclaresCollectionTime() const {
   // the layout spares a thrown and caught "absent" for every instance of a
   // class without the property. Any other implementation, a subclass of
   // ours included, may answer its lookup as it likes, so it is asked.
-  if (typeid(*cls) == typeid(TInmemClass)) {
+  const ICIMClass& own = *cls;  // dereferenced apart: typeid's operand has no side effects
+  if (typeid(own) == typeid(TInmemClass)) {
     static const std::string kNormalisedName = "datetimeofcollection";
     return layout->Find(kNormalisedName) != TPropertyLayout::kAbsent;
   }
@@ -170,7 +171,8 @@ void TInmemInstance::AfterReferenceChange() {
 
 template <typename F>
 bool TInmemInstance::VisitOwnKeys(const F& visit) const {
-  if (typeid(*this) != typeid(TInmemInstance) || typeid(*cls) != typeid(TInmemClass)) return false;
+  const ICIMClass& own = *cls;  // dereferenced apart: typeid's operand has no side effects
+  if (typeid(*this) != typeid(TInmemInstance) || typeid(own) != typeid(TInmemClass)) return false;
   boost::shared_ptr<const TInmemClass::TKeyCache> keys = static_cast<TInmemClass&>(*cls).Keys();
   // Every key is looked up before the first visit: when one is missing, the
   // caller's way through the interfaces must see every key.

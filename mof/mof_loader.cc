@@ -244,9 +244,19 @@ bool TMofLoader::ReadFile(const std::string& path, TMofFile* file, std::string* 
   return options_.readFile ? options_.readFile(path, file, error) : ReadMofFile(path, file, error);
 }
 
-bool TMofLoader::LoadFile(const std::string& path) {
+template <typename F>
+bool TMofLoader::Load(F load) {
   int before = ErrorCount();
+  filesLeft_ = kMaxFilesPerLoad;
   try {
+    load();
+  } catch (const TLoadStopped&) {
+  }
+  return ErrorCount() == before;
+}
+
+bool TMofLoader::LoadFile(const std::string& path) {
+  return Load([&] {
     TMofFile file;
     std::string error;
     if (ReadFile(path, &file, &error)) {
@@ -255,23 +265,17 @@ bool TMofLoader::LoadFile(const std::string& path) {
       Report(TMofDiagnostic::kError, TMofLocation(),
              error.empty() ? "cannot read " + Printable(path) + ": no such file" : Printable(error));
     }
-  } catch (const TLoadStopped&) {
-  }
-  return ErrorCount() == before;
+  });
 }
 
 bool TMofLoader::LoadText(const std::string& name, const std::string& text) {
-  int before = ErrorCount();
-  try {
-    LoadSource(TMofFile{name, text}, name, TMofLocation());
-  } catch (const TLoadStopped&) {
-  }
-  return ErrorCount() == before;
+  return Load([&] { LoadSource(TMofFile{name, text}, name, TMofLocation()); });
 }
 
 void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
                             const TMofLocation& includedAt) {
   ++counts_.files;
+  --filesLeft_;
   auto source = std::make_shared<const TMofSource>(path, file.text);
   includes_.push_back(TOpenFile{file.identity, source, includedAt});
   // Popped however the load ends, a stopped load included.
@@ -327,6 +331,12 @@ void TMofLoader::Include(const TMofPragma& pragma) {
     Report(TMofDiagnostic::kError, pragma.location,
            "includes nest deeper than " + std::to_string(kMaxIncludeDepth) + " files");
     return;
+  }
+  if (filesLeft_ <= 0) {
+    Report(TMofDiagnostic::kError, pragma.location,
+           "one load reads at most " + std::to_string(kMaxFilesPerLoad) +
+               " files (a file included again counts again); the load ends here");
+    throw TLoadStopped();
   }
   std::vector<std::string> candidates;
   if (!pragma.parameter.empty() && pragma.parameter[0] == '/') {

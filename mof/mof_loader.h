@@ -26,8 +26,11 @@
 // superclasses and association ends; their instances can still be filed.
 //
 // Bounds, since MOF may come from anyone: includes nest at most 64 files
-// deep, a class has at most 256 ancestors (besides the root class), and a
-// file has at most 256 MiB.
+// deep, one load reads at most 16384 files (a file included again is read
+// again and counts again, so that a few small files including each other
+// twice over cannot make a load run for ever; reaching the bound ends the
+// load, keepGoing or not), a class has at most 256 ancestors (besides the
+// root class), and a file has at most 256 MiB.
 //
 // By default loading stops at the first error; with `keepGoing` it skips
 // the element and goes on, to report every error.
@@ -126,8 +129,12 @@ class TMofLoader {
     TMofLocation includedAt;  // the pragma that included it; none for the first
   };
   static constexpr size_t kMaxIncludeDepth = 64;
+  static constexpr int kMaxFilesPerLoad = 16384;
   static constexpr size_t kMaxInheritanceDepth = 256;
 
+  // Runs one load (LoadFile, LoadText); true when it reported no error.
+  template <typename F>
+  bool Load(F load);
   bool ReadFile(const std::string& path, TMofFile* file, std::string* error);
   void LoadSource(const TMofFile& file, const std::string& path, const TMofLocation& includedAt);
   void Include(const TMofPragma& pragma);
@@ -160,6 +167,7 @@ class TMofLoader {
   TMofLoadCounts counts_;
   std::map<std::string, TCIMReference> aliases_;
   std::vector<TOpenFile> includes_;
+  int filesLeft_ = 0;  // of the load under way
 };
 
 #endif  // INMEM_MOF_MOF_LOADER_H_

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need, and only
 # those that are missing, so that a machine that has them all is not touched.
+# With the argument "fuzz", also what the fuzz build needs (make fuzz).
 set -euo pipefail
 
 packages=(
@@ -12,6 +13,12 @@ packages=(
   libedit-dev         # line editing and history in the tool's shell
   libabsl-dev         # flat hash table of the instances by path
 )
+if [ "${1:-}" = fuzz ]; then
+  packages+=(
+    clang               # libFuzzer comes with clang
+    libclang-rt-14-dev  # the fuzzer and sanitizer runtimes of Debian 12's clang
+  )
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,5 +1,7 @@
 #include "core/cim_reference.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "core/tyl_exception.h"
@@ -73,6 +75,27 @@ TEST(CIMReferenceTest, KeyValuesAreWrittenByTypeAndReadBack) {
     path.AddKeyValue("K", row.first);
     EXPECT_EQ(path.GetPath(), std::string("c.k=") + row.second);
     EXPECT_EQ(TCIMReference::Parse(path.GetPath(), {}).GetPath(), path.GetPath());
+  }
+}
+
+// Without a declaration an integer is a uint64 when its value is not
+// negative and a sint64 when it is, whatever sign is written, so that its
+// text reads back to the same type.
+TEST(CIMReferenceTest, UntypedIntegersTakeTheirTypeFromTheirValue) {
+  const std::tuple<const char*, ECIMType, const char*> rows[] = {
+      {"-0", kCIMTypeUint64, "0"},
+      {"-00", kCIMTypeUint64, "0"},
+      {"-1", kCIMTypeSint64, "-1"},
+      {"7", kCIMTypeUint64, "7"},
+      {"{-0,-1}", ArrayTypeOf(kCIMTypeSint64), "{0,-1}"},
+      {"{-0,3}", ArrayTypeOf(kCIMTypeUint64), "{0,3}"},
+  };
+  for (const auto& [text, type, written] : rows) {
+    TCIMReference path = TCIMReference::Parse(std::string("c.k=") + text, {});
+    EXPECT_EQ(path.FindKeyValue("k")->GetType(), type) << text;
+    EXPECT_EQ(path.GetPath(), std::string("c.k=") + written) << text;
+    TCIMReference again = TCIMReference::Parse(path.GetPath(), {});
+    EXPECT_EQ(*again.FindKeyValue("k"), *path.FindKeyValue("k")) << text;
   }
 }
 

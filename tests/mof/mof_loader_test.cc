@@ -232,7 +232,8 @@ TEST_F(MofLoaderTest, IncludesAreFoundNextToTheFileAndOnTheSearchPath) {
 }
 
 TEST_F(MofLoaderTest, IncludeCyclesAndFoldersAreRefusedWithTheirReason) {
-  // Files served from memory; "deep.mof" includes itself under ever new names.
+  // Files served from memory; "deep.mof" includes itself under ever new
+  // names; "fan<N>" includes "fan<N+1>" twice, 2^41 reads down to "fan40".
   const std::map<std::string, std::string> files = {
       {"self.mof", "#pragma include (\"self.mof\")"},
       {"a.mof", "\n#pragma include (\"b.mof\")"},
@@ -246,6 +247,12 @@ TEST_F(MofLoaderTest, IncludeCyclesAndFoldersAreRefusedWithTheirReason) {
       *file = {path, "#pragma include (\"" + path + "x\")"};
       return true;
     }
+    if (path.compare(0, 3, "fan") == 0) {
+      int next = std::stoi(path.substr(3)) + 1;
+      std::string include = "#pragma include (\"fan" + std::to_string(next) + "\")\n";
+      *file = {path, next > 40 ? std::string() : include + include};
+      return true;
+    }
     auto it = files.find(path);
     if (it == files.end()) return false;
     *file = {it->first, it->second};
@@ -255,6 +262,7 @@ TEST_F(MofLoaderTest, IncludeCyclesAndFoldersAreRefusedWithTheirReason) {
       {"self.mof", "self.mof:1:1: error: include cycle: self.mof:1:1 includes self.mof again"},
       {"a.mof", "b.mof:1:3: error: include cycle: a.mof:2:1 includes b.mof, b.mof:1:3 includes a.mof again"},
       {"deep", "error: includes nest deeper than 64 files"},
+      {"fan0", "error: one load reads at most 16384 files"},
   };
   for (const auto& row : rows) {
     TMofLoader loader(ns_, options);
