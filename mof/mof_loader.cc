@@ -490,12 +490,25 @@ void TMofLoader::RefuseRepeatedNames(const std::vector<Item>& items, const std::
 
 void TMofLoader::LoadClass(const TMofClass& c) {
   Guard(c.location, "class " + Printable(c.name), [&] {
-    if (!options_.allowRedefinition) {
-      try {
-        ns_->GetClass(c.name, TContext());
-        throw TMofError(c.location, "class " + Printable(c.name) + " is already defined");
-      } catch (const TTYLException&) {
-        // not there yet (or an invalid name, refused below)
+    boost::shared_ptr<ICIMClass> existing;
+    try {
+      existing = ns_->GetClass(c.name, TContext());
+    } catch (const TTYLException&) {
+      // not there yet (or an invalid name, refused below)
+    }
+    if (existing && !options_.allowRedefinition) {
+      throw TMofError(c.location, "class " + Printable(c.name) + " is already defined");
+    }
+    if (existing) {
+      // Defined again, the class may replace declarations (a key declared
+      // again does), and its instances would keep properties whose
+      // declarations are gone.
+      bool hasInstances = false;
+      existing->EnumerateInstances([&](boost::shared_ptr<ICIMInstance>) { return !(hasInstances = true); },
+                                   false, TContext());
+      if (hasInstances) {
+        throw TMofError(c.location, "class " + Printable(c.name) +
+                                        " has instances and cannot be defined again");
       }
     }
     RefuseRepeatedNames(c.features, "class " + Printable(c.name),

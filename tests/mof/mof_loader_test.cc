@@ -122,6 +122,28 @@ TEST_F(MofLoaderTest, EveryConstructReachesTheRepository) {
       TCIMReference::Parse(R"(Link.From="Derived.Name=\"a\"",To="Derived.Name=\"b\"")", ns_), kNone));
 }
 
+// Where redefinition is allowed, a class is defined again only while it has
+// no instances: a key declared again would replace the declaration that
+// their properties stand for.
+TEST(MofRedefinitionTest, AClassWithInstancesIsNotDefinedAgain) {
+  boost::shared_ptr<ICIMNamespace> ns = NewProviderNamespace(true);
+  TMofLoadOptions options;
+  options.allowRedefinition = true;
+  TMofLoader loader(ns, options);
+  TCapturingLogger quiet;
+  const std::string v = "class V { [Key] uint8 K; string Label; };\n";
+  ASSERT_TRUE(loader.LoadText("a.mof", std::string(kQualifiers) + v + v));
+  ASSERT_TRUE(loader.LoadText("b.mof", "instance of V { K = 1; Label = \"one\"; };"));
+  EXPECT_FALSE(loader.LoadText("c.mof", v));
+  EXPECT_NE(loader.Diagnostics().back().Format().find(
+                "class V has instances and cannot be defined again"),
+            std::string::npos)
+      << loader.Diagnostics().back().Format();
+  auto instance = ns->GetInstance(TCIMReference::Parse("V.K=1", ns), kNone);
+  ASSERT_TRUE(instance);
+  EXPECT_EQ(instance->GetProperty("K", kNone)->GetDecl(kNone)->GetName(kNone), "K");
+}
+
 TEST_F(MofLoaderTest, RefusedElementsAreReportedAndNotEntered) {
   ASSERT_TRUE(Load(kQualifiers));
   struct Row {
