@@ -173,14 +173,16 @@ template <typename F>
 bool TInmemInstance::VisitOwnKeys(const F& visit) const {
   const ICIMClass& own = *cls;  // dereferenced apart: typeid's operand has no side effects
   if (typeid(*this) != typeid(TInmemInstance) || typeid(own) != typeid(TInmemClass)) return false;
-  boost::shared_ptr<const TInmemClass::TKeyCache> keys = static_cast<TInmemClass&>(*cls).Keys();
+  TInmemClass& inmemClass = static_cast<TInmemClass&>(*cls);
+  boost::shared_ptr<const TInmemClass::TKeyCache> keys = inmemClass.Keys();
+  // Instances built since the schema last changed share the class's layout.
+  const std::vector<size_t>* known = inmemClass.KeySlotsIn(layout.get());
   // Every key is looked up before the first visit: when one is missing, the
   // caller's way through the interfaces must see every key.
   size_t slots[kMaxOwnKeys];
   if (keys->keys.size() > kMaxOwnKeys) return false;
   for (size_t i = 0; i < keys->keys.size(); ++i) {
-    // Instances built since the schema last changed share the class's layout.
-    slots[i] = layout == keys->layout ? keys->slots[i] : layout->Find(keys->keys[i].first);
+    slots[i] = known != nullptr ? (*known)[i] : layout->Find(keys->keys[i].first);
     if (slots[i] == TPropertyLayout::kAbsent) return false;
   }
   for (size_t i = 0; i < keys->keys.size(); ++i) visit(keys->keys[i].second, properties[slots[i]]);

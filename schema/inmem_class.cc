@@ -151,11 +151,22 @@ boost::shared_ptr<const TInmemClass::TKeyCache> TInmemClass::Keys() {
       fresh->keys.emplace_back(entry.first, entry.second->GetName(TContext()));
       return true;
     });
-    fresh->layout = InstanceLayout();
-    for (const auto& key : fresh->keys) fresh->slots.push_back(fresh->layout->Find(key.first));
     keyCache = fresh;
   }
   return keyCache;
+}
+
+const std::vector<size_t>* TInmemClass::KeySlotsIn(const TPropertyLayout* layout) {
+  boost::shared_ptr<const TKeyCache> keys = Keys();
+  boost::shared_ptr<const TPropertyLayout> current = InstanceLayout();
+  if (layout != current.get()) return nullptr;
+  if (keySlotsLayout != current || keySlotsGeneration != keys->generation) {
+    keySlots.clear();
+    for (const auto& key : keys->keys) keySlots.push_back(current->Find(key.first));
+    keySlotsLayout = current;
+    keySlotsGeneration = keys->generation;
+  }
+  return &keySlots;
 }
 
 void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {

@@ -134,17 +134,18 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   void RemoveMethodDecl(boost::shared_ptr<ICIMMethodDecl> decl, TContext context) override;
 
   // The key declarations (normalised name and name, in key order) as they
-  // stood at a schema generation, and their slots in the layout that new
-  // instances got at that generation (kAbsent where it has none).
+  // stood at a schema generation.
   struct TKeyCache {
     uint64_t generation = 0;
     std::vector<std::pair<std::string, std::string>> keys;
-    boost::shared_ptr<const TPropertyLayout> layout;
-    std::vector<size_t> slots;
   };
   // The key declarations as they stand now: what EnumerateKeys visits when
   // no callback changes the schema. Rebuilt when the generation has moved.
   boost::shared_ptr<const TKeyCache> Keys();
+  // The slots of the keys of Keys(), in key order, in `layout` when that is
+  // the layout new instances get now (kAbsent for a key it lacks); nullptr
+  // for any other layout. Valid until the schema changes.
+  const std::vector<size_t>* KeySlotsIn(const TPropertyLayout* layout);
 
   // The instance filed under `path`'s path text, or an empty pointer.
   boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path, TContext context) const;
@@ -223,6 +224,11 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
   boost::shared_ptr<const TKeyCache> keyCache;
+  // KeySlotsIn's answer for the layout it was made for (held, so that no
+  // other layout can take its address) at a schema generation.
+  boost::shared_ptr<const TPropertyLayout> keySlotsLayout;
+  uint64_t keySlotsGeneration = 0;
+  std::vector<size_t> keySlots;
   boost::shared_ptr<const TPropertyLayout> instanceLayout;
   uint64_t instanceLayoutGeneration = 0;
   bool collectFlag = false;
