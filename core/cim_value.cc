@@ -107,6 +107,20 @@ TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
   content_ = TElementsPtr(boost::make_shared<const std::vector<TCIMValue>>(std::move(elements)));
 }
 
+TCIMValue TCIMValue::OfIntegerType(const TCIMValue& integer, ECIMType type) {
+  switch (type) {
+    case kCIMTypeUint8: return TCIMValue(static_cast<unsigned char>(integer));
+    case kCIMTypeSint8: return TCIMValue(static_cast<signed char>(integer));
+    case kCIMTypeUint16: return TCIMValue(static_cast<unsigned short>(integer));
+    case kCIMTypeSint16: return TCIMValue(static_cast<short>(integer));
+    case kCIMTypeUint32: return TCIMValue(static_cast<unsigned int>(integer));
+    case kCIMTypeSint32: return TCIMValue(static_cast<int>(integer));
+    case kCIMTypeUint64: return TCIMValue(static_cast<unsigned long long>(integer));
+    case kCIMTypeSint64: return TCIMValue(static_cast<long long>(integer));
+    default: throw TTYLException(kStatusTypeMismatch);
+  }
+}
+
 TCIMValue TCIMValue::Null(ECIMType type) {
   if (type != kCIMTypeNone && !IsValidCIMType(type)) {
     throw TTYLException(kStatusInvalidParameter);

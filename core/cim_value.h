@@ -94,6 +94,10 @@ class TCIMValue {
 
   // A null of any type, arrays included.
   static TCIMValue Null(ECIMType type);
+  // The number of the integer value `integer` as a value of the integer
+  // type `type`; throws like the conversions do (status 3 when the number
+  // does not fit `type`, 14 when `integer` holds no integer).
+  static TCIMValue OfIntegerType(const TCIMValue& integer, ECIMType type);
   // A null reference that answers GetReferencedClass with `referencedClass`
   // (held weakly).
   static TCIMValue NullReference(const boost::shared_ptr<ICIMClass>& referencedClass);

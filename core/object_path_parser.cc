@@ -294,7 +294,7 @@ class TPathParser {
     }
     if (type == kCIMTypeNone) return value;
     try {
-      return Narrow(value, type);
+      return TCIMValue::OfIntegerType(value, type);
     } catch (const TTYLException&) {
       Fail(s + " is out of range for key " + key + " of type " + CIMTypeName(type), raw.position);
     }
@@ -329,19 +329,6 @@ class TPathParser {
       Fail(s + " is out of range for key " + key + " of type " + CIMTypeName(type), raw.position);
     }
     if (result.ec != std::errc()) Fail("expected a number for key " + key, raw.position);
-  }
-
-  static TCIMValue Narrow(const TCIMValue& value, ECIMType type) {
-    switch (type) {
-      case kCIMTypeUint8: return TCIMValue(static_cast<unsigned char>(value));
-      case kCIMTypeSint8: return TCIMValue(static_cast<signed char>(value));
-      case kCIMTypeUint16: return TCIMValue(static_cast<unsigned short>(value));
-      case kCIMTypeSint16: return TCIMValue(static_cast<short>(value));
-      case kCIMTypeUint32: return TCIMValue(static_cast<unsigned int>(value));
-      case kCIMTypeSint32: return TCIMValue(static_cast<int>(value));
-      case kCIMTypeUint64: return TCIMValue(static_cast<unsigned long long>(value));
-      default: return TCIMValue(static_cast<long long>(value));
-    }
   }
 
   [[noreturn]] void Mistyped(const TRawValue& raw, ECIMType type, const std::string& key) const {

@@ -727,15 +727,7 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
         throw OutOfRange(value, type);
       }
       try {
-        switch (type) {
-          case kCIMTypeUint8: return TCIMValue(static_cast<unsigned char>(wide));
-          case kCIMTypeSint8: return TCIMValue(static_cast<signed char>(wide));
-          case kCIMTypeUint16: return TCIMValue(static_cast<unsigned short>(wide));
-          case kCIMTypeSint16: return TCIMValue(static_cast<short>(wide));
-          case kCIMTypeUint32: return TCIMValue(static_cast<unsigned int>(wide));
-          case kCIMTypeSint32: return TCIMValue(static_cast<int>(wide));
-          default: return wide;
-        }
+        return TCIMValue::OfIntegerType(wide, type);
       } catch (const TTYLException&) {
         throw OutOfRange(value, type);
       }
