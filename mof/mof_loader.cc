@@ -272,6 +272,24 @@ bool TMofLoader::LoadText(const std::string& name, const std::string& text) {
   return Load([&] { LoadSource(TMofFile{name, text}, name, TMofLocation()); });
 }
 
+bool TMofLoader::Enter(const TMofProduction& production) {
+  return Load([&] {
+    switch (production.kind) {
+      case TMofProduction::kQualifierDecl:
+        LoadQualifierDecl(production.qualifierDecl);
+        break;
+      case TMofProduction::kClass:
+        LoadClass(production.cls);
+        break;
+      case TMofProduction::kInstance:
+        LoadInstance(production.instance);
+        break;
+      case TMofProduction::kPragma:
+        break;
+    }
+  });
+}
+
 void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
                             const TMofLocation& includedAt) {
   ++counts_.files;

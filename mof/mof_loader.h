@@ -114,6 +114,11 @@ class TMofLoader {
   bool LoadFile(const std::string& path);
   // Loads MOF text as if read from a file named `name`.
   bool LoadText(const std::string& name, const std::string& text);
+  // Enters one qualifier declaration, class or instance that a host read
+  // from another representation than MOF text, by the same rules and with
+  // the same diagnostics (a pragma is ignored). Its locations must name a
+  // source.
+  bool Enter(const TMofProduction& production);
 
   const std::vector<TMofDiagnostic>& Diagnostics() const { return diagnostics_; }
   int ErrorCount() const;

@@ -12,6 +12,11 @@ packages=(
   libcli11-dev        # command lines of the host tools
   libedit-dev         # line editing and history in the tool's shell
   libabsl-dev         # flat hash table of the instances by path
+  libexpat1-dev       # reads the XML of CIM requests (inmem serve)
+  libssl-dev          # TLS and password hashes of inmem serve
+  sblim-wbemcli       # a real CIM client, for the server's tests
+  libxml2-utils       # xmllint: the server's answers checked against the CIM-XML DTD
+  openssl             # certificates for the HTTPS tests
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(

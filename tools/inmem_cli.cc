@@ -4,7 +4,6 @@
 //
 // Exit status: 0 success, 1 not found or refused, 2 usage or load errors.
 
-#include <dlfcn.h>
 #include <editline/readline.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,8 +25,10 @@
 #include "mof/mof_loader.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
+#include "tools/inventory_feed.h"
 #include "tools/linux_collector.h"
 #include "tools/repository_commands.h"
+#include "tools/serve_command.h"
 
 namespace {
 
@@ -68,18 +69,6 @@ std::string Refused(const TTYLException& e) {
   return std::string(e.what()) + " (" + e.GetStatus().GetStatusName() + ")";
 }
 
-// Hands the processors' cache states to the plug-in's globals.
-void SetCacheStates(const std::string& plugin, const TCacheStates& states) {
-  void* library = dlopen(plugin.c_str(), RTLD_NOW | RTLD_NOLOAD);
-  if (library == nullptr) return;
-  const std::pair<const char*, int> globals[] = {
-      {"g_L1Enabled", states.level1}, {"g_L2Enabled", states.level2}, {"g_L3Enabled", states.level3}};
-  for (const auto& global : globals) {
-    if (void* address = dlsym(library, global.first)) *static_cast<int32_t*>(address) = global.second;
-  }
-  dlclose(library);
-}
-
 bool IsFolder(const std::string& path) {
   struct stat info;
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
@@ -111,10 +100,7 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
   if (options.verbosity > 0) {
     for (const std::string& note : collector.Notes()) std::cerr << "inmem: note: " << note << "\n";
   }
-  SetCacheStates(options.plugin, collector.CacheStates());
-  // Enumerating the processors applies the cache states to them.
-  ns->GetClass("PELXA_Processor", TContext())
-      ->EnumerateInstances([](boost::shared_ptr<ICIMInstance>) { return true; }, false, TContext());
+  HandCacheStates(options.plugin, collector.CacheStates(), *ns);
   return commands.Inventory(system->GetReference(TContext()).GetPath());
 }
 
@@ -271,6 +257,13 @@ int main(int argc, char** argv) {
   CLI::App* check = app.add_subcommand("check", "load MOF files and report counts and errors");
   check->add_option("files", checkFiles, "MOF files")->required();
   CLI::App* shell = app.add_subcommand("shell", "load once, then run commands typed one per line");
+  TServeOptions serveOptions;
+  CLI::App* serve = app.add_subcommand("serve", "serve the repository to CIM clients (CIM-XML over HTTP)");
+  DeclareServeOptions(*serve, serveOptions);
+  std::string usersFile, userName;
+  CLI::App* passwd = app.add_subcommand("passwd", "set a user's password in a users file for serve --users");
+  passwd->add_option("file", usersFile, "users file")->required();
+  passwd->add_option("user", userName, "user name")->required();
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -285,6 +278,8 @@ int main(int argc, char** argv) {
     return kExitOk;
   }
 
+  if (passwd->parsed()) return Passwd(usersFile, userName);
+
   TStderrLogger logger(options.verbosity);
   TRootObject::SetCoreLogger(&logger);
   int status = kExitOk;
@@ -298,6 +293,12 @@ int main(int argc, char** argv) {
     std::vector<std::string> files;
     files.insert(files.end(), options.mofFiles.begin(), options.mofFiles.end());
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
+    struct stat snapshot;
+    if (serve->parsed() && !serveOptions.snapshot.empty() && stat(serveOptions.snapshot.c_str(), &snapshot) == 0) {
+      // The snapshot holds what the MOF loaded then, and every change since.
+      if (!files.empty()) std::cerr << "inmem serve: loading the snapshot " << serveOptions.snapshot << " in place of -m\n";
+      files = {serveOptions.snapshot};
+    }
     bool loaded = LoadFiles(options, files, loader, loadOptions.keepGoing);
     TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
     if (check->parsed()) {
@@ -306,6 +307,9 @@ int main(int argc, char** argv) {
       status = commands.LoadFailed(loader);
     } else if (shell->parsed()) {
       status = Shell(options, ns);
+    } else if (serve->parsed()) {
+      status = Serve(serveOptions, ns, [&] { return NewNamespace(options); }, INMEM_INVENTORY_SCHEMA,
+                     options.plugin);
     } else {
       status = command.Run(options, ns, commands);
     }

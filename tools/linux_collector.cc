@@ -13,7 +13,7 @@
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
-#include "tools/refusal_reason.h"
+#include "core/refusal_reason.h"
 #include "tools/strict_number.h"
 #include "core/utf8.h"
 

@@ -15,7 +15,7 @@
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 #include "tools/json_text.h"
-#include "tools/refusal_reason.h"
+#include "core/refusal_reason.h"
 
 namespace {
 

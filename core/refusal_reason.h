@@ -5,8 +5,8 @@
 // operation under a TLogCapture and, when it throws, reports this reason in
 // place of the bare status text.
 
-#ifndef INMEM_TOOLS_REFUSAL_REASON_H_
-#define INMEM_TOOLS_REFUSAL_REASON_H_
+#ifndef INMEM_CORE_REFUSAL_REASON_H_
+#define INMEM_CORE_REFUSAL_REASON_H_
 
 #include <string>
 
@@ -17,4 +17,4 @@
 // status text of `e` when there are none.
 std::string RefusalReason(const TLogCapture& capture, const TTYLException& e);
 
-#endif  // INMEM_TOOLS_REFUSAL_REASON_H_
+#endif  // INMEM_CORE_REFUSAL_REASON_H_

@@ -1,4 +1,4 @@
-#include "tools/refusal_reason.h"
+#include "core/refusal_reason.h"
 
 #include "core/printable_text.h"
 

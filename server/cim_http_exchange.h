@@ -1,0 +1,72 @@
+// TCimHttpExchange: one HTTP request in, one answer out, for CIM operations
+// over HTTP (DSP0200): POST or M-POST to /cimom with the CIMOperation,
+// CIMMethod and CIMObject headers and a CIM-XML body.
+//
+// It owns no connection: the server reads the request and writes the
+// answer, so the whole protocol above the bytes can be exercised without a
+// socket. Requests that are not valid CIM operations are refused with the
+// HTTP status and CIMError header DSP0200 gives (400 request-not-well-formed,
+// request-not-valid, header-mismatch, unsupported-operation; 501
+// unsupported-cim-version, unsupported-dtd-version,
+// unsupported-protocol-version, multiple-requests-unsupported); valid ones
+// go to TCimOperations, whose own failures are CIM errors inside a 200.
+
+#ifndef INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
+#define INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/beast/http.hpp>
+
+#include "server/cim_operations.h"
+#include "server/xml_document.h"
+
+class TUserFile;
+
+typedef boost::beast::http::request<boost::beast::http::string_body> THttpRequest;
+
+struct THttpAnswer {
+  boost::beast::http::status status = boost::beast::http::status::ok;
+  std::string contentType = "application/xml; charset=\"utf-8\"";
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::unique_ptr<TResponseBody> body;
+  // What the access log says of it: the operation ("-" when the request
+  // never became one), its target, and its CIM status.
+  TCallRecord record;
+  // Whether the connection ends after this answer.
+  bool close = false;
+};
+
+struct THttpPolicy {
+  TXmlLimits xml;
+  // When set, every request must carry the credentials of one of its users
+  // (HTTP Basic).
+  const TUserFile* users = nullptr;
+  std::string realm = "inmem";
+};
+
+class TCimHttpExchange {
+ public:
+  TCimHttpExchange(TCimOperations& operations, THttpPolicy policy)
+      : operations_(operations), policy_(std::move(policy)) {}
+
+  // The answer to `request`. `localHost` names this server when the
+  // request has no Host header.
+  THttpAnswer Answer(const THttpRequest& request, const std::string& localHost);
+
+  // A plain-text refusal (for what the HTTP layer itself could not read,
+  // too: a body over the limit, a header too long).
+  static THttpAnswer Refusal(boost::beast::http::status status, const std::string& text,
+                             const char* cimError = nullptr);
+
+ private:
+  THttpAnswer CimOperation(const THttpRequest& request, const std::string& host);
+
+  TCimOperations& operations_;
+  THttpPolicy policy_;
+};
+
+#endif  // INMEM_SERVER_CIM_HTTP_EXCHANGE_H_

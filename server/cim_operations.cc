@@ -1,0 +1,311 @@
+// TCimOperations: running a request, and the read operations.
+
+#include "server/cim_operations.h"
+
+#include <set>
+
+#include "core/ascii.h"
+#include "core/log_capture.h"
+#include "core/printable_text.h"
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
+#include "server/cim_operations_internal.h"
+
+namespace {
+
+const TContext kNone;
+
+// The default of LocalOnly for instances. DSP0200 gives true and deprecates
+// the parameter; clients are told to send false, and servers may read it
+// as false, which is what a client that sends nothing expects to see: the
+// whole instance.
+const bool kInstanceLocalOnly = false;
+
+std::string Lower(std::string text) {
+  for (char& c : text) c = ToLowerAscii(c);
+  return text;
+}
+
+}  // namespace
+
+std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
+                                                  const TCimRequest& request, bool localOnly,
+                                                  bool includeQualifiers) {
+  auto o = std::make_shared<TObjectOptions>();
+  o->options.localOnly = reader.Boolean(request.Parameter("LocalOnly"), localOnly);
+  o->options.includeQualifiers = reader.Boolean(request.Parameter("IncludeQualifiers"), includeQualifiers);
+  o->options.includeClassOrigin = reader.Boolean(request.Parameter("IncludeClassOrigin"), false);
+  o->propertyList = reader.PropertyList(request.Parameter("PropertyList"));
+  if (o->propertyList) o->options.propertyList = &*o->propertyList;
+  return o;
+}
+
+TCimMethodResponse::TItems InstancesWithPaths(std::vector<boost::shared_ptr<ICIMInstance>> instances,
+                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly) {
+  return EachOf(std::move(instances), [options, pathsOnly](TCimXmlWriter& writer,
+                                                           const boost::shared_ptr<ICIMInstance>& i) {
+    if (pathsOnly) {
+      writer.InstancePath(i->GetReference(kNone));
+      return;
+    }
+    writer.Open("VALUE.INSTANCEWITHPATH");
+    writer.InstancePath(i->GetReference(kNone));
+    writer.Instance(*i, options->options);
+    writer.Close();
+  });
+}
+
+TCimOperations::TCimOperations(boost::shared_ptr<ICIMNamespace> ns, TCimOperationsConfig config)
+    : ns_(std::move(ns)), config_(std::move(config)), contexts_(config_.maxOpenEnumerations) {}
+
+TCimOperations::~TCimOperations() = default;
+
+const std::map<std::string, TCimOperations::THandler>& TCimOperations::Handlers() {
+  static const std::map<std::string, THandler> handlers = [] {
+    const std::pair<const char*, THandler> table[] = {
+        {"GetClass", &TCimOperations::GetClass},
+        {"EnumerateClasses", &TCimOperations::EnumerateClasses},
+        {"EnumerateClassNames", &TCimOperations::EnumerateClassNames},
+        {"GetInstance", &TCimOperations::GetInstance},
+        {"EnumerateInstances", &TCimOperations::EnumerateInstances},
+        {"EnumerateInstanceNames", &TCimOperations::EnumerateInstanceNames},
+        {"Associators", &TCimOperations::Associators},
+        {"AssociatorNames", &TCimOperations::AssociatorNames},
+        {"References", &TCimOperations::References},
+        {"ReferenceNames", &TCimOperations::ReferenceNames},
+        {"GetProperty", &TCimOperations::GetProperty},
+        {"GetQualifier", &TCimOperations::GetQualifier},
+        {"EnumerateQualifiers", &TCimOperations::EnumerateQualifiers},
+        {"CreateInstance", &TCimOperations::CreateInstance},
+        {"ModifyInstance", &TCimOperations::ModifyInstance},
+        {"DeleteInstance", &TCimOperations::DeleteInstance},
+        {"SetProperty", &TCimOperations::SetProperty},
+        {"CreateClass", &TCimOperations::CreateClass},
+        {"SetQualifier", &TCimOperations::SetQualifier},
+        {"OpenEnumerateInstances", &TCimOperations::OpenEnumerateInstances},
+        {"OpenEnumerateInstancePaths", &TCimOperations::OpenEnumerateInstancePaths},
+        {"OpenAssociatorInstances", &TCimOperations::OpenAssociatorInstances},
+        {"OpenAssociatorInstancePaths", &TCimOperations::OpenAssociatorInstancePaths},
+        {"OpenReferenceInstances", &TCimOperations::OpenReferenceInstances},
+        {"OpenReferenceInstancePaths", &TCimOperations::OpenReferenceInstancePaths},
+        {"PullInstancesWithPath", &TCimOperations::PullInstancesWithPath},
+        {"PullInstancePaths", &TCimOperations::PullInstancePaths},
+        {"CloseEnumeration", &TCimOperations::CloseEnumeration},
+    };
+    std::map<std::string, THandler> byName;
+    for (const auto& entry : table) byName[Lower(entry.first)] = entry.second;
+    return byName;
+  }();
+  return handlers;
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, const std::string& host,
+                                                   TCallRecord* record) {
+  TCimResponseHead head{request.messageId, request.method, request.extrinsic, host,
+                        config_.namespaceName};
+  record->operation = request.method;
+  TLogCapture capture;
+  std::string description;
+  try {
+    if (!EqualsFoldingAscii(request.namespaceName, config_.namespaceName)) {
+      throw TCimError(kCimInvalidNamespace, "no namespace " + Printable(request.namespaceName) +
+                                                " here; this server serves " + config_.namespaceName);
+    }
+    auto handler = Handlers().find(Lower(request.method));
+    if (request.extrinsic || handler == Handlers().end()) {
+      throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
+                                            Printable(request.method) + " is not supported");
+    }
+    TCall call{request, TCimXmlReader(ns_, config_.namespaceName), head, record};
+    return (this->*handler->second)(call);
+  } catch (const TCimError& e) {
+    record->status = e.Status();
+    description = e.what();
+  } catch (const TTYLException& e) {
+    TCimError error = CimErrorOf(e, capture, EMissing::kInstance);
+    record->status = error.Status();
+    description = error.what();
+  } catch (const std::exception& e) {
+    record->status = kCimFailed;
+    description = e.what();
+  }
+  return WholeBody(CimErrorDocument(head, record->status, description));
+}
+
+void TCimOperations::DropExpiredEnumerations() {
+  contexts_.DropExpired(TEnumerationContexts::TClock::now());
+}
+
+boost::shared_ptr<ICIMClass> TCimOperations::FindClass(const std::string& name, ECimStatus missing) {
+  try {
+    if (!name.empty()) return ns_->GetClass(name, kNone);
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
+  }
+  throw TCimError(missing, name.empty() ? std::string("a class name is required")
+                                        : "no class named " + Printable(name));
+}
+
+boost::shared_ptr<ICIMInstance> TCimOperations::FindInstance(const TCIMReference& path) {
+  boost::shared_ptr<ICIMInstance> instance;
+  try {
+    instance = ns_->GetInstance(path, kNone);
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound) throw;
+  }
+  if (!instance) throw TCimError(kCimNotFound, "no instance " + Printable(path.GetPath()));
+  return instance;
+}
+
+bool TCimOperations::StillThere(const boost::shared_ptr<ICIMInstance>& instance) {
+  try {
+    return ns_->GetInstance(instance->GetReference(kNone), kNone).get() == instance.get();
+  } catch (const TTYLException&) {
+    return false;  // its class, or a key, is gone
+  }
+}
+
+std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::InstancesOf(ICIMClass& cls) {
+  std::vector<boost::shared_ptr<ICIMInstance>> instances;
+  cls.EnumerateInstances(
+      [&](boost::shared_ptr<ICIMInstance> i) {
+        instances.push_back(std::move(i));
+        return true;
+      },
+      true, kNone);
+  return instances;
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::GetClass(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimNotFound);
+  auto options = ReadObjectOptions(call.reader, call.request, true, true);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, OneItem([cls, options](TCimXmlWriter& w) { w.Class(*cls, options->options); }));
+}
+
+// The classes below ClassName (below the root without one): its direct
+// subclasses, or with DeepInheritance all of them.
+static std::vector<boost::shared_ptr<ICIMClass>> Subclasses(ICIMClass& top, bool deep) {
+  std::vector<boost::shared_ptr<ICIMClass>> classes;
+  top.EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> c) {
+        classes.push_back(std::move(c));
+        return true;
+      },
+      deep, kNone);
+  return classes;
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateClasses(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> top = name.empty() ? ns_->GetClass("", kNone) : FindClass(name, kCimInvalidClass);
+  auto options = ReadObjectOptions(call.reader, call.request, true, true);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
+                        [options](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {
+                          w.Class(*c, options->options);
+                        }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> top = name.empty() ? ns_->GetClass("", kNone) : FindClass(name, kCimInvalidClass);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
+                        [](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {
+                          w.ClassName(c->GetName(kNone));
+                        }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::GetInstance(TCall& call) {
+  const TCIMReference path =
+      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  auto options = ReadObjectOptions(call.reader, call.request, kInstanceLocalOnly, false);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, OneItem([instance, options](TCimXmlWriter& w) { w.Instance(*instance, options->options); }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstances(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimInvalidClass);
+  auto options = ReadObjectOptions(call.reader, call.request, kInstanceLocalOnly, false);
+  if (!call.Boolean("DeepInheritance", true)) {
+    options->declaredBy = cls;
+    options->options.declaredBy = cls.get();
+  }
+  return std::make_unique<TCimMethodResponse>(
+      call.head, EachOf(InstancesOf(*cls), [options](TCimXmlWriter& w, const boost::shared_ptr<ICIMInstance>& i) {
+        w.Open("VALUE.NAMEDINSTANCE");
+        w.InstanceName(i->GetReference(kNone));
+        w.Instance(*i, options->options);
+        w.Close();
+      }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstanceNames(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimInvalidClass);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, EachOf(InstancesOf(*cls), [](TCimXmlWriter& w, const boost::shared_ptr<ICIMInstance>& i) {
+        w.InstanceName(i->GetReference(kNone));
+      }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::GetProperty(TCall& call) {
+  const TCIMReference path =
+      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));
+  if (!name) throw TCimError(kCimInvalidParameter, "parameter PropertyName is required");
+  // Asked for a property its class does not declare, the instance would
+  // make one up and declare it in the class: a read must change nothing.
+  try {
+    instance->GetClass(kNone)->GetPropertyDecl(*name, kNone);
+  } catch (const TTYLException&) {
+    throw TCimError(kCimNoSuchProperty, "no property " + Printable(*name) + " in " + Printable(path.GetPath()));
+  }
+  const TCIMValue value = instance->GetProperty(*name, kNone)->GetValue(kNone);
+  return std::make_unique<TCimMethodResponse>(call.head,
+                                              OneItem([value](TCimXmlWriter& w) { w.Value(value); }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::GetQualifier(TCall& call) {
+  const std::optional<std::string> name = call.reader.String(call.Parameter("QualifierName"));
+  if (!name) throw TCimError(kCimInvalidParameter, "parameter QualifierName is required");
+  call.record->target = *name;
+  boost::shared_ptr<ICIMQualifierDecl> decl;
+  try {
+    decl = ns_->GetQualifierDecl(*name, kNone);
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
+  }
+  if (!decl) throw TCimError(kCimNotFound, "no qualifier declaration " + Printable(*name));
+  return std::make_unique<TCimMethodResponse>(call.head,
+                                              OneItem([decl](TCimXmlWriter& w) { w.QualifierDecl(*decl); }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateQualifiers(TCall& call) {
+  std::vector<boost::shared_ptr<ICIMQualifierDecl>> decls;
+  ns_->EnumerateQualifierDecls(
+      [&](boost::shared_ptr<ICIMQualifierDecl> d) {
+        decls.push_back(std::move(d));
+        return true;
+      },
+      kNone);
+  return std::make_unique<TCimMethodResponse>(
+      call.head, EachOf(std::move(decls), [](TCimXmlWriter& w, const boost::shared_ptr<ICIMQualifierDecl>& d) {
+        w.QualifierDecl(*d);
+      }));
+}

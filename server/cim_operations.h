@@ -1,0 +1,141 @@
+// TCimOperations: the intrinsic CIM operations (DSP0200) over one
+// repository namespace, driven through the element interfaces alone.
+//
+// Reads: GetClass, EnumerateClasses, EnumerateClassNames, GetInstance,
+// EnumerateInstances, EnumerateInstanceNames, Associators, AssociatorNames,
+// References, ReferenceNames (on instances and on classes), GetProperty,
+// GetQualifier, EnumerateQualifiers; the pull operations; writes:
+// CreateInstance, ModifyInstance, DeleteInstance, SetProperty, CreateClass,
+// SetQualifier. Everything else answers CIM_ERR_NOT_SUPPORTED.
+//
+// Every operation runs under a log capture: a refusal of the repository
+// answers with the matching CIM status (server/cim_status.h) and the lines
+// the repository logged as its description. An operation that fails leaves
+// the repository as it found it: values are read and checked before the
+// first change, and a created instance is entered only whole.
+//
+// Not thread-safe, like the repository: one thread runs every operation.
+
+#ifndef INMEM_SERVER_CIM_OPERATIONS_H_
+#define INMEM_SERVER_CIM_OPERATIONS_H_
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_namespace.h"
+#include "server/cim_response.h"
+#include "server/cimxml_request.h"
+#include "server/enumeration_contexts.h"
+
+class TCimXmlReader;
+
+struct TCimOperationsConfig {
+  // The namespace the repository is served under ("root/cimv2").
+  std::string namespaceName = "root/cimv2";
+  bool readOnly = false;
+  // Open enumerations at once, and how long one may wait between pulls.
+  size_t maxOpenEnumerations = 256;
+  std::chrono::seconds defaultOperationTimeout{60};
+  std::chrono::seconds maxOperationTimeout{3600};
+};
+
+// What one call did, for the access log.
+struct TCallRecord {
+  std::string operation;
+  std::string target;  // the class or path named, when there is one
+  ECimStatus status = kCimOk;
+};
+
+class TCimOperations {
+ public:
+  TCimOperations(boost::shared_ptr<ICIMNamespace> ns, TCimOperationsConfig config);
+  ~TCimOperations();
+
+  // Runs `request` and returns its response document. `host` is the host
+  // name the client used (for full object paths).
+  std::unique_ptr<TResponseBody> Run(const TCimRequest& request, const std::string& host,
+                                     TCallRecord* record);
+
+  // Drops the open enumerations whose time has passed.
+  void DropExpiredEnumerations();
+  size_t OpenEnumerations() const { return contexts_.Size(); }
+  // How many writes have succeeded so far.
+  uint64_t Changes() const { return changes_; }
+  const TCimOperationsConfig& Config() const { return config_; }
+
+ private:
+  struct TCall;
+  typedef std::unique_ptr<TResponseBody> (TCimOperations::*THandler)(TCall&);
+  static const std::map<std::string, THandler>& Handlers();
+
+  std::unique_ptr<TResponseBody> GetClass(TCall& call);
+  std::unique_ptr<TResponseBody> EnumerateClasses(TCall& call);
+  std::unique_ptr<TResponseBody> EnumerateClassNames(TCall& call);
+  std::unique_ptr<TResponseBody> GetInstance(TCall& call);
+  std::unique_ptr<TResponseBody> EnumerateInstances(TCall& call);
+  std::unique_ptr<TResponseBody> EnumerateInstanceNames(TCall& call);
+  std::unique_ptr<TResponseBody> Associators(TCall& call);
+  std::unique_ptr<TResponseBody> AssociatorNames(TCall& call);
+  std::unique_ptr<TResponseBody> References(TCall& call);
+  std::unique_ptr<TResponseBody> ReferenceNames(TCall& call);
+  std::unique_ptr<TResponseBody> GetProperty(TCall& call);
+  std::unique_ptr<TResponseBody> GetQualifier(TCall& call);
+  std::unique_ptr<TResponseBody> EnumerateQualifiers(TCall& call);
+  std::unique_ptr<TResponseBody> CreateInstance(TCall& call);
+  std::unique_ptr<TResponseBody> ModifyInstance(TCall& call);
+  std::unique_ptr<TResponseBody> DeleteInstance(TCall& call);
+  std::unique_ptr<TResponseBody> SetProperty(TCall& call);
+  std::unique_ptr<TResponseBody> CreateClass(TCall& call);
+  std::unique_ptr<TResponseBody> SetQualifier(TCall& call);
+  std::unique_ptr<TResponseBody> OpenEnumerateInstances(TCall& call);
+  std::unique_ptr<TResponseBody> OpenEnumerateInstancePaths(TCall& call);
+  std::unique_ptr<TResponseBody> OpenAssociatorInstances(TCall& call);
+  std::unique_ptr<TResponseBody> OpenAssociatorInstancePaths(TCall& call);
+  std::unique_ptr<TResponseBody> OpenReferenceInstances(TCall& call);
+  std::unique_ptr<TResponseBody> OpenReferenceInstancePaths(TCall& call);
+  std::unique_ptr<TResponseBody> PullInstancesWithPath(TCall& call);
+  std::unique_ptr<TResponseBody> PullInstancePaths(TCall& call);
+  std::unique_ptr<TResponseBody> CloseEnumeration(TCall& call);
+
+  // Lookups that answer with the CIM error a client expects.
+  boost::shared_ptr<ICIMClass> FindClass(const std::string& name, ECimStatus missing);
+  boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path);
+  // Whether `instance` is still filed in the repository.
+  bool StillThere(const boost::shared_ptr<ICIMInstance>& instance);
+
+  // The instances of a class and its subclasses.
+  std::vector<boost::shared_ptr<ICIMInstance>> InstancesOf(ICIMClass& cls);
+  // The walks from an instance, each result once (DSP0200's semantics: an
+  // associator is every other end of every association that matches).
+  std::vector<boost::shared_ptr<ICIMInstance>> ReferencesOf(ICIMInstance& source, TCall& call,
+                                                            const char* resultClassParameter);
+  std::vector<boost::shared_ptr<ICIMInstance>> AssociatorsOf(ICIMInstance& source, TCall& call);
+  // The same on a class: association classes, and the classes at their far
+  // ends.
+  std::vector<boost::shared_ptr<ICIMClass>> ReferenceClassesOf(ICIMClass& source, TCall& call,
+                                                               const char* resultClassParameter);
+  std::vector<boost::shared_ptr<ICIMClass>> AssociatorClassesOf(ICIMClass& source, TCall& call);
+  // An association walk of either kind on an instance or a class.
+  std::unique_ptr<TResponseBody> Walk(TCall& call, bool associators, bool namesOnly);
+  // An Open... operation over `instances`.
+  std::unique_ptr<TResponseBody> OpenEnumeration(TCall& call,
+                                                 std::vector<boost::shared_ptr<ICIMInstance>> instances,
+                                                 bool pathsOnly);
+  // Delivers up to `count` items of `enumeration` and closes it at its end.
+  std::unique_ptr<TResponseBody> Deliver(TCall& call, const std::string& id,
+                                         TEnumeration& enumeration, uint32_t count);
+  // Refuses a write when the server is read-only.
+  void RequireWritable(const TCall& call) const;
+
+  boost::shared_ptr<ICIMNamespace> ns_;
+  TCimOperationsConfig config_;
+  TEnumerationContexts contexts_;
+  uint64_t changes_ = 0;
+};
+
+#endif  // INMEM_SERVER_CIM_OPERATIONS_H_

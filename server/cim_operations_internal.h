@@ -1,0 +1,71 @@
+// What the three files of TCimOperations share: the call being run, the
+// options of the objects a response writes, and the ways of turning a list
+// of elements into the items of a response.
+
+#ifndef INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_
+#define INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "server/cim_operations.h"
+#include "server/cimxml_reader.h"
+#include "server/cimxml_writer.h"
+
+struct TCimOperations::TCall {
+  const TCimRequest& request;
+  TCimXmlReader reader;
+  TCimResponseHead head;
+  TCallRecord* record;
+
+  const TXmlElement* Parameter(const char* name) const { return request.Parameter(name); }
+  bool Boolean(const char* name, bool byDefault) const {
+    return reader.Boolean(Parameter(name), byDefault);
+  }
+};
+
+// The options of the objects a response writes, with the property list they
+// point into; shared by the response's items, which outlive the call.
+struct TObjectOptions {
+  std::optional<std::set<std::string>> propertyList;
+  TCimObjectOptions options;
+  // Keeps the class `options.declaredBy` points at.
+  boost::shared_ptr<ICIMClass> declaredBy;
+
+  TObjectOptions() = default;
+  TObjectOptions(const TObjectOptions&) = delete;
+  TObjectOptions& operator=(const TObjectOptions&) = delete;
+};
+
+// Reads LocalOnly, IncludeQualifiers, IncludeClassOrigin and PropertyList
+// with the defaults given.
+std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
+                                                  const TCimRequest& request, bool localOnly,
+                                                  bool includeQualifiers);
+
+// Items that write each element of `elements` in turn with `write`.
+template <typename T, typename F>
+TCimMethodResponse::TItems EachOf(std::vector<T> elements, F write) {
+  auto all = std::make_shared<std::vector<T>>(std::move(elements));
+  auto next = std::make_shared<size_t>(0);
+  return [all, next, write](TCimXmlWriter& writer) {
+    if (*next >= all->size()) return false;
+    write(writer, (*all)[(*next)++]);  // moved on first: an item that fails is not tried again
+    return true;
+  };
+}
+
+// Items that write one thing.
+template <typename F>
+TCimMethodResponse::TItems OneItem(F write) {
+  return EachOf(std::vector<int>{0}, [write](TCimXmlWriter& writer, int) { write(writer); });
+}
+
+// VALUE.INSTANCEWITHPATH, or INSTANCEPATH alone, for each instance.
+TCimMethodResponse::TItems InstancesWithPaths(std::vector<boost::shared_ptr<ICIMInstance>> instances,
+                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly);
+
+#endif  // INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_

@@ -1,0 +1,156 @@
+// TCimOperations: the pull operations. An Open... operation works out every
+// instance it will deliver, keeps them (weakly) in an open enumeration and
+// delivers the first MaxObjectCount; each Pull... delivers the next ones,
+// leaving out those that have left the repository meanwhile.
+
+#include "core/printable_text.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "server/cim_operations_internal.h"
+
+namespace {
+
+const TContext kNone;
+
+}  // namespace
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
+    TCall& call, std::vector<boost::shared_ptr<ICIMInstance>> instances, bool pathsOnly) {
+  if (call.reader.String(call.Parameter("FilterQueryLanguage")) || call.reader.String(call.Parameter("FilterQuery"))) {
+    throw TCimError(kCimFilteredEnumerationNotSupported, "filter queries are not supported");
+  }
+  if (call.Boolean("ContinueOnError", false)) {
+    throw TCimError(kCimContinuationOnErrorNotSupported, "ContinueOnError is not supported");
+  }
+  TEnumeration enumeration;
+  const std::optional<uint32_t> timeout = call.reader.Uint32(call.Parameter("OperationTimeout"));
+  enumeration.timeout = timeout ? std::chrono::seconds(*timeout) : config_.defaultOperationTimeout;
+  if (enumeration.timeout.count() == 0 || enumeration.timeout > config_.maxOperationTimeout) {
+    throw TCimError(kCimInvalidOperationTimeout,
+                    "OperationTimeout must be 1 to " + std::to_string(config_.maxOperationTimeout.count()) +
+                        " seconds");
+  }
+  enumeration.pathsOnly = pathsOnly;
+  enumeration.includeClassOrigin = call.Boolean("IncludeClassOrigin", false);
+  enumeration.propertyList = call.reader.PropertyList(call.Parameter("PropertyList"));
+  enumeration.items.assign(instances.begin(), instances.end());
+  const uint32_t count = call.reader.Uint32(call.Parameter("MaxObjectCount")).value_or(0);
+  const auto now = TEnumerationContexts::TClock::now();
+  const std::optional<std::string> id = contexts_.Open(std::move(enumeration), now);
+  if (!id) {
+    throw TCimError(kCimServerLimitsExceeded, std::to_string(config_.maxOpenEnumerations) +
+                                                  " enumerations are open already");
+  }
+  return Deliver(call, *id, *contexts_.Find(*id, now), count);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::string& id,
+                                                       TEnumeration& enumeration, uint32_t count) {
+  auto live = [&](size_t index) {
+    boost::shared_ptr<ICIMInstance> instance = enumeration.items[index].lock();
+    return instance && StillThere(instance) ? instance : boost::shared_ptr<ICIMInstance>();
+  };
+  std::vector<boost::shared_ptr<ICIMInstance>> delivered;
+  while (delivered.size() < count && enumeration.next < enumeration.items.size()) {
+    if (auto instance = live(enumeration.next++)) delivered.push_back(std::move(instance));
+  }
+  // Instances gone since do not hold the end back.
+  while (enumeration.next < enumeration.items.size() && !live(enumeration.next)) ++enumeration.next;
+  const bool end = enumeration.next >= enumeration.items.size();
+  auto options = std::make_shared<TObjectOptions>();
+  options->propertyList = enumeration.propertyList;
+  if (options->propertyList) options->options.propertyList = &*options->propertyList;
+  options->options.includeClassOrigin = enumeration.includeClassOrigin;
+  const bool pathsOnly = enumeration.pathsOnly;
+  if (end) contexts_.Close(id);  // `enumeration` is gone from here on
+  return std::make_unique<TCimMethodResponse>(
+      call.head, InstancesWithPaths(std::move(delivered), options, pathsOnly),
+      [id, end](TXmlOut& xml) {
+        ParamValue(xml, "EnumerationContext", "string", end ? nullptr : &id);
+        const std::string endText = end ? "TRUE" : "FALSE";
+        ParamValue(xml, "EndOfSequence", "boolean", &endText);
+      });
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstances(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  return OpenEnumeration(call, InstancesOf(*FindClass(name, kCimInvalidClass)), false);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall& call) {
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  return OpenEnumeration(call, InstancesOf(*FindClass(name, kCimInvalidClass)), true);
+}
+
+// The instance an Open...Associator/Reference operation starts from.
+static TCIMReference SourcePath(const TCimXmlReader& reader, const TXmlElement* parameter) {
+  return reader.InstanceName(reader.Content(parameter, "INSTANCENAME"));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstances(TCall& call) {
+  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
+  call.record->target = path.GetPath();
+  return OpenEnumeration(call, AssociatorsOf(*FindInstance(path), call), false);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstancePaths(TCall& call) {
+  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
+  call.record->target = path.GetPath();
+  return OpenEnumeration(call, AssociatorsOf(*FindInstance(path), call), true);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstances(TCall& call) {
+  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
+  call.record->target = path.GetPath();
+  return OpenEnumeration(call, ReferencesOf(*FindInstance(path), call, "ResultClass"), false);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstancePaths(TCall& call) {
+  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
+  call.record->target = path.GetPath();
+  return OpenEnumeration(call, ReferencesOf(*FindInstance(path), call, "ResultClass"), true);
+}
+
+// The open enumeration a Pull... or CloseEnumeration names.
+static std::string ContextId(const TCimXmlReader& reader, const TXmlElement* parameter) {
+  const std::optional<std::string> id = reader.String(parameter);
+  if (!id) throw TCimError(kCimInvalidParameter, "parameter EnumerationContext is required");
+  return *id;
+}
+
+static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id, bool pathsOnly) {
+  TEnumeration* enumeration = contexts.Find(id, TEnumerationContexts::TClock::now());
+  if (enumeration == nullptr || enumeration->pathsOnly != pathsOnly) {
+    throw TCimError(kCimInvalidEnumerationContext,
+                    "no open enumeration " + Printable(id) +
+                        (enumeration == nullptr ? " (never opened, ended, closed or expired)"
+                                                : pathsOnly ? " of paths" : " of instances"));
+  }
+  return *enumeration;
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call) {
+  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
+  if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
+  return Deliver(call, id, OpenContext(contexts_, id, false), *count);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::PullInstancePaths(TCall& call) {
+  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
+  if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
+  return Deliver(call, id, OpenContext(contexts_, id, true), *count);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::CloseEnumeration(TCall& call) {
+  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  TEnumeration* enumeration = contexts_.Find(id, TEnumerationContexts::TClock::now());
+  if (enumeration == nullptr) {
+    throw TCimError(kCimInvalidEnumerationContext, "no open enumeration " + Printable(id));
+  }
+  contexts_.Close(id);
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}

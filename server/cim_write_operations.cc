@@ -1,0 +1,254 @@
+// TCimOperations: the write operations, through the repository's own rules.
+//
+// Instances are made as a host makes them (AllocateInstance,
+// SetPropertyValue, a validation, AddToNamespace), classes and qualifier
+// declarations are entered by the MOF loader from the productions the
+// request reads to. Every value is read and checked against its declaration
+// before the first change, so a refused request changes nothing.
+
+#include "core/ascii.h"
+#include "core/log_capture.h"
+#include "core/printable_text.h"
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
+#include "mof/mof_loader.h"
+#include "server/cim_operations_internal.h"
+
+namespace {
+
+const TContext kNone;
+
+typedef std::vector<std::pair<std::string, TCIMValue>> TValues;
+
+std::set<std::string> KeyNames(ICIMClass& cls) {
+  std::set<std::string> keys;
+  cls.EnumerateKeys(
+      [&](const std::string& key) {
+        std::string lower = key;
+        for (char& c : lower) c = ToLowerAscii(c);
+        keys.insert(lower);
+        return true;
+      },
+      kNone);
+  return keys;
+}
+
+std::string Lower(std::string text) {
+  for (char& c : text) c = ToLowerAscii(c);
+  return text;
+}
+
+boost::shared_ptr<ICIMPropertyDecl> DeclOf(ICIMClass& cls, const std::string& name) {
+  try {
+    return cls.GetPropertyDecl(name, kNone);
+  } catch (const TTYLException&) {
+    throw TCimError(kCimNoSuchProperty,
+                    "class " + cls.GetName(kNone) + " has no property " + Printable(name));
+  }
+}
+
+// Runs `change`; a refusal of the repository becomes the CIM error of
+// `missing`, with the lines the repository logged.
+template <typename F>
+void Guarded(EMissing missing, F change) {
+  TLogCapture capture;
+  try {
+    change();
+  } catch (const TTYLException& e) {
+    throw CimErrorOf(e, capture, missing);
+  }
+}
+
+// The first error of a load that failed.
+std::string FirstError(const TMofLoader& loader) {
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    if (d.severity == TMofDiagnostic::kError) return d.message;
+  }
+  return "refused";
+}
+
+}  // namespace
+
+void TCimOperations::RequireWritable(const TCall& call) const {
+  if (config_.readOnly) {
+    throw TCimError(kCimAccessDenied, call.request.method + " is refused: this server is read-only");
+  }
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
+  RequireWritable(call);
+  const TXmlElement& element = call.reader.Content(call.Parameter("NewInstance"), "INSTANCE");
+  std::vector<TCimPropertyElement> properties;
+  const std::string className = call.reader.InstanceProperties(element, &properties);
+  call.record->target = className;
+  boost::shared_ptr<ICIMClass> cls = FindClass(className, kCimInvalidClass);
+  if (cls->IsAbstract(kNone)) {
+    throw TCimError(kCimInvalidParameter, "class " + cls->GetName(kNone) + " is abstract: it has no instances");
+  }
+  TValues values;
+  for (const TCimPropertyElement& p : properties) {
+    boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, p.name);
+    values.emplace_back(decl->GetName(kNone), call.reader.PropertyValue(*p.element, *decl));
+  }
+  boost::shared_ptr<ICIMInstance> instance = cls->AllocateInstance(kNone);
+  TCIMReference path;
+  Guarded(EMissing::kInstance, [&] {
+    for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, kNone);
+  });
+  {
+    // A reference that resolves to nothing is a bad value, not a missing
+    // instance of the request's own.
+    TLogCapture capture;
+    try {
+      instance->Validate(kNone);
+      path = instance->GetReference(kNone);
+    } catch (const TTYLException& e) {
+      TCimError error = CimErrorOf(e, capture, EMissing::kInstance);
+      throw TCimError(kCimInvalidParameter, error.what());
+    }
+  }
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> existing;
+  try {
+    existing = ns_->GetInstance(path, kNone);
+  } catch (const TTYLException&) {
+  }
+  if (existing) throw TCimError(kCimAlreadyExists, "an instance " + Printable(path.GetPath()) + " is already there");
+  Guarded(EMissing::kInstance, [&] { instance->AddToNamespace(kNone); });
+  if (!StillThere(instance)) throw TCimError(kCimFailed, "the repository did not file the instance");
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head,
+                                              OneItem([path](TCimXmlWriter& w) { w.InstanceName(path); }));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
+  RequireWritable(call);
+  const TXmlElement& named = call.reader.Content(call.Parameter("ModifiedInstance"), "VALUE.NAMEDINSTANCE");
+  if (named.children.size() != 2) {
+    throw TCimError(kCimInvalidParameter, "VALUE.NAMEDINSTANCE must hold INSTANCENAME and INSTANCE");
+  }
+  const TCIMReference path = call.reader.InstanceName(*named.children[0]);
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  std::vector<TCimPropertyElement> properties;
+  const std::string className = call.reader.InstanceProperties(*named.children[1], &properties);
+  boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
+  if (!EqualsFoldingAscii(className, cls->GetName(kNone))) {
+    throw TCimError(kCimInvalidParameter, "the instance is of class " + Printable(className) +
+                                              ", its name of class " + cls->GetName(kNone));
+  }
+  const std::optional<std::set<std::string>> list = call.reader.PropertyList(call.Parameter("PropertyList"));
+  const std::set<std::string> keys = KeyNames(*cls);
+  std::set<std::string> given;
+  TValues values;
+  auto change = [&](const ICIMPropertyDecl& decl, TCIMValue value) {
+    const std::string lower = Lower(decl.GetName(kNone));
+    if (keys.count(lower) > 0) {
+      if (value != instance->GetProperty(decl.GetName(kNone), kNone)->GetValue(kNone)) {
+        throw TCimError(kCimInvalidParameter, "key property " + decl.GetName(kNone) + " cannot change");
+      }
+      return;
+    }
+    values.emplace_back(decl.GetName(kNone), std::move(value));
+  };
+  for (const TCimPropertyElement& p : properties) {
+    given.insert(Lower(p.name));
+    if (list && list->count(Lower(p.name)) == 0) continue;
+    boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, p.name);
+    change(*decl, call.reader.PropertyValue(*p.element, *decl));
+  }
+  // A property the list names and the instance leaves out goes back to its
+  // default.
+  if (list) {
+    for (const std::string& name : *list) {
+      if (given.count(name) > 0) continue;
+      boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, name);
+      change(*decl, decl->GetDefaultValue(kNone));
+    }
+  }
+  Guarded(EMissing::kProperty, [&] {
+    for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, kNone);
+  });
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
+  RequireWritable(call);
+  const TCIMReference path =
+      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  Guarded(EMissing::kInstance, [&] { instance->Delete(kNone); });
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
+  RequireWritable(call);
+  const TCIMReference path =
+      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+  call.record->target = path.GetPath();
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));
+  if (!name) throw TCimError(kCimInvalidParameter, "parameter PropertyName is required");
+  boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
+  boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, *name);
+  if (KeyNames(*cls).count(Lower(*name)) > 0) {
+    throw TCimError(kCimInvalidParameter, "key property " + decl->GetName(kNone) + " cannot change");
+  }
+  const TXmlElement* newValue = call.Parameter("NewValue");
+  const TXmlElement* element =
+      newValue == nullptr || newValue->children.empty() ? nullptr : newValue->children.front().get();
+  const TCIMValue value = call.reader.DeclaredValue(element, *decl);
+  Guarded(EMissing::kProperty, [&] { instance->SetPropertyValue(decl->GetName(kNone), value, kNone); });
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::CreateClass(TCall& call) {
+  RequireWritable(call);
+  const TMofProduction production = call.reader.Class(call.reader.Content(call.Parameter("NewClass"), "CLASS"));
+  const TMofClass& c = production.cls;
+  call.record->target = c.name;
+  try {
+    ns_->GetClass(c.name, kNone);
+    throw TCimError(kCimAlreadyExists, "class " + Printable(c.name) + " is already defined");
+  } catch (const TTYLException&) {
+  }
+  if (!c.superName.empty()) {
+    try {
+      ns_->GetClass(c.superName, kNone);
+    } catch (const TTYLException&) {
+      throw TCimError(kCimInvalidSuperclass, "no superclass named " + Printable(c.superName));
+    }
+  }
+  TMofLoader loader(ns_);
+  if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::SetQualifier(TCall& call) {
+  RequireWritable(call);
+  const TMofProduction production =
+      call.reader.QualifierDecl(call.reader.Content(call.Parameter("QualifierDeclaration"), "QUALIFIER.DECLARATION"));
+  const std::string& name = production.qualifierDecl.name;
+  call.record->target = name;
+  boost::shared_ptr<ICIMQualifierDecl> existing;
+  try {
+    existing = ns_->GetQualifierDecl(name, kNone);
+  } catch (const TTYLException&) {
+  }
+  if (existing) {
+    throw TCimError(kCimNotSupported, "qualifier " + Printable(name) +
+                                          " is declared already; a declaration is not changed");
+  }
+  TMofLoader loader(ns_);
+  if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
+  ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}

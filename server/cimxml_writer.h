@@ -1,0 +1,83 @@
+// TCimXmlWriter: the repository's elements in the XML representation of CIM
+// (DSP0201): values, instance names and paths, instances, classes and
+// qualifier declarations, as the DTD of CIM-XML lays them out.
+//
+// It reads the repository through the element interfaces only, and writes
+// into a TXmlOut, which the caller drains as it fills.
+//
+// Paths: an instance's own path is written as INSTANCENAME, or inside the
+// namespace the server serves (LOCALNAMESPACEPATH, or NAMESPACEPATH with the
+// host name the client used). A reference value is written as INSTANCENAME,
+// or LOCALINSTANCEPATH when it names a namespace of its own.
+//
+// Values the DTD has no room for are written as near as it allows: a
+// reference-array property as an array of path texts, an array key as the
+// text of the array, characters XML 1.0 cannot carry as U+FFFD (TXmlOut).
+
+#ifndef INMEM_SERVER_CIMXML_WRITER_H_
+#define INMEM_SERVER_CIMXML_WRITER_H_
+
+#include <set>
+#include <string>
+
+#include "core/cim_reference.h"
+#include "core/cim_value.h"
+#include "server/xml_out.h"
+
+class ICIMClass;
+class ICIMInstance;
+class ICIMNamedElement;
+class ICIMQualifierDecl;
+
+// Which parts of a class or instance a request asked for.
+struct TCimObjectOptions {
+  // Only what the class itself declares or overrides (no inherited
+  // properties, methods or qualifiers).
+  bool localOnly = false;
+  bool includeQualifiers = false;
+  bool includeClassOrigin = false;
+  // When set, only properties whose normalised (lower-case) names are in it.
+  const std::set<std::string>* propertyList = nullptr;
+  // When set (an enumeration without deep inheritance), only the properties
+  // this class declares.
+  ICIMClass* declaredBy = nullptr;
+};
+
+class TCimXmlWriter {
+ public:
+  // `host` and `namespaceName` make the full paths of the server's objects.
+  TCimXmlWriter(TXmlOut& out, std::string host, std::string namespaceName)
+      : out_(out), host_(std::move(host)), namespace_(std::move(namespaceName)) {}
+
+  // An element around what follows (VALUE.NAMEDINSTANCE, OBJECTPATH, ...).
+  void Open(const char* element) { out_.Open(element); }
+  void Close() { out_.Close(); }
+
+  // VALUE, VALUE.ARRAY or VALUE.REFERENCE; nothing for a null.
+  void Value(const TCIMValue& value);
+  void InstanceName(const TCIMReference& path);
+  // INSTANCEPATH: NAMESPACEPATH and INSTANCENAME.
+  void InstancePath(const TCIMReference& path);
+  void LocalNamespacePath(const std::string& namespaceName);
+  // CLASSPATH: NAMESPACEPATH and CLASSNAME.
+  void ClassPath(const std::string& className);
+  void ClassName(const std::string& className);
+  void Instance(ICIMInstance& instance, const TCimObjectOptions& options);
+  void Class(ICIMClass& cls, const TCimObjectOptions& options);
+  void QualifierDecl(ICIMQualifierDecl& decl);
+
+ private:
+  void NamespacePath();
+  void KeyBinding(const std::string& name, const TCIMValue& value);
+  void ReferenceValue(const TCIMReference& path);
+  // The qualifiers of `element`; with `localOnly`, not those taken over
+  // unchanged from a base element.
+  void Qualifiers(const ICIMNamedElement& element, bool localOnly);
+  void ScalarText(const TCIMValue& value);
+
+  TXmlOut& out_;
+  std::string host_;
+  std::string namespace_;
+};
+
+#endif  // INMEM_SERVER_CIMXML_WRITER_H_

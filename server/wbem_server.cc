@@ -1,0 +1,397 @@
+// TWbemServer: listeners and connections on Boost.Beast, one thread.
+
+#include "server/wbem_server.h"
+
+#include <csignal>
+#include <cstdio>
+#include <optional>
+#include <type_traits>
+
+#include <boost/asio.hpp>
+#include <boost/asio/ssl.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/ssl.hpp>
+
+#include "core/printable_text.h"
+
+namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace ssl = net::ssl;
+using tcp = net::ip::tcp;
+
+namespace {
+
+// The size of the pieces an answer is made and sent in.
+const size_t kPiece = 64u << 10;
+
+typedef std::chrono::steady_clock TClock;
+
+std::string EndpointText(const tcp::endpoint& endpoint) {
+  const std::string address = endpoint.address().to_string();
+  return (endpoint.address().is_v6() ? "[" + address + "]" : address) + ":" +
+         std::to_string(endpoint.port());
+}
+
+}  // namespace
+
+class TWbemServer::TImpl {
+ public:
+  TImpl(TCimOperations& operations, TWbemServerConfig config, std::ostream& access)
+      : config(std::move(config)), exchange(operations, this->config.http), access(access) {}
+
+  void Accept(size_t index);
+  void Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,
+           TClock::time_point started);
+  void Stop();
+
+  net::io_context ioc{1};
+  ssl::context tls{ssl::context::tls_server};
+  TWbemServerConfig config;
+  TCimHttpExchange exchange;
+  std::ostream& access;
+  std::vector<std::unique_ptr<tcp::acceptor>> acceptors;
+  // A task run every `period` (Every).
+  struct TRepeating {
+    net::steady_timer timer;
+    std::chrono::seconds period;
+    std::function<void()> task;
+  };
+  void Arm(TRepeating& repeating);
+  std::vector<std::unique_ptr<TRepeating>> repeating;
+  net::signal_set signals{ioc, SIGINT, SIGTERM};
+  size_t connections = 0;
+  bool stopping = false;
+};
+
+namespace {
+
+// One connection: requests read one after the other, each answered before
+// the next is read.
+template <class Stream>
+class TSession : public std::enable_shared_from_this<TSession<Stream>> {
+ public:
+  static constexpr bool kTls = !std::is_same<Stream, beast::tcp_stream>::value;
+
+  TSession(TWbemServer::TImpl& server, Stream stream, std::string peer, std::string local)
+      : server_(server), stream_(std::move(stream)), peer_(std::move(peer)), local_(std::move(local)) {
+    ++server_.connections;
+  }
+  ~TSession() { --server_.connections; }
+
+  void Start() {
+    if constexpr (kTls) {
+      Lowest().expires_after(server_.config.requestTimeout);
+      stream_.async_handshake(ssl::stream_base::server,
+                              [self = this->shared_from_this()](beast::error_code ec) {
+                                if (ec) return;  // not TLS, or gave up: nothing to answer
+                                self->ReadHeader();
+                              });
+    } else {
+      ReadHeader();
+    }
+  }
+
+ private:
+  beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
+
+  void ReadHeader() {
+    parser_.emplace();
+    parser_->header_limit(static_cast<std::uint32_t>(server_.config.maxHeaderBytes));
+    parser_->body_limit(server_.config.maxBodyBytes);
+    Lowest().expires_after(server_.config.idleTimeout);
+    http::async_read_header(stream_, buffer_, *parser_,
+                            [self = this->shared_from_this()](beast::error_code ec, size_t) {
+                              self->OnHeader(ec);
+                            });
+  }
+
+  void OnHeader(beast::error_code ec) {
+    started_ = TClock::now();
+    if (ec) return OnReadError(ec);
+    Lowest().expires_after(server_.config.requestTimeout);
+    auto expect = parser_->get().find(http::field::expect);
+    if (expect != parser_->get().end() && beast::iequals(expect->value(), "100-continue")) {
+      // The client waits for this before it sends the body.
+      auto interim = std::make_shared<http::response<http::empty_body>>(http::status::continue_, 11);
+      http::async_write(stream_, *interim, [self = this->shared_from_this(), interim](beast::error_code ec, size_t) {
+        if (ec) return self->Close();
+        self->ReadBody();
+      });
+      return;
+    }
+    ReadBody();
+  }
+
+  void ReadBody() {
+    http::async_read(stream_, buffer_, *parser_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      if (ec) return self->OnReadError(ec);
+      self->OnRequest();
+    });
+  }
+
+  void OnReadError(beast::error_code ec) {
+    version_ = 11;
+    teTrailers_ = false;
+    if (ec == http::error::body_limit) {
+      return Respond(TCimHttpExchange::Refusal(
+                         http::status::payload_too_large,
+                         "the request body is larger than " + std::to_string(server_.config.maxBodyBytes) + " bytes"),
+                     true);
+    }
+    if (ec == http::error::header_limit) {
+      return Respond(TCimHttpExchange::Refusal(http::status::request_header_fields_too_large,
+                                               "the request headers are larger than " +
+                                                   std::to_string(server_.config.maxHeaderBytes) + " bytes"),
+                     true);
+    }
+    if (ec == http::error::end_of_stream || ec == net::error::eof || ec == beast::error::timeout ||
+        ec == net::error::operation_aborted || ec == net::error::connection_reset || buffer_.size() == 0) {
+      return Close();  // gone, idle or too slow: nothing to answer
+    }
+    Respond(TCimHttpExchange::Refusal(http::status::bad_request, "not an HTTP request: " + ec.message()), true);
+  }
+
+  void OnRequest() {
+    const THttpRequest& request = parser_->get();
+    version_ = request.version();
+    auto te = request.find(http::field::te);
+    teTrailers_ = te != request.end() && te->value().find("trailers") != beast::string_view::npos;
+    THttpAnswer answer = server_.exchange.Answer(request, local_);
+    Respond(std::move(answer), !request.keep_alive());
+  }
+
+  template <class Response>
+  void SetHeaders(Response& response, const THttpAnswer& answer) {
+    response.set(http::field::server, "inmem");
+    response.set(http::field::content_type, answer.contentType);
+    for (const auto& header : answer.headers) response.set(header.first, header.second);
+    response.keep_alive(!close_);
+  }
+
+  void Respond(THttpAnswer answer, bool close) {
+    close_ = close || answer.close;
+    record_ = std::move(answer.record);
+    status_ = static_cast<unsigned>(answer.status);
+    piece_.clear();
+    body_ = std::move(answer.body);
+    bool more = false;
+    try {
+      more = body_ && body_->Next(&piece_, kPiece);
+    } catch (const std::exception& e) {
+      answer = TCimHttpExchange::Refusal(http::status::internal_server_error, e.what());
+      piece_.clear();
+      body_ = std::move(answer.body);
+      body_->Next(&piece_, kPiece);
+      status_ = 500;
+    }
+    Lowest().expires_after(server_.config.requestTimeout);
+    if (!more) {
+      whole_ = std::make_unique<http::response<http::string_body>>(answer.status, version_);
+      SetHeaders(*whole_, answer);
+      whole_->body() = std::move(piece_);
+      whole_->prepare_payload();
+      http::async_write(stream_, *whole_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+        if (ec) return self->Close();
+        self->Finish();
+      });
+      return;
+    }
+    const bool chunked = version_ >= 11 && teTrailers_;
+    if (!chunked) close_ = true;  // the end of the connection ends the answer
+    streamed_ = std::make_unique<http::response<http::buffer_body>>(answer.status, version_);
+    SetHeaders(*streamed_, answer);
+    if (chunked) streamed_->chunked(true);
+    streamed_->body().data = piece_.data();
+    streamed_->body().size = piece_.size();
+    streamed_->body().more = true;
+    serializer_ = std::make_unique<http::response_serializer<http::buffer_body>>(*streamed_);
+    WriteStreamed();
+  }
+
+  void WriteStreamed() {
+    Lowest().expires_after(server_.config.requestTimeout);
+    http::async_write(stream_, *serializer_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      if (ec == http::error::need_buffer) ec = {};
+      if (ec) return self->Close();
+      if (self->serializer_->is_done()) return self->Finish();
+      self->piece_.clear();
+      bool more = false;
+      try {
+        more = self->body_->Next(&self->piece_, kPiece);
+      } catch (const std::exception&) {
+        return self->Close();  // the answer cannot be finished: the client sees it cut short
+      }
+      self->streamed_->body().data = self->piece_.empty() ? nullptr : self->piece_.data();
+      self->streamed_->body().size = self->piece_.size();
+      self->streamed_->body().more = more;
+      self->WriteStreamed();
+    });
+  }
+
+  void Finish() {
+    server_.Log(peer_, record_, status_, started_);
+    body_.reset();
+    whole_.reset();
+    serializer_.reset();
+    streamed_.reset();
+    if (close_ || server_.stopping) return Close();
+    ReadHeader();
+  }
+
+  void Close() {
+    if constexpr (kTls) {
+      Lowest().expires_after(std::chrono::seconds(2));
+      stream_.async_shutdown([self = this->shared_from_this()](beast::error_code) {
+        beast::error_code ignored;
+        self->Lowest().socket().close(ignored);
+      });
+    } else {
+      beast::error_code ignored;
+      Lowest().socket().shutdown(tcp::socket::shutdown_both, ignored);
+      Lowest().socket().close(ignored);
+    }
+  }
+
+  TWbemServer::TImpl& server_;
+  Stream stream_;
+  std::string peer_;
+  std::string local_;
+  beast::flat_buffer buffer_;
+  std::optional<http::request_parser<http::string_body>> parser_;
+  TClock::time_point started_ = TClock::now();
+  unsigned version_ = 11;
+  bool teTrailers_ = false;
+  bool close_ = false;
+  // The answer under way.
+  TCallRecord record_;
+  unsigned status_ = 200;
+  std::unique_ptr<TResponseBody> body_;
+  std::string piece_;
+  std::unique_ptr<http::response<http::string_body>> whole_;
+  std::unique_ptr<http::response<http::buffer_body>> streamed_;
+  std::unique_ptr<http::response_serializer<http::buffer_body>> serializer_;
+};
+
+}  // namespace
+
+void TWbemServer::TImpl::Accept(size_t index) {
+  acceptors[index]->async_accept([this, index](beast::error_code ec, tcp::socket socket) {
+    if (stopping) return;
+    if (ec) {
+      // Out of descriptors and the like: try again in a moment, not at once.
+      auto pause = std::make_shared<net::steady_timer>(ioc, std::chrono::milliseconds(100));
+      pause->async_wait([this, index, pause](beast::error_code) {
+        if (!stopping) Accept(index);
+      });
+      return;
+    }
+    beast::error_code ignored;
+    const std::string peer = EndpointText(socket.remote_endpoint(ignored));
+    const std::string local = socket.local_endpoint(ignored).address().to_string();
+    if (connections >= config.maxConnections) {
+      TCallRecord record{"-", "refused: " + std::to_string(config.maxConnections) + " connections are open", kCimOk};
+      Log(peer, record, 503, TClock::now());
+      socket.close(ignored);
+    } else if (config.listen[index].tls) {
+      std::make_shared<TSession<beast::ssl_stream<beast::tcp_stream>>>(
+          *this, beast::ssl_stream<beast::tcp_stream>(beast::tcp_stream(std::move(socket)), tls), peer, local)
+          ->Start();
+    } else {
+      std::make_shared<TSession<beast::tcp_stream>>(*this, beast::tcp_stream(std::move(socket)), peer, local)
+          ->Start();
+    }
+    Accept(index);
+  });
+}
+
+void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,
+                             TClock::time_point started) {
+  const double ms = std::chrono::duration<double, std::milli>(TClock::now() - started).count();
+  char duration[32];
+  std::snprintf(duration, sizeof duration, "%.2fms", ms);
+  access << "inmem serve: " << peer << ' ' << (record.operation.empty() ? "-" : Printable(record.operation))
+         << ' ' << (record.target.empty() ? "-" : Printable(record.target)) << " http=" << httpStatus
+         << " cim=" << static_cast<int>(record.status) << ' ' << duration << std::endl;
+}
+
+void TWbemServer::TImpl::Arm(TRepeating& r) {
+  r.timer.expires_after(r.period);
+  r.timer.async_wait([this, &r](beast::error_code ec) {
+    if (ec || stopping) return;
+    r.task();
+    Arm(r);
+  });
+}
+
+void TWbemServer::TImpl::Stop() {
+  if (stopping) return;
+  stopping = true;
+  beast::error_code ignored;
+  for (auto& acceptor : acceptors) acceptor->close(ignored);
+  for (auto& r : repeating) r->timer.cancel();
+  signals.cancel(ignored);
+  ioc.stop();
+}
+
+TWbemServer::TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access)
+    : impl_(std::make_unique<TImpl>(operations, std::move(config), access)) {}
+
+TWbemServer::~TWbemServer() = default;
+
+void TWbemServer::Start() {
+  TImpl& s = *impl_;
+  bool anyTls = false;
+  for (const TListenAddress& a : s.config.listen) anyTls = anyTls || a.tls;
+  if (anyTls) {
+    s.tls.set_options(ssl::context::default_workarounds | ssl::context::no_sslv2 | ssl::context::no_sslv3 |
+                      ssl::context::no_tlsv1 | ssl::context::no_tlsv1_1);
+    beast::error_code ec;
+    s.tls.use_certificate_chain_file(s.config.certFile, ec);
+    if (ec) throw std::runtime_error("cannot use the certificate " + s.config.certFile + ": " + ec.message());
+    s.tls.use_private_key_file(s.config.keyFile, ssl::context::pem, ec);
+    if (ec) throw std::runtime_error("cannot use the key " + s.config.keyFile + ": " + ec.message());
+  }
+  for (const TListenAddress& a : s.config.listen) {
+    beast::error_code ec;
+    const net::ip::address address = net::ip::make_address(a.address, ec);
+    if (ec) throw std::runtime_error("not an IP address: " + a.address);
+    auto acceptor = std::make_unique<tcp::acceptor>(s.ioc);
+    const tcp::endpoint endpoint(address, a.port);
+    acceptor->open(endpoint.protocol(), ec);
+    if (!ec) acceptor->set_option(net::socket_base::reuse_address(true), ec);
+    if (!ec) acceptor->bind(endpoint, ec);
+    if (!ec) acceptor->listen(net::socket_base::max_listen_connections, ec);
+    if (ec) throw std::runtime_error("cannot listen on " + EndpointText(endpoint) + ": " + ec.message());
+    s.acceptors.push_back(std::move(acceptor));
+  }
+  for (size_t i = 0; i < s.acceptors.size(); ++i) s.Accept(i);
+  s.signals.async_wait([this](beast::error_code ec, int) {
+    if (!ec) impl_->Stop();
+  });
+}
+
+std::vector<unsigned short> TWbemServer::Ports() const {
+  std::vector<unsigned short> ports;
+  for (const auto& acceptor : impl_->acceptors) {
+    beast::error_code ignored;
+    ports.push_back(acceptor->local_endpoint(ignored).port());
+  }
+  return ports;
+}
+
+void TWbemServer::Run(const std::function<void()>& onStop) {
+  impl_->ioc.run();
+  if (onStop) onStop();
+}
+
+void TWbemServer::Stop() {
+  net::post(impl_->ioc, [this] { impl_->Stop(); });
+}
+
+void TWbemServer::Every(std::chrono::seconds period, std::function<void()> task) {
+  impl_->repeating.push_back(
+      std::make_unique<TImpl::TRepeating>(TImpl::TRepeating{net::steady_timer(impl_->ioc), period, std::move(task)}));
+  impl_->Arm(*impl_->repeating.back());
+}

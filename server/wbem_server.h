@@ -1,0 +1,75 @@
+// TWbemServer: the network side of `inmem serve`. It listens on HTTP and
+// HTTPS addresses (Boost.Beast over Asio, TLS by OpenSSL), reads requests
+// within the limits below, hands each to TCimHttpExchange, writes the answer
+// as it is made, and logs one access line per request.
+//
+// Everything runs on one thread, the one that calls Run: the repository is
+// single-threaded, and so is every handler that reaches it. Slow clients
+// cost no thread: reads and writes wait asynchronously, each under a
+// timeout.
+//
+// An answer that fits in one piece is sent with its length. A longer one
+// is sent as it is made: chunked when the client asked for trailers
+// (TE: trailers, as DSP0200 has CIM clients signal chunking), otherwise
+// to the end of the connection, which then closes.
+
+#ifndef INMEM_SERVER_WBEM_SERVER_H_
+#define INMEM_SERVER_WBEM_SERVER_H_
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <boost/asio/io_context.hpp>
+
+#include "server/cim_http_exchange.h"
+
+struct TListenAddress {
+  std::string address;  // "127.0.0.1", "::1", "0.0.0.0"
+  unsigned short port = 0;  // 0: any free port (see Ports)
+  bool tls = false;
+};
+
+struct TWbemServerConfig {
+  std::vector<TListenAddress> listen;
+  std::string certFile;  // PEM, for the TLS addresses
+  std::string keyFile;
+  THttpPolicy http;
+  size_t maxBodyBytes = 16u << 20;
+  size_t maxHeaderBytes = 16u << 10;
+  size_t maxConnections = 64;
+  // How long a connection may wait for (the headers of) its next request,
+  // and how long reading a request's body or writing a piece of an answer
+  // may take.
+  std::chrono::seconds idleTimeout{30};
+  std::chrono::seconds requestTimeout{60};
+};
+
+class TWbemServer {
+ public:
+  // `access` receives the access lines.
+  TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access);
+  ~TWbemServer();
+
+  // Opens every listening address; throws std::runtime_error naming the
+  // first that cannot be opened, or a certificate that cannot be read.
+  void Start();
+  // The ports the listening addresses got, in their order.
+  std::vector<unsigned short> Ports() const;
+  // Serves until Stop or SIGINT/SIGTERM; then runs `onStop` (on this
+  // thread) and returns.
+  void Run(const std::function<void()>& onStop);
+  void Stop();
+  // Runs `task` on the server's thread every `period` while it serves.
+  void Every(std::chrono::seconds period, std::function<void()> task);
+
+  class TImpl;
+
+ private:
+  std::unique_ptr<TImpl> impl_;
+};
+
+#endif  // INMEM_SERVER_WBEM_SERVER_H_

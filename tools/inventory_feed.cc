@@ -1,0 +1,128 @@
+// TInventoryFeed: collect aside, then swap the instances.
+
+#include "tools/inventory_feed.h"
+
+#include <dlfcn.h>
+
+#include <sstream>
+
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "mof/mof_loader.h"
+#include "mof/mof_writer.h"
+
+namespace {
+
+const TContext kNone;
+
+// Every class below the root, in the order the namespace lists them.
+std::vector<boost::shared_ptr<ICIMClass>> AllClasses(ICIMNamespace& ns) {
+  std::vector<boost::shared_ptr<ICIMClass>> all;
+  ns.GetClass("", kNone)->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> cls) {
+        all.push_back(std::move(cls));
+        return true;
+      },
+      true, kNone);
+  return all;
+}
+
+bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, const std::string& schema,
+                std::string* error) {
+  try {
+    ns.GetClass("PELXA_ComputerSystem", kNone);
+    return true;
+  } catch (const TTYLException&) {
+  }
+  TMofLoader loader(shared);
+  if (loader.LoadFile(schema)) return true;
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    if (d.severity == TMofDiagnostic::kError) {
+      *error = "the inventory schema does not load: " + d.message;
+      break;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+void HandCacheStates(const std::string& plugin, const TCacheStates& states, ICIMNamespace& ns) {
+  if (void* library = dlopen(plugin.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
+    const std::pair<const char*, int> globals[] = {
+        {"g_L1Enabled", states.level1}, {"g_L2Enabled", states.level2}, {"g_L3Enabled", states.level3}};
+    for (const auto& global : globals) {
+      if (void* address = dlsym(library, global.first)) *static_cast<int32_t*>(address) = global.second;
+    }
+    dlclose(library);
+  }
+  // Enumerating the processors applies the cache states to them.
+  ns.GetClass("PELXA_Processor", kNone)
+      ->EnumerateInstances([](boost::shared_ptr<ICIMInstance>) { return true; }, false, kNone);
+}
+
+TInventoryFeed::TInventoryFeed(boost::shared_ptr<ICIMNamespace> served,
+                               std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace,
+                               std::string schema, std::string root, std::string plugin)
+    : served_(std::move(served)),
+      newNamespace_(std::move(newNamespace)),
+      schema_(std::move(schema)),
+      root_(std::move(root)),
+      plugin_(std::move(plugin)) {}
+
+bool TInventoryFeed::Refresh(std::string* error) {
+  notes_.clear();
+  boost::shared_ptr<ICIMNamespace> scratch = newNamespace_();
+  if (!LoadSchema(*scratch, scratch, schema_, error) || !LoadSchema(*served_, served_, schema_, error)) {
+    return false;
+  }
+  TLinuxCollector collector(root_);
+  try {
+    collector.Collect(*scratch);
+  } catch (const TCollectError& e) {
+    *error = e.what();
+    return false;
+  }
+  notes_ = collector.Notes();
+  // The new instances as MOF, plain ones before the associations that
+  // point at them.
+  std::ostringstream mof;
+  TMofWriter writer(mof);
+  std::vector<TCIMReference> collected;
+  const std::vector<boost::shared_ptr<ICIMClass>> classes = AllClasses(*scratch);
+  for (bool associations : {false, true}) {
+    for (const auto& cls : classes) {
+      if (cls->IsAssociation(kNone) != associations) continue;
+      cls->EnumerateInstances(
+          [&](boost::shared_ptr<ICIMInstance> instance) {
+            writer.WriteInstance(*instance);
+            collected.push_back(instance->GetReference(kNone));
+            return true;
+          },
+          false, kNone);
+    }
+  }
+  for (const TCIMReference& path : entered_) {
+    try {
+      if (auto old = served_->GetInstance(path, kNone)) old->Delete(kNone);
+    } catch (const TTYLException&) {
+      // gone already, with its class
+    }
+  }
+  TMofLoadOptions options;
+  options.keepGoing = true;
+  TMofLoader loader(served_, options);
+  loader.LoadText("inventory", mof.str());
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    if (d.severity == TMofDiagnostic::kError) notes_.push_back("not entered: " + d.message);
+  }
+  entered_.clear();
+  for (const TCIMReference& path : collected) {
+    try {
+      if (served_->GetInstance(path, kNone)) entered_.push_back(path);
+    } catch (const TTYLException&) {
+    }
+  }
+  HandCacheStates(plugin_, collector.CacheStates(), *served_);
+  return true;
+}

@@ -1,0 +1,52 @@
+// TInventoryFeed: this machine's inventory in a repository that others read
+// too (the served one), collected again on demand.
+//
+// Each collection runs in a scratch namespace of its own, so that a
+// collection that fails leaves the served repository as it was. Then the
+// instances the previous collection entered leave the served repository and
+// the new ones enter it, through the MOF loader as MOF text, so they pass
+// the same rules as any other MOF. Nothing else changes: instances a client
+// made, even of the inventory's classes, stay.
+
+#ifndef INMEM_TOOLS_INVENTORY_FEED_H_
+#define INMEM_TOOLS_INVENTORY_FEED_H_
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_namespace.h"
+#include "tools/linux_collector.h"
+
+// Hands the processors' cache states to the plug-in at `plugin` (its
+// exported globals), and has `ns` apply them to its processors.
+void HandCacheStates(const std::string& plugin, const TCacheStates& states, ICIMNamespace& ns);
+
+class TInventoryFeed {
+ public:
+  // `newNamespace` makes an empty namespace of the same plug-in; `schema`
+  // is the inventory schema's MOF; `root` where /proc and /sys are read.
+  TInventoryFeed(boost::shared_ptr<ICIMNamespace> served,
+                 std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace, std::string schema,
+                 std::string root, std::string plugin);
+
+  // Collects again and replaces the previous collection's instances. False,
+  // with the reason in *error, when nothing was replaced.
+  bool Refresh(std::string* error);
+  // What the last collection left out or could not enter, a line each.
+  const std::vector<std::string>& Notes() const { return notes_; }
+  size_t Instances() const { return entered_.size(); }
+
+ private:
+  boost::shared_ptr<ICIMNamespace> served_;
+  std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace_;
+  std::string schema_;
+  std::string root_;
+  std::string plugin_;
+  std::vector<TCIMReference> entered_;  // by the last collection
+  std::vector<std::string> notes_;
+};
+
+#endif  // INMEM_TOOLS_INVENTORY_FEED_H_

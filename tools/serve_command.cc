@@ -1,0 +1,229 @@
+// `inmem serve` and `inmem passwd`.
+
+#include "tools/serve_command.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+
+#include <boost/asio/ip/address.hpp>
+
+#include "core/printable_text.h"
+#include "server/cim_operations.h"
+#include "server/snapshot.h"
+#include "server/user_file.h"
+#include "server/wbem_server.h"
+#include "tools/inventory_feed.h"
+#include "tools/repository_commands.h"
+#include "tools/strict_number.h"
+
+namespace {
+
+int UsageError(const std::string& message) {
+  std::cerr << "inmem: serve: " << message << "\n";
+  return kExitUsage;
+}
+
+// "127.0.0.1:5988", "[::1]:5988", "localhost:5988".
+bool ParseAddress(const std::string& text, bool tls, TListenAddress* out) {
+  const size_t colon = text.rfind(':');
+  if (colon == std::string::npos) return false;
+  std::string host = text.substr(0, colon);
+  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  if (host == "localhost") host = "127.0.0.1";
+  const std::optional<uint64_t> port = ReadDecimal(std::string_view(text).substr(colon + 1));
+  boost::system::error_code ec;
+  boost::asio::ip::make_address(host, ec);
+  if (ec || !port || *port > 65535) return false;
+  *out = TListenAddress{host, static_cast<unsigned short>(*port), tls};
+  return true;
+}
+
+bool IsLoopback(const std::string& address) {
+  boost::system::error_code ec;
+  return boost::asio::ip::make_address(address, ec).is_loopback() && !ec;
+}
+
+std::string Url(const TListenAddress& a, unsigned short port) {
+  const bool v6 = a.address.find(':') != std::string::npos;
+  return std::string(a.tls ? "https" : "http") + "://" + (v6 ? "[" + a.address + "]" : a.address) + ":" +
+         std::to_string(port) + "/cimom";
+}
+
+}  // namespace
+
+void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
+  serve.add_option("--listen", o.listen, "HTTP address ADDR:PORT (repeatable; default 127.0.0.1:5988)");
+  serve.add_option("--https", o.https, "HTTPS address ADDR:PORT (repeatable; needs --cert and --key)");
+  serve.add_option("--cert", o.cert, "TLS certificate chain (PEM)");
+  serve.add_option("--key", o.key, "TLS private key (PEM)");
+  serve.add_option("--users", o.users, "users allowed in (HTTP Basic), written by inmem passwd");
+  serve.add_flag("--insecure", o.insecure, "allow plain HTTP beyond loopback (with --users)");
+  serve.add_option("--namespace", o.namespaceName, "CIM namespace served (default root/cimv2)");
+  serve.add_flag("--read-only", o.readOnly, "refuse every write with CIM_ERR_ACCESS_DENIED");
+  serve.add_flag("--inventory", o.inventory, "serve this machine's inventory too");
+  serve.add_option("--root", o.root, "read /proc and /sys below this folder for --inventory");
+  serve.add_option("--refresh", o.refresh, "collect the inventory again every SECONDS");
+  serve.add_option("--snapshot", o.snapshot, "load FILE at start when present; write it on shutdown");
+  serve.add_option("--snapshot-every", o.snapshotEvery, "write the snapshot every SECONDS when changed");
+  serve.add_option("--max-body", o.maxBody, "largest request body in bytes (default 16 MiB)");
+  serve.add_option("--max-header", o.maxHeader, "largest request header in bytes (default 16 KiB)");
+  serve.add_option("--max-depth", o.maxDepth, "deepest XML nesting of a request (default 64)");
+  serve.add_option("--max-elements", o.maxElements, "most XML elements in a request (default 250000)");
+  serve.add_option("--max-connections", o.maxConnections, "connections at once (default 64)");
+  serve.add_option("--max-enumerations", o.maxEnumerations, "open pull enumerations at once (default 256)");
+  serve.add_option("--idle-timeout", o.idleTimeout, "seconds a connection may wait for a request (default 30)");
+  serve.add_option("--request-timeout", o.requestTimeout,
+                   "seconds to read a request body or write a piece of an answer (default 60)");
+}
+
+int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
+          const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
+          const std::string& inventorySchema, const std::string& plugin) {
+  TWbemServerConfig config;
+  for (const auto& group : {std::make_pair(&o.listen, false), std::make_pair(&o.https, true)}) {
+    for (const std::string& text : *group.first) {
+      TListenAddress address;
+      if (!ParseAddress(text, group.second, &address)) {
+        return UsageError("not an address ADDR:PORT: " + Printable(text));
+      }
+      config.listen.push_back(address);
+    }
+  }
+  if (config.listen.empty()) config.listen.push_back(TListenAddress{"127.0.0.1", 5988, false});
+  if (!o.https.empty() && (o.cert.empty() || o.key.empty())) return UsageError("--https needs --cert and --key");
+  TUserFile users;
+  if (!o.users.empty()) {
+    std::string error;
+    if (!users.Load(o.users, false, &error)) return UsageError(error);
+    if (users.Empty()) return UsageError(o.users + " holds no users (add one with inmem passwd)");
+    config.http.users = &users;
+  }
+  for (const TListenAddress& a : config.listen) {
+    if (IsLoopback(a.address)) continue;
+    if (o.users.empty()) return UsageError("listening on " + a.address + " needs --users FILE");
+    if (!a.tls && !o.insecure) {
+      return UsageError("listening on " + a.address + " needs TLS (--https), or --insecure for plain HTTP");
+    }
+  }
+  config.certFile = o.cert;
+  config.keyFile = o.key;
+  config.http.xml.maxDepth = o.maxDepth;
+  config.http.xml.maxElements = o.maxElements;
+  config.http.xml.maxTextBytes = o.maxBody;
+  config.maxBodyBytes = o.maxBody;
+  config.maxHeaderBytes = o.maxHeader;
+  config.maxConnections = o.maxConnections;
+  config.idleTimeout = std::chrono::seconds(o.idleTimeout);
+  config.requestTimeout = std::chrono::seconds(o.requestTimeout);
+
+  TCimOperationsConfig operationsConfig;
+  operationsConfig.namespaceName = o.namespaceName;
+  operationsConfig.readOnly = o.readOnly;
+  operationsConfig.maxOpenEnumerations = o.maxEnumerations;
+  TCimOperations operations(ns, operationsConfig);
+
+  // Changes the snapshot has not seen: writes by clients, and collections.
+  uint64_t collections = 0;
+  std::unique_ptr<TInventoryFeed> feed;
+  auto collect = [&] {
+    std::string error;
+    if (feed->Refresh(&error)) {
+      ++collections;
+      std::cerr << "inmem serve: inventory collected: " << feed->Instances() << " instances\n";
+    } else {
+      std::cerr << "inmem serve: inventory not collected: " << error << "\n";
+    }
+    for (const std::string& note : feed->Notes()) std::cerr << "inmem serve: note: " << note << "\n";
+  };
+  if (o.inventory) {
+    feed = std::make_unique<TInventoryFeed>(ns, newNamespace, inventorySchema, o.root, plugin);
+    collect();
+  }
+
+  TWbemServer server(operations, config, std::cerr);
+  try {
+    server.Start();
+  } catch (const std::exception& e) {
+    std::cerr << "inmem: serve: " << e.what() << "\n";
+    return kExitNotFound;
+  }
+  const std::vector<unsigned short> ports = server.Ports();
+  for (size_t i = 0; i < ports.size(); ++i) {
+    std::cerr << "inmem serve: listening on " << Url(config.listen[i], ports[i]) << " (namespace "
+              << o.namespaceName << (o.readOnly ? ", read-only" : "") << ")" << std::endl;
+  }
+  if (feed && o.refresh > 0) server.Every(std::chrono::seconds(o.refresh), collect);
+  server.Every(std::chrono::seconds(5), [&] { operations.DropExpiredEnumerations(); });
+  uint64_t saved = operations.Changes() + collections;
+  auto save = [&](bool always) {
+    const uint64_t now = operations.Changes() + collections;
+    if (o.snapshot.empty() || (now == saved && !always)) return;
+    std::string error;
+    if (WriteSnapshot(*ns, o.snapshot, &error)) {
+      saved = now;
+      std::cerr << "inmem serve: snapshot written to " << o.snapshot << "\n";
+    } else {
+      std::cerr << "inmem serve: " << error << "\n";
+    }
+  };
+  if (o.snapshotEvery > 0) server.Every(std::chrono::seconds(o.snapshotEvery), [&] { save(false); });
+  server.Run([&] {
+    std::cerr << "inmem serve: stopping\n";
+    save(true);
+  });
+  return kExitOk;
+}
+
+namespace {
+
+// One line from standard input, without echo when it is a terminal.
+bool ReadSecret(const char* prompt, std::string* secret) {
+  const bool terminal = isatty(STDIN_FILENO) != 0;
+  termios saved{};
+  if (terminal) {
+    std::cerr << prompt << std::flush;
+    tcgetattr(STDIN_FILENO, &saved);
+    termios quiet = saved;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+  }
+  const bool read = static_cast<bool>(std::getline(std::cin, *secret));
+  if (terminal) {
+    tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+    std::cerr << "\n";
+  }
+  return read;
+}
+
+}  // namespace
+
+int Passwd(const std::string& file, const std::string& user) {
+  TUserFile users;
+  std::string error;
+  if (!users.Load(file, true, &error)) {
+    std::cerr << "inmem: passwd: " << error << "\n";
+    return kExitUsage;
+  }
+  std::string password, again;
+  if (!ReadSecret("password: ", &password) || password.empty()) {
+    std::cerr << "inmem: passwd: no password given\n";
+    return kExitUsage;
+  }
+  if (isatty(STDIN_FILENO) && (!ReadSecret("again: ", &again) || again != password)) {
+    std::cerr << "inmem: passwd: the passwords differ\n";
+    return kExitUsage;
+  }
+  if (!users.SetPassword(user, password)) {
+    std::cerr << "inmem: passwd: not a user name: " << Printable(user) << "\n";
+    return kExitUsage;
+  }
+  if (!users.Save(file, &error)) {
+    std::cerr << "inmem: passwd: " << error << "\n";
+    return kExitNotFound;
+  }
+  std::cerr << "inmem: passwd: " << user << " set in " << file << "\n";
+  return kExitOk;
+}

@@ -1,0 +1,62 @@
+// `inmem serve` and `inmem passwd`: the WBEM server on a loaded repository,
+// and the file of its users.
+//
+// serve: the repository (the MOF the tool loaded, or the snapshot when
+// there is one, and with --inventory this machine's inventory, collected
+// again every --refresh seconds) served under one CIM namespace to CIM
+// clients over HTTP and HTTPS until SIGINT or SIGTERM.
+//
+// Only loopback addresses are open to anyone. Any other address needs
+// --users (HTTP Basic) and, unless --insecure, TLS (--https with --cert and
+// --key).
+
+#ifndef INMEM_TOOLS_SERVE_COMMAND_H_
+#define INMEM_TOOLS_SERVE_COMMAND_H_
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "include/cim_namespace.h"
+
+struct TServeOptions {
+  std::vector<std::string> listen;  // ADDR:PORT, HTTP
+  std::vector<std::string> https;   // ADDR:PORT, HTTPS
+  std::string cert;
+  std::string key;
+  std::string users;
+  bool insecure = false;
+  std::string namespaceName = "root/cimv2";
+  bool readOnly = false;
+  bool inventory = false;
+  std::string root = "/";
+  unsigned refresh = 0;  // seconds; 0: collected once
+  std::string snapshot;
+  unsigned snapshotEvery = 0;  // seconds; 0: on shutdown only
+  size_t maxBody = 16u << 20;
+  size_t maxHeader = 16u << 10;
+  size_t maxDepth = 64;
+  size_t maxElements = 250000;
+  size_t maxConnections = 64;
+  size_t maxEnumerations = 256;
+  unsigned idleTimeout = 30;
+  unsigned requestTimeout = 60;
+};
+
+// Adds serve's options to `command`.
+void DeclareServeOptions(CLI::App& command, TServeOptions& options);
+
+// Serves `ns` until a signal; returns the tool's exit status (2 for a
+// usage error, such as an address that needs credentials).
+// `newNamespace` and the plug-in path serve the inventory.
+int Serve(const TServeOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+          const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
+          const std::string& inventorySchema, const std::string& plugin);
+
+// Sets USER's password in FILE (read from the terminal without echo, twice,
+// or as one line from standard input); returns the exit status.
+int Passwd(const std::string& file, const std::string& user);
+
+#endif  // INMEM_TOOLS_SERVE_COMMAND_H_
