@@ -17,6 +17,7 @@ packages=(
   sblim-wbemcli       # a real CIM client, for the server's tests
   libxml2-utils       # xmllint: the server's answers checked against the CIM-XML DTD
   openssl             # certificates for the HTTPS tests
+  curl                # raw requests in the server's tests
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(

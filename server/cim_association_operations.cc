@@ -155,7 +155,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Walk(TCall& call, bool associator
           w.Close();
         }));
   }
-  const TCIMReference path = call.reader.InstanceName(call.reader.Content(object, "INSTANCENAME"));
+  const TCIMReference path = call.reader.InstanceName(call.reader.Content(object, "ObjectName", "INSTANCENAME"));
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> source = FindInstance(path);
   std::vector<boost::shared_ptr<ICIMInstance>> instances =

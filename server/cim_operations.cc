@@ -226,7 +226,7 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) 
 
 std::unique_ptr<TResponseBody> TCimOperations::GetInstance(TCall& call) {
   const TCIMReference path =
-      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
   auto options = ReadObjectOptions(call.reader, call.request, kInstanceLocalOnly, false);
@@ -264,7 +264,7 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstanceNames(TCall& cal
 
 std::unique_ptr<TResponseBody> TCimOperations::GetProperty(TCall& call) {
   const TCIMReference path =
-      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
   const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));

@@ -6,7 +6,9 @@
 // References, ReferenceNames (on instances and on classes), GetProperty,
 // GetQualifier, EnumerateQualifiers; the pull operations; writes:
 // CreateInstance, ModifyInstance, DeleteInstance, SetProperty, CreateClass,
-// SetQualifier. Everything else answers CIM_ERR_NOT_SUPPORTED.
+// SetQualifier. Everything else answers CIM_ERR_NOT_SUPPORTED. Deleting an
+// instance deletes the association instances that point at it as well: an
+// association does not stand without its ends.
 //
 // Every operation runs under a log capture: a refusal of the repository
 // answers with the matching CIM status (server/cim_status.h) and the lines

@@ -22,6 +22,9 @@ struct TCimOperations::TCall {
   TCallRecord* record;
 
   const TXmlElement* Parameter(const char* name) const { return request.Parameter(name); }
+  const TXmlElement& Content(const char* name, const char* kind) const {
+    return reader.Content(Parameter(name), name, kind);
+  }
   bool Boolean(const char* name, bool byDefault) const {
     return reader.Boolean(Parameter(name), byDefault);
   }

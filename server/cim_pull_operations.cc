@@ -86,7 +86,7 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall&
 
 // The instance an Open...Associator/Reference operation starts from.
 static TCIMReference SourcePath(const TCimXmlReader& reader, const TXmlElement* parameter) {
-  return reader.InstanceName(reader.Content(parameter, "INSTANCENAME"));
+  return reader.InstanceName(reader.Content(parameter, "InstanceName", "INSTANCENAME"));
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstances(TCall& call) {

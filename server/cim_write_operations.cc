@@ -80,7 +80,7 @@ void TCimOperations::RequireWritable(const TCall& call) const {
 
 std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   RequireWritable(call);
-  const TXmlElement& element = call.reader.Content(call.Parameter("NewInstance"), "INSTANCE");
+  const TXmlElement& element = call.Content("NewInstance", "INSTANCE");
   std::vector<TCimPropertyElement> properties;
   const std::string className = call.reader.InstanceProperties(element, &properties);
   call.record->target = className;
@@ -126,7 +126,7 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
 
 std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
   RequireWritable(call);
-  const TXmlElement& named = call.reader.Content(call.Parameter("ModifiedInstance"), "VALUE.NAMEDINSTANCE");
+  const TXmlElement& named = call.Content("ModifiedInstance", "VALUE.NAMEDINSTANCE");
   if (named.children.size() != 2) {
     throw TCimError(kCimInvalidParameter, "VALUE.NAMEDINSTANCE must hold INSTANCENAME and INSTANCE");
   }
@@ -179,10 +179,22 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
   RequireWritable(call);
   const TCIMReference path =
-      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
-  Guarded(EMissing::kInstance, [&] { instance->Delete(kNone); });
+  // An association cannot stand without its ends: those that point at the
+  // instance go with it, so that what is left still loads as MOF.
+  std::vector<boost::shared_ptr<ICIMInstance>> associations;
+  instance->EnumerateAssociationInstances([&](boost::shared_ptr<ICIMInstance> a) {
+    associations.push_back(std::move(a));
+    return true;
+  }, "", "", kNone);
+  Guarded(EMissing::kInstance, [&] {
+    for (const auto& a : associations) {
+      if (StillThere(a)) a->Delete(kNone);
+    }
+    instance->Delete(kNone);
+  });
   ++changes_;
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }
@@ -190,7 +202,7 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
   RequireWritable(call);
   const TCIMReference path =
-      call.reader.InstanceName(call.reader.Content(call.Parameter("InstanceName"), "INSTANCENAME"));
+      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
   const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));
@@ -211,7 +223,7 @@ std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
 
 std::unique_ptr<TResponseBody> TCimOperations::CreateClass(TCall& call) {
   RequireWritable(call);
-  const TMofProduction production = call.reader.Class(call.reader.Content(call.Parameter("NewClass"), "CLASS"));
+  const TMofProduction production = call.reader.Class(call.Content("NewClass", "CLASS"));
   const TMofClass& c = production.cls;
   call.record->target = c.name;
   try {
@@ -235,7 +247,7 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateClass(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::SetQualifier(TCall& call) {
   RequireWritable(call);
   const TMofProduction production =
-      call.reader.QualifierDecl(call.reader.Content(call.Parameter("QualifierDeclaration"), "QUALIFIER.DECLARATION"));
+      call.reader.QualifierDecl(call.Content("QualifierDeclaration", "QUALIFIER.DECLARATION"));
   const std::string& name = production.qualifierDecl.name;
   call.record->target = name;
   boost::shared_ptr<ICIMQualifierDecl> existing;

@@ -31,6 +31,9 @@ bool IsTrue(const TXmlElement& element, const char* attribute) {
   return value != nullptr && EqualsFoldingAscii(*value, "true");
 }
 
+// The NAME of an IPARAMVALUE (the request reader made sure it has one).
+const char* NameOf(const TXmlElement& parameter) { return parameter.Attribute("NAME")->c_str(); }
+
 std::string_view Trimmed(std::string_view text) {
   const char* blanks = " \t\r\n";
   const size_t first = text.find_first_not_of(blanks);
@@ -38,11 +41,11 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-// The element that holds the value of a property, parameter or qualifier:
-// the child after its qualifiers.
+// The element that holds the value of a property, qualifier or qualifier
+// declaration (after its qualifiers or scope); nullptr for none.
 const TXmlElement* ValueChild(const TXmlElement& element) {
   for (const auto& child : element.children) {
-    if (child->name != "QUALIFIER") return child.get();
+    if (child->name.compare(0, 5, "VALUE") == 0) return child.get();
   }
   return nullptr;
 }
@@ -227,11 +230,10 @@ TMofValue MofValueOf(const TCIMValue& value) {
   return m;
 }
 
-const TXmlElement& TCimXmlReader::Content(const TXmlElement* parameter, const char* kind) const {
-  const std::string what = parameter == nullptr ? std::string(kind) : Printable(*parameter->Attribute("NAME"));
-  if (parameter == nullptr || parameter->children.empty()) Invalid("parameter " + what + " is required");
+const TXmlElement& TCimXmlReader::Content(const TXmlElement* parameter, const char* name, const char* kind) const {
+  if (parameter == nullptr || parameter->children.empty()) Invalid(std::string("parameter ") + name + " is required");
   const TXmlElement& content = *parameter->children.front();
-  if (content.name != kind) Invalid("parameter " + what + " holds " + Printable(content.name) + ", not " + kind);
+  if (content.name != kind) Invalid(std::string("parameter ") + name + " holds " + Printable(content.name) + ", not " + kind);
   return content;
 }
 
@@ -239,7 +241,7 @@ bool TCimXmlReader::Boolean(const TXmlElement* parameter, bool byDefault) const 
   if (parameter == nullptr || parameter->children.empty()) return byDefault;
   TCIMValue value;
   std::string why;
-  if (!ReadScalarText(Content(parameter, "VALUE").text, kCIMTypeBoolean, &value, &why)) {
+  if (!ReadScalarText(Content(parameter, NameOf(*parameter), "VALUE").text, kCIMTypeBoolean, &value, &why)) {
     Invalid("parameter " + Printable(*parameter->Attribute("NAME")) + ": " + why);
   }
   return static_cast<bool>(value);
@@ -249,7 +251,7 @@ std::optional<uint32_t> TCimXmlReader::Uint32(const TXmlElement* parameter) cons
   if (parameter == nullptr || parameter->children.empty()) return std::nullopt;
   TCIMValue value;
   std::string why;
-  if (!ReadScalarText(Content(parameter, "VALUE").text, kCIMTypeUint32, &value, &why)) {
+  if (!ReadScalarText(Content(parameter, NameOf(*parameter), "VALUE").text, kCIMTypeUint32, &value, &why)) {
     Invalid("parameter " + Printable(*parameter->Attribute("NAME")) + ": " + why);
   }
   return static_cast<uint32_t>(value);
@@ -257,18 +259,18 @@ std::optional<uint32_t> TCimXmlReader::Uint32(const TXmlElement* parameter) cons
 
 std::optional<std::string> TCimXmlReader::String(const TXmlElement* parameter) const {
   if (parameter == nullptr || parameter->children.empty()) return std::nullopt;
-  return Content(parameter, "VALUE").text;
+  return Content(parameter, NameOf(*parameter), "VALUE").text;
 }
 
 std::string TCimXmlReader::ClassName(const TXmlElement* parameter) const {
   if (parameter == nullptr || parameter->children.empty()) return std::string();
-  return Required(Content(parameter, "CLASSNAME"), "NAME");
+  return Required(Content(parameter, NameOf(*parameter), "CLASSNAME"), "NAME");
 }
 
 std::optional<std::set<std::string>> TCimXmlReader::PropertyList(const TXmlElement* parameter) const {
   if (parameter == nullptr || parameter->children.empty()) return std::nullopt;
   std::set<std::string> names;
-  for (const auto& element : Content(parameter, "VALUE.ARRAY").children) {
+  for (const auto& element : Content(parameter, NameOf(*parameter), "VALUE.ARRAY").children) {
     if (element->name != "VALUE") Invalid("PropertyList holds " + Printable(element->name));
     std::string name(Trimmed(element->text));
     for (char& c : name) c = ToLowerAscii(c);

@@ -62,8 +62,8 @@ class TCimXmlReader {
   std::string ClassName(const TXmlElement* parameter) const;
   // A PropertyList: the property names in lower case; none when left out.
   std::optional<std::set<std::string>> PropertyList(const TXmlElement* parameter) const;
-  // The one element a parameter holds, which must be named `kind`.
-  const TXmlElement& Content(const TXmlElement* parameter, const char* kind) const;
+  // The one element the parameter `name` holds, which must be a `kind`.
+  const TXmlElement& Content(const TXmlElement* parameter, const char* name, const char* kind) const;
 
   // An INSTANCENAME, with key values typed by the class's key declarations.
   TCIMReference InstanceName(const TXmlElement& element) const;

@@ -127,9 +127,19 @@ void TCimXmlWriter::KeyBinding(const std::string& name, const TCIMValue& value) 
 }
 
 void TCimXmlWriter::InstanceName(const TCIMReference& path) {
+  // Names as the class declares them: a path read from text may carry them
+  // in another letter case.
+  boost::shared_ptr<ICIMClass> cls = path.GetClass();
   out_.Open("INSTANCENAME");
-  out_.Attr("CLASSNAME", path.GetClassName());
-  for (const TCIMReference::TKeyBinding& key : path.GetKeyBindings()) KeyBinding(key.first, key.second);
+  out_.Attr("CLASSNAME", cls ? cls->GetName(kNone) : path.GetClassName());
+  for (const TCIMReference::TKeyBinding& key : path.GetKeyBindings()) {
+    boost::shared_ptr<ICIMPropertyDecl> decl;
+    try {
+      if (cls) decl = cls->GetPropertyDecl(key.first, kNone);
+    } catch (const TTYLException&) {
+    }
+    KeyBinding(decl ? decl->GetName(kNone) : key.first, key.second);
+  }
   out_.Close();
 }
 
