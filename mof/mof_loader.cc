@@ -274,20 +274,25 @@ bool TMofLoader::LoadText(const std::string& name, const std::string& text) {
 
 bool TMofLoader::Enter(const TMofProduction& production) {
   return Load([&] {
-    switch (production.kind) {
-      case TMofProduction::kQualifierDecl:
-        LoadQualifierDecl(production.qualifierDecl);
-        break;
-      case TMofProduction::kClass:
-        LoadClass(production.cls);
-        break;
-      case TMofProduction::kInstance:
-        LoadInstance(production.instance);
-        break;
-      case TMofProduction::kPragma:
-        break;
-    }
+    if (production.kind != TMofProduction::kPragma) LoadProduction(production);
   });
+}
+
+void TMofLoader::LoadProduction(const TMofProduction& production) {
+  switch (production.kind) {
+    case TMofProduction::kPragma:
+      Include(production.pragma);
+      break;
+    case TMofProduction::kQualifierDecl:
+      LoadQualifierDecl(production.qualifierDecl);
+      break;
+    case TMofProduction::kClass:
+      LoadClass(production.cls);
+      break;
+    case TMofProduction::kInstance:
+      LoadInstance(production.instance);
+      break;
+  }
 }
 
 void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
@@ -311,20 +316,7 @@ void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
       parser.Recover();
       continue;
     }
-    switch (production.kind) {
-      case TMofProduction::kPragma:
-        Include(production.pragma);
-        break;
-      case TMofProduction::kQualifierDecl:
-        LoadQualifierDecl(production.qualifierDecl);
-        break;
-      case TMofProduction::kClass:
-        LoadClass(production.cls);
-        break;
-      case TMofProduction::kInstance:
-        LoadInstance(production.instance);
-        break;
-    }
+    LoadProduction(production);
   }
 }
 

@@ -142,6 +142,8 @@ class TMofLoader {
   bool Load(F load);
   bool ReadFile(const std::string& path, TMofFile* file, std::string* error);
   void LoadSource(const TMofFile& file, const std::string& path, const TMofLocation& includedAt);
+  // Enters one production of either kind (a pragma may include a file).
+  void LoadProduction(const TMofProduction& production);
   void Include(const TMofPragma& pragma);
   void LoadQualifierDecl(const TMofQualifierDecl& decl);
   void LoadClass(const TMofClass& cls);

@@ -155,9 +155,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Walk(TCall& call, bool associator
           w.Close();
         }));
   }
-  const TCIMReference path = call.reader.InstanceName(call.reader.Content(object, "ObjectName", "INSTANCENAME"));
-  call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> source = FindInstance(path);
+  boost::shared_ptr<ICIMInstance> source = NamedInstance(call, "ObjectName");
   std::vector<boost::shared_ptr<ICIMInstance>> instances =
       associators ? AssociatorsOf(*source, call) : ReferencesOf(*source, call, "ResultClass");
   auto options = ReadObjectOptions(call.reader, call.request, false, false);

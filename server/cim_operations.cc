@@ -160,6 +160,12 @@ boost::shared_ptr<ICIMInstance> TCimOperations::FindInstance(const TCIMReference
   return instance;
 }
 
+boost::shared_ptr<ICIMInstance> TCimOperations::NamedInstance(TCall& call, const char* parameter) {
+  const TCIMReference path = call.reader.InstanceName(call.Content(parameter, "INSTANCENAME"));
+  call.record->target = path.GetPath();
+  return FindInstance(path);
+}
+
 bool TCimOperations::StillThere(const boost::shared_ptr<ICIMInstance>& instance) {
   try {
     return ns_->GetInstance(instance->GetReference(kNone), kNone).get() == instance.get();
@@ -225,10 +231,7 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) 
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::GetInstance(TCall& call) {
-  const TCIMReference path =
-      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
-  call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
   auto options = ReadObjectOptions(call.reader, call.request, kInstanceLocalOnly, false);
   return std::make_unique<TCimMethodResponse>(
       call.head, OneItem([instance, options](TCimXmlWriter& w) { w.Instance(*instance, options->options); }));
@@ -263,35 +266,30 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstanceNames(TCall& cal
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::GetProperty(TCall& call) {
-  const TCIMReference path =
-      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
-  call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
-  const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));
-  if (!name) throw TCimError(kCimInvalidParameter, "parameter PropertyName is required");
+  boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
+  const std::string name = call.RequiredString("PropertyName");
   // Asked for a property its class does not declare, the instance would
   // make one up and declare it in the class: a read must change nothing.
   try {
-    instance->GetClass(kNone)->GetPropertyDecl(*name, kNone);
+    instance->GetClass(kNone)->GetPropertyDecl(name, kNone);
   } catch (const TTYLException&) {
-    throw TCimError(kCimNoSuchProperty, "no property " + Printable(*name) + " in " + Printable(path.GetPath()));
+    throw TCimError(kCimNoSuchProperty, "no property " + Printable(name) + " in " + Printable(call.record->target));
   }
-  const TCIMValue value = instance->GetProperty(*name, kNone)->GetValue(kNone);
+  const TCIMValue value = instance->GetProperty(name, kNone)->GetValue(kNone);
   return std::make_unique<TCimMethodResponse>(call.head,
                                               OneItem([value](TCimXmlWriter& w) { w.Value(value); }));
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::GetQualifier(TCall& call) {
-  const std::optional<std::string> name = call.reader.String(call.Parameter("QualifierName"));
-  if (!name) throw TCimError(kCimInvalidParameter, "parameter QualifierName is required");
-  call.record->target = *name;
+  const std::string name = call.RequiredString("QualifierName");
+  call.record->target = name;
   boost::shared_ptr<ICIMQualifierDecl> decl;
   try {
-    decl = ns_->GetQualifierDecl(*name, kNone);
+    decl = ns_->GetQualifierDecl(name, kNone);
   } catch (const TTYLException& e) {
     if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
   }
-  if (!decl) throw TCimError(kCimNotFound, "no qualifier declaration " + Printable(*name));
+  if (!decl) throw TCimError(kCimNotFound, "no qualifier declaration " + Printable(name));
   return std::make_unique<TCimMethodResponse>(call.head,
                                               OneItem([decl](TCimXmlWriter& w) { w.QualifierDecl(*decl); }));
 }

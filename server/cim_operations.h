@@ -107,6 +107,9 @@ class TCimOperations {
   // Lookups that answer with the CIM error a client expects.
   boost::shared_ptr<ICIMClass> FindClass(const std::string& name, ECimStatus missing);
   boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path);
+  // The instance an INSTANCENAME parameter names, which becomes the call's
+  // target.
+  boost::shared_ptr<ICIMInstance> NamedInstance(TCall& call, const char* parameter);
   // Whether `instance` is still filed in the repository.
   bool StillThere(const boost::shared_ptr<ICIMInstance>& instance);
 

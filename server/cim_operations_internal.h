@@ -25,6 +25,12 @@ struct TCimOperations::TCall {
   const TXmlElement& Content(const char* name, const char* kind) const {
     return reader.Content(Parameter(name), name, kind);
   }
+  // A string parameter that must be given.
+  std::string RequiredString(const char* name) const {
+    std::optional<std::string> text = reader.String(Parameter(name));
+    if (!text) throw TCimError(kCimInvalidParameter, std::string("parameter ") + name + " is required");
+    return *text;
+  }
   bool Boolean(const char* name, bool byDefault) const {
     return reader.Boolean(Parameter(name), byDefault);
   }

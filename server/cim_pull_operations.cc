@@ -84,42 +84,23 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall&
   return OpenEnumeration(call, InstancesOf(*FindClass(name, kCimInvalidClass)), true);
 }
 
-// The instance an Open...Associator/Reference operation starts from.
-static TCIMReference SourcePath(const TCimXmlReader& reader, const TXmlElement* parameter) {
-  return reader.InstanceName(reader.Content(parameter, "InstanceName", "INSTANCENAME"));
-}
-
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstances(TCall& call) {
-  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
-  call.record->target = path.GetPath();
-  return OpenEnumeration(call, AssociatorsOf(*FindInstance(path), call), false);
+  return OpenEnumeration(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), false);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstancePaths(TCall& call) {
-  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
-  call.record->target = path.GetPath();
-  return OpenEnumeration(call, AssociatorsOf(*FindInstance(path), call), true);
+  return OpenEnumeration(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), true);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstances(TCall& call) {
-  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
-  call.record->target = path.GetPath();
-  return OpenEnumeration(call, ReferencesOf(*FindInstance(path), call, "ResultClass"), false);
+  return OpenEnumeration(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), false);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstancePaths(TCall& call) {
-  const TCIMReference path = SourcePath(call.reader, call.Parameter("InstanceName"));
-  call.record->target = path.GetPath();
-  return OpenEnumeration(call, ReferencesOf(*FindInstance(path), call, "ResultClass"), true);
+  return OpenEnumeration(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), true);
 }
 
-// The open enumeration a Pull... or CloseEnumeration names.
-static std::string ContextId(const TCimXmlReader& reader, const TXmlElement* parameter) {
-  const std::optional<std::string> id = reader.String(parameter);
-  if (!id) throw TCimError(kCimInvalidParameter, "parameter EnumerationContext is required");
-  return *id;
-}
-
+// The open enumeration a Pull... names.
 static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id, bool pathsOnly) {
   TEnumeration* enumeration = contexts.Find(id, TEnumerationContexts::TClock::now());
   if (enumeration == nullptr || enumeration->pathsOnly != pathsOnly) {
@@ -132,21 +113,21 @@ static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::stri
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call) {
-  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
   return Deliver(call, id, OpenContext(contexts_, id, false), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstancePaths(TCall& call) {
-  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
   return Deliver(call, id, OpenContext(contexts_, id, true), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::CloseEnumeration(TCall& call) {
-  const std::string id = ContextId(call.reader, call.Parameter("EnumerationContext"));
+  const std::string id = call.RequiredString("EnumerationContext");
   TEnumeration* enumeration = contexts_.Find(id, TEnumerationContexts::TClock::now());
   if (enumeration == nullptr) {
     throw TCimError(kCimInvalidEnumerationContext, "no open enumeration " + Printable(id));

@@ -178,10 +178,7 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
 
 std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
   RequireWritable(call);
-  const TCIMReference path =
-      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
-  call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
   // An association cannot stand without its ends: those that point at the
   // instance go with it, so that what is left still loads as MOF.
   std::vector<boost::shared_ptr<ICIMInstance>> associations;
@@ -201,15 +198,11 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
 
 std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
   RequireWritable(call);
-  const TCIMReference path =
-      call.reader.InstanceName(call.Content("InstanceName", "INSTANCENAME"));
-  call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
-  const std::optional<std::string> name = call.reader.String(call.Parameter("PropertyName"));
-  if (!name) throw TCimError(kCimInvalidParameter, "parameter PropertyName is required");
+  boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
+  const std::string name = call.RequiredString("PropertyName");
   boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
-  boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, *name);
-  if (KeyNames(*cls).count(Lower(*name)) > 0) {
+  boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, name);
+  if (KeyNames(*cls).count(Lower(name)) > 0) {
     throw TCimError(kCimInvalidParameter, "key property " + decl->GetName(kNone) + " cannot change");
   }
   const TXmlElement* newValue = call.Parameter("NewValue");
