@@ -28,6 +28,7 @@ for harness in "${harnesses[@]}"; do
     datetime) max_len=64 ;;
     object_path | path_round_trip) max_len=512 ;;
     mof_*) max_len=4096; dict=(-dict=fuzz/dict/mof.dict) ;;
+    cim_request) max_len=8192; dict=(-dict=fuzz/dict/cimxml.dict) ;;
     *) max_len=4096 ;;
   esac
   corpus=$build/fuzz-corpus/$harness

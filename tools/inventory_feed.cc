@@ -102,7 +102,11 @@ bool TInventoryFeed::Refresh(std::string* error) {
           false, kNone);
     }
   }
-  for (const TCIMReference& path : entered_) {
+  // What the last collection entered leaves, and so does an instance under
+  // a path this collection enters (one a snapshot brought back, say).
+  std::vector<TCIMReference> leaving = entered_;
+  leaving.insert(leaving.end(), collected.begin(), collected.end());
+  for (const TCIMReference& path : leaving) {
     try {
       if (auto old = served_->GetInstance(path, kNone)) old->Delete(kNone);
     } catch (const TTYLException&) {

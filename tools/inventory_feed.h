@@ -3,10 +3,12 @@
 //
 // Each collection runs in a scratch namespace of its own, so that a
 // collection that fails leaves the served repository as it was. Then the
-// instances the previous collection entered leave the served repository and
-// the new ones enter it, through the MOF loader as MOF text, so they pass
-// the same rules as any other MOF. Nothing else changes: instances a client
-// made, even of the inventory's classes, stay.
+// instances the previous collection entered leave the served repository,
+// with any other under a path the new collection enters (the inventory
+// owns those paths), and the new ones enter it, through the MOF loader as
+// MOF text, so they pass the same rules as any other MOF. Nothing else
+// changes: other instances a client made, even of the inventory's classes,
+// stay.
 
 #ifndef INMEM_TOOLS_INVENTORY_FEED_H_
 #define INMEM_TOOLS_INVENTORY_FEED_H_
