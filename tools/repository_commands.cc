@@ -14,7 +14,8 @@
 #include "include/cim_qualifier_decl.h"
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
-#include "tools/json_text.h"
+#include "display/json_text.h"
+#include "display/shown_value.h"
 #include "core/refusal_reason.h"
 
 namespace {
@@ -27,30 +28,6 @@ typedef boost::shared_ptr<ICIMInstance> TInstance;
 std::string PathOf(ICIMInstance& instance) { return instance.GetReference(kNone).GetPath(); }
 
 
-
-// The display text the property made for a value, as shown: a null that has
-// no NullDisplay text shows as "null" (JSON null) rather than as nothing.
-std::string ShownText(bool isNull, const std::string& display, bool json) {
-  if (isNull && display.empty()) return "null";
-  return json ? JsonString(display) : display;
-}
-
-// What a property shows for its current value: one text, or for an array
-// one text per element, as "{a, b}" or a JSON array.
-std::string Shown(const ICIMProperty& property, bool json) {
-  const TCIMValue& value = property.GetValue(kNone);
-  if (value.IsNull() || !property.IsArray(kNone)) {
-    return ShownText(value.IsNull(), property.GetDisplayValue(), json);
-  }
-  const std::vector<std::string> texts = property.GetDisplayValues();
-  const std::vector<TCIMValue>& elements = value.GetElements();
-  std::string shown;
-  for (size_t i = 0; i < texts.size(); ++i) {
-    const bool isNull = i < elements.size() && elements[i].IsNull();
-    shown += (i ? (json ? "," : ", ") : "") + ShownText(isNull, texts[i], json);
-  }
-  return json ? "[" + shown + "]" : "{" + shown + "}";
-}
 
 }  // namespace
 
@@ -204,19 +181,15 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool
         if (onlySet && property->UsesDefaultValue(kNone)) return true;
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
         const bool hasPrevious = property->HasPrevValue();
-        std::string previous;
-        if (hasPrevious) {
-          previous = ShownText(property->GetPrevValue().IsNull(), property->GetPrevDisplayValue(),
-                               json_);
-        }
+        const std::string previous = hasPrevious ? ShownPrevious(*property, json_) : std::string();
         if (json_) {
           out_ << separator << JsonString(name) << ":{\"value\":" << JsonValue(property->GetValue(kNone))
-               << ",\"display\":" << Shown(*property, true);
+               << ",\"display\":" << ShownValue(*property, true);
           if (hasPrevious) out_ << ",\"previous\":" << previous;
           out_ << "}";
           separator = ",";
         } else {
-          out_ << "    " << name << " = " << Shown(*property, false);
+          out_ << "    " << name << " = " << ShownValue(*property, false);
           if (hasPrevious) out_ << " (was " << previous << ")";
           out_ << "\n";
         }

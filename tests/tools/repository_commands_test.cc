@@ -12,7 +12,7 @@
 #include "mof/mof_loader.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/provider_namespace.h"
-#include "tools/json_text.h"
+#include "display/json_text.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 // holds: control characters are escaped, and bytes that are not valid UTF-8
 // (strings from other hosts, or from what a machine reports) become U+FFFD.
 
-#ifndef INMEM_TOOLS_JSON_TEXT_H_
-#define INMEM_TOOLS_JSON_TEXT_H_
+#ifndef INMEM_DISPLAY_JSON_TEXT_H_
+#define INMEM_DISPLAY_JSON_TEXT_H_
 
 #include <string>
 
@@ -15,4 +15,4 @@
 std::string JsonString(const std::string& text);
 std::string JsonValue(const TCIMValue& value);
 
-#endif  // INMEM_TOOLS_JSON_TEXT_H_
+#endif  // INMEM_DISPLAY_JSON_TEXT_H_

@@ -1,4 +1,4 @@
-#include "tools/json_text.h"
+#include "display/json_text.h"
 
 #include <cstdio>
 
