@@ -18,6 +18,8 @@ packages=(
   libxml2-utils       # xmllint: the server's answers checked against the CIM-XML DTD
   openssl             # certificates for the HTTPS tests
   curl                # raw requests in the server's tests
+  graphviz            # dot: the pictures of inmem graph and of the browser's pages
+  chromium            # the browser test of the pages (headless)
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(

@@ -86,7 +86,10 @@ THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::str
   }
   std::string_view target = View(request.target());
   target = target.substr(0, target.find('?'));
-  if (target != "/cimom") return Refusal(http::status::not_found, "no such page: " + Printable(target));
+  if (target != "/cimom") {
+    if (policy_.pages) return policy_.pages(request);
+    return Refusal(http::status::not_found, "no such page: " + Printable(target));
+  }
   const std::string_view method = View(request.method_string());
   if (method != "POST" && method != "M-POST") {
     THttpAnswer answer = Refusal(http::status::method_not_allowed, "CIM operations are POST or M-POST");

@@ -4,7 +4,8 @@
 //
 // It owns no connection: the server reads the request and writes the
 // answer, so the whole protocol above the bytes can be exercised without a
-// socket. Requests that are not valid CIM operations are refused with the
+// socket. Other paths go to the pages of THttpPolicy, behind the same
+// credentials. Requests that are not valid CIM operations are refused with the
 // HTTP status and CIMError header DSP0200 gives (400 request-not-well-formed,
 // request-not-valid, header-mismatch, unsupported-operation; 501
 // unsupported-cim-version, unsupported-dtd-version,
@@ -14,6 +15,7 @@
 #ifndef INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
 #define INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -46,6 +48,9 @@ struct THttpPolicy {
   // (HTTP Basic).
   const TUserFile* users = nullptr;
   std::string realm = "inmem";
+  // Answers every path but the CIM endpoint (the repository browser); when
+  // empty, those paths are not found.
+  std::function<THttpAnswer(const THttpRequest&)> pages;
 };
 
 class TCimHttpExchange {

@@ -260,6 +260,16 @@ int main(int argc, char** argv) {
   TServeOptions serveOptions;
   CLI::App* serve = app.add_subcommand("serve", "serve the repository to CIM clients (CIM-XML over HTTP)");
   DeclareServeOptions(*serve, serveOptions);
+  std::string graphFormat = "svg", graphOf;
+  int hops = 1;
+  CLI::App* graph = app.add_subcommand("graph", "a picture of a class or an instance, as SVG or DOT");
+  graph->require_subcommand(1);
+  graph->add_option("--format", graphFormat, "svg (default) or dot")->check(CLI::IsMember({"svg", "dot"}));
+  CLI::App* graphClass = graph->add_subcommand("class", "a class: its ancestors, subclasses and associations");
+  graphClass->add_option("name", graphOf, "class name")->required();
+  CLI::App* graphInstance = graph->add_subcommand("instance", "an instance and what is associated with it");
+  graphInstance->add_option("path", graphOf, "object path")->required();
+  graphInstance->add_option("--hops", hops, "association hops from it (1 to 4, default 1)")->check(CLI::Range(1, 4));
   std::string usersFile, userName;
   CLI::App* passwd = app.add_subcommand("passwd", "set a user's password in a users file for serve --users");
   passwd->add_option("file", usersFile, "users file")->required();
@@ -308,8 +318,10 @@ int main(int argc, char** argv) {
     } else if (shell->parsed()) {
       status = Shell(options, ns);
     } else if (serve->parsed()) {
-      status = Serve(serveOptions, ns, [&] { return NewNamespace(options); }, INMEM_INVENTORY_SCHEMA,
+      status = Serve(serveOptions, ns, files, [&] { return NewNamespace(options); }, INMEM_INVENTORY_SCHEMA,
                      options.plugin);
+    } else if (graph->parsed()) {
+      status = Graph(*ns, ns, graphClass->parsed(), graphOf, hops, graphFormat, std::cout);
     } else {
       status = command.Run(options, ns, commands);
     }

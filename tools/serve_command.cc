@@ -10,6 +10,10 @@
 
 #include <boost/asio/ip/address.hpp>
 
+#include "browser/dot_renderer.h"
+#include "browser/page_parts.h"
+#include "browser/repository_graphs.h"
+#include "browser/repository_pages.h"
 #include "core/printable_text.h"
 #include "server/cim_operations.h"
 #include "server/snapshot.h"
@@ -79,7 +83,7 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
                    "seconds to read a request body or write a piece of an answer (default 60)");
 }
 
-int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
+int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, const std::vector<std::string>& loaded,
           const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
           const std::string& inventorySchema, const std::string& plugin) {
   TWbemServerConfig config;
@@ -124,6 +128,9 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   operationsConfig.readOnly = o.readOnly;
   operationsConfig.maxOpenEnumerations = o.maxEnumerations;
   TCimOperations operations(ns, operationsConfig);
+  TRepositoryPages pages(ns, o.namespaceName);
+  for (const std::string& file : loaded) pages.NoteLoaded("MOF " + file);
+  config.http.pages = [&pages](const THttpRequest& request) { return pages.Answer(request); };
 
   // Changes the snapshot has not seen: writes by clients, and collections.
   uint64_t collections = 0;
@@ -133,6 +140,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
     if (feed->Refresh(&error)) {
       ++collections;
       std::cerr << "inmem serve: inventory collected: " << feed->Instances() << " instances\n";
+      pages.NoteLoaded("this machine's inventory, " + std::to_string(feed->Instances()) + " instances");
     } else {
       std::cerr << "inmem serve: inventory not collected: " << error << "\n";
     }
@@ -174,6 +182,40 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
     std::cerr << "inmem serve: stopping\n";
     save(true);
   });
+  return kExitOk;
+}
+
+int Graph(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, bool ofClass, const std::string& what,
+          int hops, const std::string& format, std::ostream& out) {
+  TGraphLimits limits;
+  limits.hops = hops;
+  std::string dot;
+  if (ofClass) {
+    boost::shared_ptr<ICIMClass> cls = FindClassOrNull(ns, what);
+    if (!cls) {
+      std::cerr << "inmem: graph: no class named " << Printable(what) << "\n";
+      return kExitNotFound;
+    }
+    dot = ClassGraph(*cls, limits);
+  } else {
+    std::string why;
+    boost::shared_ptr<ICIMInstance> instance = FindInstanceOrNull(shared, what, &why);
+    if (!instance) {
+      std::cerr << "inmem: graph: " << why << "\n";
+      return why.find("is not an instance path") != std::string::npos ? kExitUsage : kExitNotFound;
+    }
+    dot = InstanceGraph(*instance, limits);
+  }
+  if (format == "dot") {
+    out << dot;
+    return kExitOk;
+  }
+  std::string svg, error;
+  if (!RenderSvg(dot, &svg, &error)) {
+    std::cerr << "inmem: graph: " << error << "\n";
+    return kExitNotFound;
+  }
+  out << svg;
   return kExitOk;
 }
 

@@ -4,7 +4,8 @@
 // serve: the repository (the MOF the tool loaded, or the snapshot when
 // there is one, and with --inventory this machine's inventory, collected
 // again every --refresh seconds) served under one CIM namespace to CIM
-// clients over HTTP and HTTPS until SIGINT or SIGTERM.
+// clients over HTTP and HTTPS until SIGINT or SIGTERM, and to people as
+// pages and pictures at every other path.
 //
 // Only loopback addresses are open to anyone. Any other address needs
 // --users (HTTP Basic) and, unless --insecure, TLS (--https with --cert and
@@ -51,9 +52,16 @@ void DeclareServeOptions(CLI::App& command, TServeOptions& options);
 // Serves `ns` until a signal; returns the tool's exit status (2 for a
 // usage error, such as an address that needs credentials).
 // `newNamespace` and the plug-in path serve the inventory.
+// `loaded` names what the namespace was loaded from, for the overview page.
 int Serve(const TServeOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+          const std::vector<std::string>& loaded,
           const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
           const std::string& inventorySchema, const std::string& plugin);
+
+// `inmem graph class NAME` and `inmem graph instance PATH`: a picture of the
+// repository as SVG (or DOT text) on `out`; returns the exit status.
+int Graph(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, bool ofClass,
+          const std::string& what, int hops, const std::string& format, std::ostream& out);
 
 // Sets USER's password in FILE (read from the terminal without echo, twice,
 // or as one line from standard input); returns the exit status.

@@ -1,0 +1,75 @@
+// TRepositoryPages: one instance, and what is associated with it.
+
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "browser/html_text.h"
+#include "browser/page_frame.h"
+#include "browser/page_parts.h"
+#include "browser/repository_pages.h"
+#include "core/tyl_exception.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
+
+namespace http = boost::beast::http;
+
+namespace {
+
+const TContext kNone;
+
+}  // namespace
+
+THttpAnswer TRepositoryPages::InstancePage(const std::string& pathText) {
+  std::string why;
+  boost::shared_ptr<ICIMInstance> instance = FindInstanceOrNull(ns_, pathText, &why);
+  if (!instance) return NotFoundPage(namespaceName_, why);
+  const TCIMReference path = instance->GetReference(kNone);
+  const std::string& className = instance->GetClass(kNone)->GetName(kNone);
+  const std::string picture = "/graph/instance.svg?path=" + UrlEncoded(path.PathText());
+  std::string body = "<h1>" + ClassLink(className) + "</h1><p><code>" + Html(path.PathText()) +
+                     "</code></p><figure><a href=\"" + picture + "&amp;hops=2\"><img src=\"" + picture +
+                     "&amp;hops=1\" alt=\"What " + Html(path.PathText()) +
+                     " is associated with\"></a></figure><h2>Properties</h2>" + PropertyTable(*instance);
+
+  // The far ends of the associations that point at this instance, grouped
+  // by the association's class and the role the far end plays in it.
+  std::map<std::pair<std::string, std::string>, std::vector<std::pair<TCIMReference, TCIMReference>>> groups;
+  instance->EnumerateAssociationInstances(
+      [&](boost::shared_ptr<ICIMInstance> association) {
+        const TCIMReference through = association->GetReference(kNone);
+        association->EnumerateProperties(
+            [&](boost::shared_ptr<ICIMProperty> property) {
+              const TCIMValue& value = property->GetValue(kNone);
+              if (!value.IsReference() || value.IsNull()) return true;
+              boost::shared_ptr<ICIMInstance> end;
+              try {
+                end = boost::dynamic_pointer_cast<ICIMInstance>(value.GetReference().GetCIMElement(false));
+              } catch (const TTYLException&) {
+                return true;
+              }
+              if (!end || end.get() == instance.get()) return true;
+              groups[{association->GetClass(kNone)->GetName(kNone), property->GetDecl(kNone)->GetName(kNone)}]
+                  .emplace_back(end->GetReference(kNone), through);
+              return true;
+            },
+            kNone);
+        return true;
+      },
+      "", "", kNone);
+  body += "<h2>Associated instances</h2>";
+  if (groups.empty()) body += "<p class=\"muted\">none</p>";
+  for (const auto& group : groups) {
+    body += "<h3>" + ClassLink(group.first.first) + " <span class=\"muted\">as " + Html(group.first.second) +
+            "</span></h3><ul>";
+    for (const auto& end : group.second) {
+      body += "<li>" + InstanceLink(end.first) + " <span class=\"muted\">(" + InstanceLink(end.second, "through") +
+              ")</span></li>";
+    }
+    body += "</ul>";
+  }
+  return PageAnswer(http::status::ok, FramedPage(namespaceName_, className, body), "text/html; charset=utf-8",
+                    "/instance");
+}
