@@ -78,6 +78,9 @@ class TDot {
     return id;
   }
   bool Has(const std::string& key) const { return ids_.count(key) > 0; }
+  // Counts `key` as left out without trying it (a part of the picture that
+  // has a cap of its own).
+  void LeaveOut(const std::string& key) { leftOut_.insert(key); }
 
   void Edge(const std::string& from, const std::string& to, const std::string& label, const char* style = nullptr) {
     if (from.empty() || to.empty()) return;
@@ -106,6 +109,9 @@ class TDot {
 };
 
 const char kFocus[] = "fillcolor=\"#ffd98a\", penwidth=2";
+// A class's picture shows at most this many subclasses and associations
+// each, so that one much-referenced class does not make it unreadably wide.
+const size_t kMaxPerGroup = 8;
 const char kInherits[] = "arrowhead=empty";
 const char kAssociation[] = "shape=hexagon, fillcolor=\"#e6f2e6\"";
 
@@ -137,17 +143,38 @@ std::string ClassGraph(ICIMClass& cls, const TGraphLimits& limits) {
     below = id;
   }
   const std::string focus = ClassNode(dot, cls);
+  size_t subclasses = 0;
   cls.EnumerateSubclasses(
       [&](boost::shared_ptr<ICIMClass> sub) {
-        dot.Edge(ClassNode(dot, *sub), focus, "", kInherits);
+        if (++subclasses > kMaxPerGroup) {
+          dot.LeaveOut("class:" + Lower(sub->GetName(kNone)));
+        } else {
+          dot.Edge(ClassNode(dot, *sub), focus, "", kInherits);
+        }
         return true;
       },
       false, kNone);
+  // The associations that reference this very class (those of its
+  // ancestors are in their own pictures).
   std::vector<boost::shared_ptr<ICIMClass>> associations;
   std::set<const ICIMClass*> seen;
   cls.EnumerateAssociationClasses(
       [&](boost::shared_ptr<ICIMClass> a) {
-        if (seen.insert(a.get()).second) associations.push_back(a);
+        if (!seen.insert(a.get()).second) return true;
+        bool referencesThis = false;
+        a->EnumeratePropertyDecls(
+            [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
+              const TCIMValue& prototype = decl->GetDefaultValue(kNone);
+              referencesThis = referencesThis || (prototype.IsReference() && prototype.GetReferencedClass().get() == &cls);
+              return true;
+            },
+            kNone);
+        if (!referencesThis) return true;
+        if (associations.size() >= kMaxPerGroup) {
+          dot.LeaveOut("class:" + Lower(a->GetName(kNone)));
+        } else {
+          associations.push_back(a);
+        }
         return true;
       },
       "", "", kNone);

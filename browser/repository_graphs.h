@@ -3,7 +3,7 @@
 // them out; `inmem graph` writes either form.
 //
 // A picture is capped in size: past the cap the rest is left out and a note
-// in the picture says how much.
+// in the picture says how much (by default 60 nodes).
 
 #ifndef INMEM_BROWSER_REPOSITORY_GRAPHS_H_
 #define INMEM_BROWSER_REPOSITORY_GRAPHS_H_
@@ -23,8 +23,9 @@ struct TGraphLimits {
 };
 
 // The class with its ancestors up to the top, its direct subclasses, and
-// the association classes that reference it or an ancestor, each with an
-// edge to every class it references, labelled with the reference's name.
+// the association classes that reference it, each with an edge to every
+// class it references, labelled with the reference's name; at most 8
+// subclasses and 8 associations.
 std::string ClassGraph(ICIMClass& cls, const TGraphLimits& limits);
 
 // The instance and the instances within `hops` association hops of it: an

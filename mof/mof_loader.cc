@@ -416,6 +416,17 @@ void TMofLoader::Guard(const TMofLocation& where, const std::string& what, F loa
 }
 
 void TMofLoader::LoadQualifierDecl(const TMofQualifierDecl& decl) {
+  bool declared = false;
+  try {
+    declared = options_.keepDeclaredQualifiers && ns_->GetQualifierDecl(decl.name, TContext());
+  } catch (const TTYLException&) {
+    // not a name: refused below
+  }
+  if (declared) {
+    Report(TMofDiagnostic::kNote, decl.location,
+           "qualifier " + Printable(decl.name) + " is declared already; that declaration stays");
+    return;
+  }
   Guard(decl.location, "qualifier " + Printable(decl.name), [&] {
     ECIMType type = decl.type.isArray ? ArrayTypeOf(decl.type.type) : decl.type.type;
     TCIMValue value = decl.defaultValue ? Convert(*decl.defaultValue, type, {})

@@ -78,6 +78,11 @@ struct TMofLoadOptions {
   // Classes already in the namespace may be given again (for a namespace
   // created with redefinition allowed); otherwise that is an error.
   bool allowRedefinition = false;
+  // A qualifier declaration whose name the namespace declares already is
+  // left out (with a note) and the namespace's stays; otherwise that is an
+  // error. For a schema that brings its own declarations and is loaded
+  // beside another (the inventory schema beside the CIM schema).
+  bool keepDeclaredQualifiers = false;
 };
 
 struct TMofDiagnostic {

@@ -85,7 +85,9 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
   try {
     ns->GetClass("PELXA_ComputerSystem", TContext());
   } catch (const TTYLException&) {
-    TMofLoader loader(ns);
+    TMofLoadOptions loadOptions;
+    loadOptions.keepDeclaredQualifiers = true;  // beside another schema, its declarations stay
+    TMofLoader loader(ns, loadOptions);
     if (!LoadFiles(options, {INMEM_INVENTORY_SCHEMA}, loader, false)) {
       return commands.LoadFailed(loader);
     }

@@ -34,7 +34,9 @@ bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& share
     return true;
   } catch (const TTYLException&) {
   }
-  TMofLoader loader(shared);
+  TMofLoadOptions options;
+  options.keepDeclaredQualifiers = true;  // beside another schema, its declarations stay
+  TMofLoader loader(shared, options);
   if (loader.LoadFile(schema)) return true;
   for (const TMofDiagnostic& d : loader.Diagnostics()) {
     if (d.severity == TMofDiagnostic::kError) {

@@ -35,6 +35,8 @@ expect_run(2 "A subcommand is required" -m ${FIXTURE})
 expect_run(2 "missing.mof" -m missing.mof classes)
 expect_run(0 "1 files, 5 qualifier declarations, 3 classes \\(0 without keys\\), 3 instances, 0 errors" check ${FIXTURE})
 expect_run(0 "Uptime = 1 day, 1 hour, 1 minute, 1 second" inventory --root ${ROOT})
+# Beside a schema that declares the same qualifiers, those declarations stay.
+expect_run(0 "PELXA_Processor" -m ${FIXTURE} inventory --root ${ROOT})
 
 # The inventory needs a folder, and a host name to name the system by; one
 # detail the schema cannot hold is noted (with -v), not fatal.
