@@ -4,6 +4,7 @@
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
 #   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json)
 #   make fuzz      the fuzz harnesses (clang, libFuzzer), each run FUZZ_SECONDS
+#   make deb       a Debian package (CPack) in build-deb/
 
 BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
@@ -12,10 +13,11 @@ BENCH_ARGS ?=
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
 FUZZ_HARNESSES ?=
+DEB_DIR ?= build-deb
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
-.PHONY: deps build run test sanitize bench fuzz clean
+.PHONY: deps build run test sanitize bench fuzz deb clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -53,5 +55,12 @@ fuzz:
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target inmem_fuzzers
 	bash scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_HARNESSES)
 
+# The package installs under /usr, with the service's options in /etc/inmem.
+deb: deps
+	cmake -S . -B $(DEB_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DBUILD_TESTING=OFF \
+	  -DCMAKE_INSTALL_PREFIX=/usr -DINMEM_PACKAGE_DEB=ON
+	cmake --build $(DEB_DIR) -j $(JOBS)
+	cd $(DEB_DIR) && cpack -G DEB
+
 clean:
-	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR) $(FUZZ_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(BENCH_DIR) $(FUZZ_DIR) $(DEB_DIR)

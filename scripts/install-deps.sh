@@ -20,6 +20,9 @@ packages=(
   curl                # raw requests in the server's tests
   graphviz            # dot: the pictures of inmem graph and of the browser's pages
   chromium            # the browser test of the pages (headless)
+  pkg-config          # the install test builds a host with it
+  dpkg-dev            # dpkg-shlibdeps: the library dependencies of make deb
+  man-db              # the install test reads the manual page
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(

@@ -25,6 +25,7 @@
 #include "mof/mof_loader.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
+#include "tools/install_paths.h"
 #include "tools/inventory_feed.h"
 #include "tools/linux_collector.h"
 #include "tools/repository_commands.h"
@@ -37,7 +38,7 @@ struct TOptions {
   std::vector<std::string> includePaths;
   int verbosity = 0;
   std::string format = "text";
-  std::string plugin = INMEM_PLUGIN_PATH;
+  std::string plugin = DefaultPluginPath();
   bool keepGoing = false;
 };
 
@@ -88,7 +89,7 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
     TMofLoadOptions loadOptions;
     loadOptions.keepDeclaredQualifiers = true;  // beside another schema, its declarations stay
     TMofLoader loader(ns, loadOptions);
-    if (!LoadFiles(options, {INMEM_INVENTORY_SCHEMA}, loader, false)) {
+    if (!LoadFiles(options, {InventorySchemaPath()}, loader, false)) {
       return commands.LoadFailed(loader);
     }
   }
@@ -243,13 +244,14 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
 int main(int argc, char** argv) {
   CLI::App app{"inmem: an in-memory CIM repository on the command line"};
   app.set_help_all_flag("--help-all", "help for every command");
+  app.set_version_flag("--version", "inmem " INMEM_VERSION);
   TOptions options;
   app.add_option("-m,--mof", options.mofFiles, "MOF file to load first (repeatable)");
   app.add_option("-I,--include", options.includePaths, "folder searched by #pragma include");
   app.add_flag("-v,--verbose", options.verbosity, "show more of the log (repeatable)");
   app.add_option("--format", options.format, "output format: text or json")
       ->check(CLI::IsMember({"text", "json"}));
-  app.add_option("--plugin", options.plugin, "path of libinmem.so");
+  app.add_option("--plugin", options.plugin, "path of libinmem.so (default: beside the tool, or INMEM_PLUGIN)");
   app.add_flag("--keep-going", options.keepGoing, "report every MOF error, not only the first");
   app.require_subcommand(1);
   app.fallthrough();  // the options above may also follow the command
@@ -320,7 +322,7 @@ int main(int argc, char** argv) {
     } else if (shell->parsed()) {
       status = Shell(options, ns);
     } else if (serve->parsed()) {
-      status = Serve(serveOptions, ns, files, [&] { return NewNamespace(options); }, INMEM_INVENTORY_SCHEMA,
+      status = Serve(serveOptions, ns, files, [&] { return NewNamespace(options); }, InventorySchemaPath(),
                      options.plugin);
     } else if (graph->parsed()) {
       status = Graph(*ns, ns, graphClass->parsed(), graphOf, hops, graphFormat, std::cout);
