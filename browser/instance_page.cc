@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "browser/association_ends.h"
 #include "browser/html_text.h"
 #include "browser/page_frame.h"
 #include "browser/page_parts.h"
@@ -40,22 +41,10 @@ THttpAnswer TRepositoryPages::InstancePage(const std::string& pathText) {
   instance->EnumerateAssociationInstances(
       [&](boost::shared_ptr<ICIMInstance> association) {
         const TCIMReference through = association->GetReference(kNone);
-        association->EnumerateProperties(
-            [&](boost::shared_ptr<ICIMProperty> property) {
-              const TCIMValue& value = property->GetValue(kNone);
-              if (!value.IsReference() || value.IsNull()) return true;
-              boost::shared_ptr<ICIMInstance> end;
-              try {
-                end = boost::dynamic_pointer_cast<ICIMInstance>(value.GetReference().GetCIMElement(false));
-              } catch (const TTYLException&) {
-                return true;
-              }
-              if (!end || end.get() == instance.get()) return true;
-              groups[{association->GetClass(kNone)->GetName(kNone), property->GetDecl(kNone)->GetName(kNone)}]
-                  .emplace_back(end->GetReference(kNone), through);
-              return true;
-            },
-            kNone);
+        const std::string& className = association->GetClass(kNone)->GetName(kNone);
+        VisitAssociationEnds(*association, [&](const std::string& role, const boost::shared_ptr<ICIMInstance>& end) {
+          if (end.get() != instance.get()) groups[{className, role}].emplace_back(end->GetReference(kNone), through);
+        });
         return true;
       },
       "", "", kNone);

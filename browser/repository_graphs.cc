@@ -9,6 +9,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "browser/association_ends.h"
 #include "browser/html_text.h"
 #include "core/ascii.h"
 #include "core/tyl_exception.h"
@@ -222,28 +223,16 @@ std::string InstanceGraph(ICIMInstance& start, const TGraphLimits& limits) {
       // The ends: each reference that leads to an instance, with its role.
       std::vector<std::pair<std::string, std::string>> ends;  // role, node id
       bool cut = false;  // an end left out by the cap: the association is not drawn
-      association->EnumerateProperties(
-          [&](boost::shared_ptr<ICIMProperty> property) {
-            const TCIMValue& value = property->GetValue(kNone);
-            if (!value.IsReference() || value.IsNull()) return true;
-            boost::shared_ptr<ICIMInstance> end;
-            try {
-              end = boost::dynamic_pointer_cast<ICIMInstance>(value.GetReference().GetCIMElement(false));
-            } catch (const TTYLException&) {
-              return true;  // leads nowhere
-            }
-            if (!end) return true;
-            const bool known = dot.Has("instance:" + end->GetReference(kNone).PathText());
-            const std::string id = node(*end);
-            if (id.empty()) {
-              cut = true;
-              return true;
-            }
-            if (!known) queue.emplace_back(end, depth + 1);
-            ends.emplace_back(property->GetDecl(kNone)->GetName(kNone), id);
-            return true;
-          },
-          kNone);
+      VisitAssociationEnds(*association, [&](const std::string& role, const boost::shared_ptr<ICIMInstance>& end) {
+        const bool known = dot.Has("instance:" + end->GetReference(kNone).PathText());
+        const std::string id = node(*end);
+        if (id.empty()) {
+          cut = true;
+          return;
+        }
+        if (!known) queue.emplace_back(end, depth + 1);
+        ends.emplace_back(role, id);
+      });
       if (cut) continue;
       const std::string className = association->GetClass(kNone)->GetName(kNone);
       if (ends.size() == 2) {
