@@ -7,6 +7,7 @@
 # run; scripts/install-deps.sh installs it so that CI runs it.
 #   browser_test.sh TOOL FIXTURE WORKDIR
 set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
 tool=$1 fixture=$2 work=$3
 rm -rf "$work" && mkdir -p "$work" && cd "$work"
 if ! command -v chromium > /dev/null; then
@@ -23,7 +24,9 @@ if ! "${browser[@]}" --dump-dom about:blank > /dev/null 2> chromium-probe.log; t
 fi
 
 pid=
-trap '[ -n "$pid" ] && kill -9 $pid 2> /dev/null; true' EXIT
+# shellcheck source=../support/serve_process.sh
+source "$here/../support/serve_process.sh"
+trap stop_server_now EXIT
 fail() { echo "FAIL: $*"; cat serve.log; exit 1; }
 timeout 120 "$tool" -m "$fixture" serve --listen 127.0.0.1:0 > serve.log 2>&1 &
 pid=$!

@@ -8,6 +8,7 @@
 # With INMEM_CIM_DTD naming the CIM-XML DTD, large answers are checked
 # against it too.
 set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
 tool=$1 fixture=$2 machine=$3 work=$4 dtd=${INMEM_CIM_DTD:-}
 for program in wbemcli curl openssl xmllint; do
   command -v $program > /dev/null || { echo "$program is missing: scripts/install-deps.sh installs it"; exit 1; }
@@ -15,7 +16,9 @@ done
 rm -rf "$work" && mkdir -p "$work" && cd "$work"
 
 pid=
-trap '[ -n "$pid" ] && kill -9 $pid 2> /dev/null; true' EXIT
+# shellcheck source=../support/serve_process.sh
+source "$here/../support/serve_process.sh"
+trap stop_server_now EXIT
 fail() { echo "FAIL: $*"; echo "--- server log:"; cat serve.log 2> /dev/null || true; exit 1; }
 
 # start ARGS...: runs inmem ARGS in the background; sets pid and port (the
