@@ -8,6 +8,7 @@
 #include "browser/page_frame.h"
 #include "browser/page_parts.h"
 #include "browser/repository_pages.h"
+#include "core/collected.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "display/shown_value.h"
@@ -176,13 +177,8 @@ THttpAnswer TRepositoryPages::InstancesPage(const std::string& name, const std::
     }
     page = std::stoul(pageText);
   }
-  std::vector<boost::shared_ptr<ICIMInstance>> instances;
-  cls->EnumerateInstances(
-      [&](boost::shared_ptr<ICIMInstance> i) {
-        instances.push_back(std::move(i));
-        return true;
-      },
-      true, kNone);
+  const std::vector<boost::shared_ptr<ICIMInstance>> instances =
+      Collected<ICIMInstance>([&](const auto& callback) { cls->EnumerateInstances(callback, true, kNone); });
   const size_t pages = instances.empty() ? 1 : (instances.size() + kPageSize - 1) / kPageSize;
   const std::string& className = cls->GetName(kNone);
   if (page > pages) {

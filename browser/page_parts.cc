@@ -6,6 +6,7 @@
 
 #include "browser/html_text.h"
 #include "core/ascii.h"
+#include "core/collected.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "display/shown_value.h"
@@ -19,14 +20,7 @@ namespace {
 const TContext kNone;
 
 std::vector<boost::shared_ptr<ICIMClass>> Subclasses(ICIMClass& cls) {
-  std::vector<boost::shared_ptr<ICIMClass>> subclasses;
-  cls.EnumerateSubclasses(
-      [&](boost::shared_ptr<ICIMClass> sub) {
-        subclasses.push_back(std::move(sub));
-        return true;
-      },
-      false, kNone);
-  return subclasses;
+  return Collected<ICIMClass>([&](const auto& callback) { cls.EnumerateSubclasses(callback, false, kNone); });
 }
 
 // One class and its subclasses; the loader keeps inheritance within 256

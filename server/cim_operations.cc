@@ -5,6 +5,7 @@
 #include <set>
 
 #include "core/ascii.h"
+#include "core/collected.h"
 #include "core/log_capture.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
@@ -175,14 +176,7 @@ bool TCimOperations::StillThere(const boost::shared_ptr<ICIMInstance>& instance)
 }
 
 std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::InstancesOf(ICIMClass& cls) {
-  std::vector<boost::shared_ptr<ICIMInstance>> instances;
-  cls.EnumerateInstances(
-      [&](boost::shared_ptr<ICIMInstance> i) {
-        instances.push_back(std::move(i));
-        return true;
-      },
-      true, kNone);
-  return instances;
+  return Collected<ICIMInstance>([&](const auto& callback) { cls.EnumerateInstances(callback, true, kNone); });
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::GetClass(TCall& call) {
@@ -197,36 +191,25 @@ std::unique_ptr<TResponseBody> TCimOperations::GetClass(TCall& call) {
 // The classes below ClassName (below the root without one): its direct
 // subclasses, or with DeepInheritance all of them.
 static std::vector<boost::shared_ptr<ICIMClass>> Subclasses(ICIMClass& top, bool deep) {
-  std::vector<boost::shared_ptr<ICIMClass>> classes;
-  top.EnumerateSubclasses(
-      [&](boost::shared_ptr<ICIMClass> c) {
-        classes.push_back(std::move(c));
-        return true;
-      },
-      deep, kNone);
-  return classes;
+  return Collected<ICIMClass>([&](const auto& callback) { top.EnumerateSubclasses(callback, deep, kNone); });
 }
 
-std::unique_ptr<TResponseBody> TCimOperations::EnumerateClasses(TCall& call) {
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateClasses(TCall& call) { return ClassEnumeration(call, false); }
+std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) { return ClassEnumeration(call, true); }
+
+std::unique_ptr<TResponseBody> TCimOperations::ClassEnumeration(TCall& call, bool namesOnly) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
   boost::shared_ptr<ICIMClass> top = name.empty() ? ns_->GetClass("", kNone) : FindClass(name, kCimInvalidClass);
   auto options = ReadObjectOptions(call.reader, call.request, true, true);
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
-                        [options](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {
-                          w.Class(*c, options->options);
-                        }));
-}
-
-std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) {
-  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
-  call.record->target = name;
-  boost::shared_ptr<ICIMClass> top = name.empty() ? ns_->GetClass("", kNone) : FindClass(name, kCimInvalidClass);
-  return std::make_unique<TCimMethodResponse>(
-      call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
-                        [](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {
-                          w.ClassName(c->GetName(kNone));
+                        [options, namesOnly](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {
+                          if (namesOnly) {
+                            w.ClassName(c->GetName(kNone));
+                          } else {
+                            w.Class(*c, options->options);
+                          }
                         }));
 }
 
@@ -295,13 +278,8 @@ std::unique_ptr<TResponseBody> TCimOperations::GetQualifier(TCall& call) {
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::EnumerateQualifiers(TCall& call) {
-  std::vector<boost::shared_ptr<ICIMQualifierDecl>> decls;
-  ns_->EnumerateQualifierDecls(
-      [&](boost::shared_ptr<ICIMQualifierDecl> d) {
-        decls.push_back(std::move(d));
-        return true;
-      },
-      kNone);
+  std::vector<boost::shared_ptr<ICIMQualifierDecl>> decls = Collected<ICIMQualifierDecl>(
+      [&](const auto& callback) { ns_->EnumerateQualifierDecls(callback, kNone); });
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(std::move(decls), [](TCimXmlWriter& w, const boost::shared_ptr<ICIMQualifierDecl>& d) {
         w.QualifierDecl(*d);

@@ -125,6 +125,8 @@ class TCimOperations {
   std::vector<boost::shared_ptr<ICIMClass>> ReferenceClassesOf(ICIMClass& source, TCall& call,
                                                                const char* resultClassParameter);
   std::vector<boost::shared_ptr<ICIMClass>> AssociatorClassesOf(ICIMClass& source, TCall& call);
+  // EnumerateClasses, or with `namesOnly` EnumerateClassNames.
+  std::unique_ptr<TResponseBody> ClassEnumeration(TCall& call, bool namesOnly);
   // An association walk of either kind on an instance or a class.
   std::unique_ptr<TResponseBody> Walk(TCall& call, bool associators, bool namesOnly);
   // An Open... operation over `instances`.

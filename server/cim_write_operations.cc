@@ -7,6 +7,7 @@
 // before the first change, so a refused request changes nothing.
 
 #include "core/ascii.h"
+#include "core/collected.h"
 #include "core/log_capture.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
@@ -181,11 +182,8 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
   boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
   // An association cannot stand without its ends: those that point at the
   // instance go with it, so that what is left still loads as MOF.
-  std::vector<boost::shared_ptr<ICIMInstance>> associations;
-  instance->EnumerateAssociationInstances([&](boost::shared_ptr<ICIMInstance> a) {
-    associations.push_back(std::move(a));
-    return true;
-  }, "", "", kNone);
+  const std::vector<boost::shared_ptr<ICIMInstance>> associations = Collected<ICIMInstance>(
+      [&](const auto& callback) { instance->EnumerateAssociationInstances(callback, "", "", kNone); });
   Guarded(EMissing::kInstance, [&] {
     for (const auto& a : associations) {
       if (StillThere(a)) a->Delete(kNone);

@@ -6,6 +6,7 @@
 
 #include <sstream>
 
+#include "core/collected.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "mof/mof_loader.h"
@@ -17,14 +18,8 @@ const TContext kNone;
 
 // Every class below the root, in the order the namespace lists them.
 std::vector<boost::shared_ptr<ICIMClass>> AllClasses(ICIMNamespace& ns) {
-  std::vector<boost::shared_ptr<ICIMClass>> all;
-  ns.GetClass("", kNone)->EnumerateSubclasses(
-      [&](boost::shared_ptr<ICIMClass> cls) {
-        all.push_back(std::move(cls));
-        return true;
-      },
-      true, kNone);
-  return all;
+  return Collected<ICIMClass>(
+      [&](const auto& callback) { ns.GetClass("", kNone)->EnumerateSubclasses(callback, true, kNone); });
 }
 
 bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, const std::string& schema,
