@@ -110,6 +110,26 @@ void PutPath(Sink* out, const std::string& namespaceName, const std::string& cla
   }
 }
 
+// Views of a path's key bindings; a path rarely has more than a few, and
+// then they stay on the stack.
+class TKeyViews {
+ public:
+  explicit TKeyViews(const std::vector<TCIMReference::TKeyBinding>& keys)
+      : count_(keys.size()), many_(count_ > kFew ? count_ : 0) {
+    views_ = count_ > kFew ? many_.data() : few_;
+    for (size_t i = 0; i < count_; ++i) views_[i] = TCIMReference::TKeyView(&keys[i].first, &keys[i].second);
+  }
+  TCIMReference::TKeyView* Data() { return views_; }
+  size_t Count() const { return count_; }
+
+ private:
+  static constexpr size_t kFew = 8;
+  size_t count_;
+  TCIMReference::TKeyView few_[kFew];
+  std::vector<TCIMReference::TKeyView> many_;
+  TCIMReference::TKeyView* views_;
+};
+
 }  // namespace
 
 TCIMReference::TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
@@ -191,14 +211,23 @@ std::string TCIMReference::PathTextOf(const std::string& namespaceName,
   return text;
 }
 
+size_t TCIMReference::PathTextLength(const std::string& namespaceName, const std::string& className,
+                                     const std::vector<TKeyBinding>& keys) {
+  TKeyViews views(keys);
+  TTextLength length;
+  PutPath(&length, namespaceName, className, views.Data(), views.Count());
+  return length.size;
+}
+
+size_t TCIMReference::QuotedPathLength() const {
+  TTextLength length;
+  PutQuoted(&length, path_);
+  return length.size;
+}
+
 void TCIMReference::UpdatePath() {
-  // A path rarely has more than a few keys: their views stay on the stack.
-  const size_t count = keys_.size();
-  TKeyView few[8];
-  std::vector<TKeyView> many(count > 8 ? count : 0);
-  TKeyView* views = count > 8 ? many.data() : few;
-  for (size_t i = 0; i < count; ++i) views[i] = TKeyView(&keys_[i].first, &keys_[i].second);
-  path_ = PathTextOf(namespaceName_, className_, views, count);
+  TKeyViews views(keys_);
+  path_ = PathTextOf(namespaceName_, className_, views.Data(), views.Count());
 }
 
 boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {

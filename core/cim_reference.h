@@ -108,6 +108,16 @@ class TCIMReference {
   static std::string PathTextOf(const std::string& namespaceName, const std::string& className,
                                 TKeyView* keys, size_t count);
 
+  // The length of the text GetPath would give for a path with these parts,
+  // counted without building it. Path texts grow with nesting (each level
+  // quotes and escapes the text of the path it holds as a key), so a caller
+  // that builds paths from untrusted input checks their length first.
+  static size_t PathTextLength(const std::string& namespaceName, const std::string& className,
+                               const std::vector<TKeyBinding>& keys);
+  // The length of this path's text as a key value of another path: quoted,
+  // with its quotes and backslashes escaped.
+  size_t QuotedPathLength() const;
+
   friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
     return a.path_ == b.path_;
   }

@@ -10,32 +10,16 @@
 // as it was.
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 #include "fuzz/fuzz_support.h"
 #include "server/cim_operations.h"
 #include "server/cimxml_request.h"
 #include "server/xml_document.h"
 
-namespace {
-
-const std::string& FixtureText() {
-  static const std::string text = [] {
-    std::ifstream in(INMEM_SERVER_FIXTURE);
-    std::ostringstream all;
-    all << in.rdbuf();
-    return all.str();
-  }();
-  return text;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   TFuzzInput input = BeginInput(data, size);
   boost::shared_ptr<ICIMNamespace> ns = FreshNamespace(false);
-  if (!TMofLoader(ns).LoadText("fixture.mof", FixtureText())) std::abort();
+  if (!TMofLoader(ns).LoadText("fixture.mof", ServerFixtureText())) std::abort();
   const std::string before = ExportMof(*ns);
 
   TXmlLimits limits;
@@ -48,6 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (document) {
     try {
       TCimRequest request = ReadCimRequest(*document);
+      request.documentBytes = input.text.size();
       TCimOperationsConfig config;
       config.readOnly = (input.mode & 1) != 0;
       TCimOperations operations(ns, config);

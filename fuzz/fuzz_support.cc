@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string_view>
 
@@ -55,6 +56,16 @@ void SilenceCoreLogger() {
     return dropping;
   }();
   (void)logger;
+}
+
+const std::string& ServerFixtureText() {
+  static const std::string text = [] {
+    std::ifstream in(INMEM_SERVER_FIXTURE);
+    std::ostringstream all;
+    all << in.rdbuf();
+    return all.str();
+  }();
+  return text;
 }
 
 boost::shared_ptr<ICIMNamespace> FreshNamespace(bool allowRedefinition) {

@@ -34,6 +34,10 @@ struct TFuzzInput {
 // What a harness does first: silences the core logger and splits the input.
 TFuzzInput BeginInput(const uint8_t* data, size_t size);
 
+// The text of the server tests' fixture repository (tests/server/fixture.mof),
+// read once per process.
+const std::string& ServerFixtureText();
+
 // A new, empty repository from the provider, as a host gets one.
 boost::shared_ptr<ICIMNamespace> FreshNamespace(bool allowRedefinition);
 

@@ -299,6 +299,7 @@ void TMofLoader::LoadSource(const TMofFile& file, const std::string& path,
                             const TMofLocation& includedAt) {
   ++counts_.files;
   --filesLeft_;
+  sourceBytes_ += file.text.size();
   auto source = std::make_shared<const TMofSource>(path, file.text);
   includes_.push_back(TOpenFile{file.identity, source, includedAt});
   // Popped however the load ends, a stopped load included.
@@ -717,6 +718,15 @@ TCIMValue TMofLoader::ConvertScalar(const TMofValue& value, ECIMType type,
         throw TMofError(value.location, "alias $" + Printable(value.text) + " is not defined (an instance "
                                         "\"as $" + Printable(value.text) + "\" must come first)");
       }
+      const size_t budget = kAliasTextFloor + kAliasTextFactor * sourceBytes_;
+      const size_t text = it->second.QuotedPathLength();
+      if (text > budget - aliasTextBytes_) {
+        throw TMofError(value.location, "alias $" + Printable(value.text) +
+                                            ": the paths that aliases bring would take more than " +
+                                            std::to_string(budget) + " bytes (aliases nested in keys double at "
+                                            "every level)");
+      }
+      aliasTextBytes_ += text;
       return TCIMValue(it->second);
     }
     case TMofValue::kReal:

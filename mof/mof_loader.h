@@ -30,7 +30,14 @@
 // again and counts again, so that a few small files including each other
 // twice over cannot make a load run for ever; reaching the bound ends the
 // load, keepGoing or not), a class has at most 256 ancestors (besides the
-// root class), and a file has at most 256 MiB.
+// root class), and a file has at most 256 MiB. Aliases are bounded too: a
+// use of `$name` copies the path of the instance it names, and a path with
+// an alias as its key holds that path quoted and escaped, so a chain of
+// instances keyed by the one before doubles its backslashes at every link:
+// a kilobyte of MOF could ask for gigabytes. The path texts that alias uses
+// bring (counted as quoted) may take at most kAliasTextFactor times the
+// bytes of MOF read so far, and kAliasTextFloor more; a use past that is an
+// error.
 //
 // By default loading stops at the first error; with `keepGoing` it skips
 // the element and goes on, to report every error.
@@ -114,6 +121,9 @@ class TMofLoader {
   // meets it, and every later load at its first error: MOF of some
   // megabytes can hold millions of errors.
   static constexpr int kMaxErrors = 1000;
+  // The bound on the path texts that alias uses bring (above).
+  static constexpr size_t kAliasTextFactor = 16;
+  static constexpr size_t kAliasTextFloor = 1u << 20;
 
   // Loads a file and what it includes; true when no error was reported.
   bool LoadFile(const std::string& path);
@@ -180,6 +190,8 @@ class TMofLoader {
   std::map<std::string, TCIMReference> aliases_;
   std::vector<TOpenFile> includes_;
   int filesLeft_ = 0;  // of the load under way
+  size_t sourceBytes_ = 0;     // of MOF read by this loader
+  size_t aliasTextBytes_ = 0;  // brought in by alias uses
 };
 
 #endif  // INMEM_MOF_MOF_LOADER_H_

@@ -29,6 +29,11 @@ for harness in "${harnesses[@]}"; do
     object_path | path_round_trip) max_len=512 ;;
     mof_*) max_len=4096; dict=(-dict=fuzz/dict/mof.dict) ;;
     cim_request) max_len=8192; dict=(-dict=fuzz/dict/cimxml.dict) ;;
+    http_request)
+      max_len=8192
+      cat fuzz/dict/http.dict fuzz/dict/cimxml.dict > "$build/http_request.dict"
+      dict=(-dict="$build/http_request.dict")
+      ;;
     *) max_len=4096 ;;
   esac
   corpus=$build/fuzz-corpus/$harness

@@ -7,6 +7,7 @@
 #include "core/ascii.h"
 #include "core/printable_text.h"
 #include "server/cimxml_request.h"
+#include "server/http_syntax.h"
 #include "server/user_file.h"
 
 namespace http = boost::beast::http;
@@ -18,19 +19,12 @@ const char kMapping[] = "http://www.dmtf.org/cim/mapping/http/v1.0";
 // Beast's views are Boost's; the rest of the system speaks std's.
 std::string_view View(boost::beast::string_view text) { return std::string_view(text.data(), text.size()); }
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 // %XX escapes decoded; a malformed escape stays as it is.
 std::string PercentDecoded(std::string_view text) {
   std::string out;
   for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 && HexDigit(text[i + 2]) >= 0) {
-      out += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+    if (text[i] == '%' && i + 2 < text.size() && HexValue(text[i + 1]) >= 0 && HexValue(text[i + 2]) >= 0) {
+      out += static_cast<char>(HexValue(text[i + 1]) * 16 + HexValue(text[i + 2]));
       i += 2;
     } else {
       out += text[i];
@@ -138,6 +132,7 @@ THttpAnswer TCimHttpExchange::CimOperation(const THttpRequest& request, const st
   TCimRequest cim;
   try {
     cim = ReadCimRequest(*document);
+    cim.documentBytes = request.body().size();
   } catch (const TCimProtocolError& e) {
     return Refusal(static_cast<http::status>(e.HttpStatus()), e.what(), e.CimError());
   }

@@ -24,11 +24,10 @@
 #include <boost/beast/http.hpp>
 
 #include "server/cim_operations.h"
+#include "server/http_request_reader.h"
 #include "server/xml_document.h"
 
 class TUserFile;
-
-typedef boost::beast::http::request<boost::beast::http::string_body> THttpRequest;
 
 struct THttpAnswer {
   boost::beast::http::status status = boost::beast::http::status::ok;

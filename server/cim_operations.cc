@@ -120,7 +120,8 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
       throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
                                             Printable(request.method) + " is not supported");
     }
-    TCall call{request, TCimXmlReader(ns_, config_.namespaceName), head, record};
+    TCall call{request, TCimXmlReader(ns_, config_.namespaceName, PathTextBudget(request.documentBytes)), head,
+               record};
     return (this->*handler->second)(call);
   } catch (const TCimError& e) {
     record->status = e.Status();

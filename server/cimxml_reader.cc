@@ -279,6 +279,16 @@ std::optional<std::set<std::string>> TCimXmlReader::PropertyList(const TXmlEleme
   return names;
 }
 
+size_t PathTextBudget(size_t requestBytes) { return (64u << 10) + 8 * requestBytes; }
+
+void TCimXmlReader::SpendPathText(size_t bytes) const {
+  if (bytes > pathTextLeft_) {
+    Invalid("the object paths of this request would take more than " + std::to_string(pathTextBudget_) +
+            " bytes of text (references nested too deep)");
+  }
+  pathTextLeft_ -= bytes;
+}
+
 TCIMValue TCimXmlReader::KeyValue(const TXmlElement& element, const TCIMValue* prototype) const {
   if (element.name == "VALUE.REFERENCE") return TCIMValue(Reference(element));
   if (element.name != "KEYVALUE") Invalid("a key binding holds " + Printable(element.name));
@@ -305,6 +315,8 @@ TCIMValue TCimXmlReader::KeyValue(const TXmlElement& element, const TCIMValue* p
     if (!TCIMReference::TryParse(std::string(Trimmed(element.text)), ns_, &path, &why)) {
       Invalid("key value " + Printable(element.text) + " is not an object path (" + why + ")");
     }
+    // Its text is no longer than the text it was read from.
+    SpendPathText(path.PathText().size());
     return TCIMValue(path);
   }
   if (!ReadScalarText(element.text, type, &value, &why)) {
@@ -349,6 +361,7 @@ TCIMReference TCimXmlReader::InstanceName(const TXmlElement& element) const {
       add(keyNames.front(), *child);
     }
   }
+  SpendPathText(TCIMReference::PathTextLength("", cls->GetName(kNone), keys));
   return TCIMReference(cls, "", std::move(keys));
 }
 
@@ -379,7 +392,10 @@ TCIMReference TCimXmlReader::Reference(const TXmlElement& element) const {
   } else {
     reference = InstanceName(*name);
   }
-  if (!namespaceName.empty()) reference.SetNameSpaceName(namespaceName);
+  if (!namespaceName.empty()) {
+    SpendPathText(namespaceName.size() + 1 + reference.PathText().size());
+    reference.SetNameSpaceName(namespaceName);
+  }
   return reference;
 }
 

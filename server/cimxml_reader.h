@@ -10,6 +10,13 @@
 // Anything that does not fit throws TCimError (kCimInvalidParameter, or
 // kCimTypeMismatch where the element's type differs from the declared one,
 // kCimInvalidClass for an unknown class) naming the element at fault.
+//
+// The object paths a reader builds share one budget of text, given by the
+// size of the request (PathTextBudget). A path holds the text of a path
+// that is one of its keys quoted and escaped, so nesting doubles the
+// backslashes of the innermost key at every level: a few kilobytes of XML
+// could ask for gigabytes. Each path's length is counted before it is
+// built, and a path past what is left of the budget is kCimInvalidParameter.
 
 #ifndef INMEM_SERVER_CIMXML_READER_H_
 #define INMEM_SERVER_CIMXML_READER_H_
@@ -45,12 +52,22 @@ struct TCimPropertyElement {
   const TXmlElement* element;
 };
 
+// The bytes of path text a request of `requestBytes` may make the server
+// build: eight times its size, and 64 KiB more. Honest paths nest two or
+// three deep at most, and their texts are smaller than the XML that names
+// them.
+size_t PathTextBudget(size_t requestBytes);
+
 class TCimXmlReader {
  public:
   // `servedNamespace`: a path inside this namespace is a path of this
-  // repository and loses its namespace part.
-  TCimXmlReader(boost::shared_ptr<ICIMNamespace> ns, std::string servedNamespace)
-      : ns_(std::move(ns)), served_(std::move(servedNamespace)) {}
+  // repository and loses its namespace part. `pathTextBudget`: the bytes of
+  // path text the reader may build, in all.
+  TCimXmlReader(boost::shared_ptr<ICIMNamespace> ns, std::string servedNamespace, size_t pathTextBudget)
+      : ns_(std::move(ns)),
+        served_(std::move(servedNamespace)),
+        pathTextBudget_(pathTextBudget),
+        pathTextLeft_(pathTextBudget) {}
 
   // The parameters of the intrinsic methods. `parameter` is the IPARAMVALUE
   // element or nullptr when the request leaves it out; a null value (an
@@ -94,8 +111,15 @@ class TCimXmlReader {
   // The value of a typed element (a qualifier, a property default).
   std::optional<TMofValue> TypedValue(const TXmlElement& element, const TMofType& type) const;
 
+  // Takes `bytes` of path text from the budget, or refuses the path.
+  void SpendPathText(size_t bytes) const;
+
   boost::shared_ptr<ICIMNamespace> ns_;
   std::string served_;
+  const size_t pathTextBudget_;
+  // What is left of it. The reads that spend it are const (they change
+  // nothing a caller sees), hence mutable.
+  mutable size_t pathTextLeft_;
 };
 
 #endif  // INMEM_SERVER_CIMXML_READER_H_

@@ -39,6 +39,9 @@ struct TCimRequest {
   std::string namespaceName;
   // The IPARAMVALUE elements of an intrinsic call.
   std::vector<const TXmlElement*> parameters;
+  // The size of the document the request was read from: what the texts
+  // built from it are bounded by (PathTextBudget).
+  size_t documentBytes = 0;
 
   // The parameter named `name` in any letter case, or nullptr when the
   // request does not give it. A parameter given without a value (a null)

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <list>
 #include <optional>
 #include <type_traits>
 
@@ -34,6 +35,33 @@ std::string EndpointText(const tcp::endpoint& endpoint) {
          std::to_string(endpoint.port());
 }
 
+// What the server knows of a connection whatever its stream: its peer,
+// and whether it waits for a request, in which case it may be closed to let
+// a new connection in (TImpl::Admit).
+class TConnection {
+ public:
+  TConnection(TWbemServer::TImpl& server, std::string peer);
+  virtual ~TConnection();
+  TConnection(const TConnection&) = delete;
+  TConnection& operator=(const TConnection&) = delete;
+
+  // Closes the connection at once; it no longer counts as open.
+  void Evict();
+  const std::string& Peer() const { return peer_; }
+
+ protected:
+  virtual void CloseNow() = 0;
+  TWbemServer::TImpl& server_;
+
+ private:
+  friend class TWbemServer::TImpl;
+  std::string peer_;
+  bool counted_ = true;
+  // Where it stands in TImpl::waiting, while it waits.
+  std::optional<std::list<TConnection*>::iterator> waitingAt_;
+  TClock::time_point waitingSince_;
+};
+
 }  // namespace
 
 class TWbemServer::TImpl {
@@ -42,9 +70,23 @@ class TWbemServer::TImpl {
       : config(std::move(config)), exchange(operations, this->config.http), access(access) {}
 
   void Accept(size_t index);
+  // Whether a new connection from `peer` may open: yes below the limit;
+  // at it, when a connection waiting for a request can be closed for it
+  // (the one that has waited longest).
+  bool Admit(const std::string& peer);
   void Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,
            TClock::time_point started);
   void Stop();
+  // A connection begins or ends waiting for a request (its headers).
+  void StartWaiting(TConnection& connection);
+  void StopWaiting(TConnection& connection);
+
+  // Declared before the io_context, so that they outlive it: destroying it
+  // destroys the connections its pending handlers hold, and they leave
+  // these as they go.
+  size_t connections = 0;
+  // The connections waiting for a request, the longest waiting first.
+  std::list<TConnection*> waiting;
 
   net::io_context ioc{1};
   ssl::context tls{ssl::context::tls_server};
@@ -61,105 +103,168 @@ class TWbemServer::TImpl {
   void Arm(TRepeating& repeating);
   std::vector<std::unique_ptr<TRepeating>> repeating;
   net::signal_set signals{ioc, SIGINT, SIGTERM};
-  size_t connections = 0;
   bool stopping = false;
 };
 
+TConnection::TConnection(TWbemServer::TImpl& server, std::string peer) : server_(server), peer_(std::move(peer)) {
+  ++server_.connections;
+}
+
+TConnection::~TConnection() {
+  server_.StopWaiting(*this);
+  if (counted_) --server_.connections;
+}
+
+void TConnection::Evict() {
+  server_.StopWaiting(*this);
+  if (counted_) --server_.connections;
+  counted_ = false;
+  CloseNow();
+}
+
+void TWbemServer::TImpl::StartWaiting(TConnection& connection) {
+  if (connection.waitingAt_) return;
+  connection.waitingSince_ = TClock::now();
+  connection.waitingAt_ = waiting.insert(waiting.end(), &connection);
+}
+
+void TWbemServer::TImpl::StopWaiting(TConnection& connection) {
+  if (!connection.waitingAt_) return;
+  waiting.erase(*connection.waitingAt_);
+  connection.waitingAt_.reset();
+}
+
+bool TWbemServer::TImpl::Admit(const std::string& peer) {
+  if (connections < config.maxConnections) return true;
+  const std::string open = std::to_string(config.maxConnections) + " connections are open";
+  if (waiting.empty()) {
+    Log(peer, TCallRecord{"-", "refused: " + open + ", none of them idle", kCimOk}, 503, TClock::now());
+    return false;
+  }
+  TConnection& idlest = *waiting.front();
+  // 408: the request it was waiting for did not come in time.
+  Log(idlest.Peer(), TCallRecord{"-", "closed: idle longest of " + open + ", for " + peer, kCimOk}, 408,
+      idlest.waitingSince_);
+  idlest.Evict();
+  return true;
+}
+
 namespace {
+
+// The most a connection reads at once; its buffer holds at most this
+// beyond the header limit, since a request's body is taken as it arrives.
+const size_t kReadSize = 64u << 10;
+
+// How long a closing connection reads and drops what its client still
+// sends (Close).
+const std::chrono::seconds kLinger(2);
 
 // One connection: requests read one after the other, each answered before
 // the next is read.
 template <class Stream>
-class TSession : public std::enable_shared_from_this<TSession<Stream>> {
+class TSession : public TConnection, public std::enable_shared_from_this<TSession<Stream>> {
  public:
   static constexpr bool kTls = !std::is_same<Stream, beast::tcp_stream>::value;
 
   TSession(TWbemServer::TImpl& server, Stream stream, std::string peer, std::string local)
-      : server_(server), stream_(std::move(stream)), peer_(std::move(peer)), local_(std::move(local)) {
-    ++server_.connections;
-  }
-  ~TSession() { --server_.connections; }
+      : TConnection(server, std::move(peer)),
+        stream_(std::move(stream)),
+        local_(std::move(local)),
+        buffer_(server.config.maxHeaderBytes + kReadSize),
+        reader_(THttpReadLimits{server.config.maxHeaderBytes, server.config.maxBodyBytes}) {}
 
   void Start() {
+    server_.StartWaiting(*this);
     if constexpr (kTls) {
       Lowest().expires_after(server_.config.requestTimeout);
       stream_.async_handshake(ssl::stream_base::server,
                               [self = this->shared_from_this()](beast::error_code ec) {
                                 if (ec) return;  // not TLS, or gave up: nothing to answer
-                                self->ReadHeader();
+                                self->WaitForRequest();
                               });
     } else {
-      ReadHeader();
+      WaitForRequest();
     }
   }
 
  private:
   beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
 
-  void ReadHeader() {
-    parser_.emplace();
-    parser_->header_limit(static_cast<std::uint32_t>(server_.config.maxHeaderBytes));
-    parser_->body_limit(server_.config.maxBodyBytes);
-    Lowest().expires_after(server_.config.idleTimeout);
-    http::async_read_header(stream_, buffer_, *parser_,
-                            [self = this->shared_from_this()](beast::error_code ec, size_t) {
-                              self->OnHeader(ec);
-                            });
+  void CloseNow() override {
+    beast::error_code ignored;
+    Lowest().socket().close(ignored);
   }
 
-  void OnHeader(beast::error_code ec) {
+  // Until the headers of the next request are in, the connection is idle:
+  // it may wait `idleTimeout` for them, and may be closed for a newcomer.
+  void WaitForRequest() {
+    server_.StartWaiting(*this);
     started_ = TClock::now();
-    if (ec) return OnReadError(ec);
-    Lowest().expires_after(server_.config.requestTimeout);
-    auto expect = parser_->get().find(http::field::expect);
-    if (expect != parser_->get().end() && beast::iequals(expect->value(), "100-continue")) {
-      // The client waits for this before it sends the body.
-      auto interim = std::make_shared<http::response<http::empty_body>>(http::status::continue_, 11);
-      http::async_write(stream_, *interim, [self = this->shared_from_this(), interim](beast::error_code ec, size_t) {
-        if (ec) return self->Close();
-        self->ReadBody();
-      });
-      return;
-    }
-    ReadBody();
+    Lowest().expires_after(server_.config.idleTimeout);
+    ReadRequest();
   }
 
-  void ReadBody() {
-    http::async_read(stream_, buffer_, *parser_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
-      if (ec) return self->OnReadError(ec);
-      self->OnRequest();
+  // Hands the reader what has arrived, and acts on what it says.
+  void ReadRequest() {
+    while (true) {
+      const auto data = buffer_.data();
+      size_t used = 0;
+      const THttpRequestReader::EStep step =
+          reader_.Read(std::string_view(static_cast<const char*>(data.data()), data.size()), &used);
+      buffer_.consume(used);
+      switch (step) {
+        case THttpRequestReader::EStep::kMore:
+          return ReadMore();
+        case THttpRequestReader::EStep::kHeader:
+          OnHeader();
+          if (interim_) return;  // the body is read once 100 Continue is out
+          continue;
+        case THttpRequestReader::EStep::kRequest:
+          return OnRequest();
+        case THttpRequestReader::EStep::kRefused:
+          server_.StopWaiting(*this);
+          version_ = 11;
+          teTrailers_ = false;
+          return Respond(TCimHttpExchange::Refusal(reader_.Refusal().status, reader_.Refusal().text), true);
+      }
+    }
+  }
+
+  void ReadMore() {
+    const size_t room = std::min(kReadSize, buffer_.max_size() - buffer_.size());
+    stream_.async_read_some(buffer_.prepare(room), [self = this->shared_from_this()](beast::error_code ec, size_t n) {
+      // Gone, idle or too slow, or closed for a newcomer: nothing to answer.
+      if (ec) return self->Close();
+      self->buffer_.commit(n);
+      self->ReadRequest();
     });
   }
 
-  void OnReadError(beast::error_code ec) {
-    version_ = 11;
-    teTrailers_ = false;
-    if (ec == http::error::body_limit) {
-      return Respond(TCimHttpExchange::Refusal(
-                         http::status::payload_too_large,
-                         "the request body is larger than " + std::to_string(server_.config.maxBodyBytes) + " bytes"),
-                     true);
+  void OnHeader() {
+    server_.StopWaiting(*this);
+    started_ = TClock::now();
+    Lowest().expires_after(server_.config.requestTimeout);
+    const THttpRequest& request = reader_.Request();
+    auto expect = request.find(http::field::expect);
+    if (!reader_.ExpectsBody() || expect == request.end() || !beast::iequals(expect->value(), "100-continue")) {
+      return;
     }
-    if (ec == http::error::header_limit) {
-      return Respond(TCimHttpExchange::Refusal(http::status::request_header_fields_too_large,
-                                               "the request headers are larger than " +
-                                                   std::to_string(server_.config.maxHeaderBytes) + " bytes"),
-                     true);
-    }
-    if (ec == http::error::end_of_stream || ec == net::error::eof || ec == beast::error::timeout ||
-        ec == net::error::operation_aborted || ec == net::error::connection_reset || buffer_.size() == 0) {
-      return Close();  // gone, idle or too slow: nothing to answer
-    }
-    Respond(TCimHttpExchange::Refusal(http::status::bad_request, "not an HTTP request: " + ec.message()), true);
+    // The client waits for this before it sends the body.
+    interim_ = std::make_unique<http::response<http::empty_body>>(http::status::continue_, 11);
+    http::async_write(stream_, *interim_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      self->interim_.reset();
+      if (ec) return self->Close();
+      self->ReadRequest();
+    });
   }
 
   void OnRequest() {
-    const THttpRequest& request = parser_->get();
-    version_ = request.version();
-    auto te = request.find(http::field::te);
-    teTrailers_ = te != request.end() && te->value().find("trailers") != beast::string_view::npos;
-    THttpAnswer answer = server_.exchange.Answer(request, local_);
-    Respond(std::move(answer), !request.keep_alive());
+    request_ = reader_.TakeRequest();
+    version_ = request_.version();
+    auto te = request_.find(http::field::te);
+    teTrailers_ = te != request_.end() && te->value().find("trailers") != beast::string_view::npos;
+    THttpAnswer answer = server_.exchange.Answer(request_, local_);
+    Respond(std::move(answer), !request_.keep_alive());
   }
 
   template <class Response>
@@ -231,35 +336,48 @@ class TSession : public std::enable_shared_from_this<TSession<Stream>> {
   }
 
   void Finish() {
-    server_.Log(peer_, record_, status_, started_);
+    server_.Log(Peer(), record_, status_, started_);
     body_.reset();
     whole_.reset();
     serializer_.reset();
     streamed_.reset();
     if (close_ || server_.stopping) return Close();
-    ReadHeader();
+    WaitForRequest();
   }
 
   void Close() {
     if constexpr (kTls) {
       Lowest().expires_after(std::chrono::seconds(2));
-      stream_.async_shutdown([self = this->shared_from_this()](beast::error_code) {
-        beast::error_code ignored;
-        self->Lowest().socket().close(ignored);
-      });
+      stream_.async_shutdown([self = this->shared_from_this()](beast::error_code) { self->CloseNow(); });
     } else {
+      // What the client still sends is read and dropped for a moment before
+      // the socket closes: closing with it unread would reset the
+      // connection, and the client could lose the answer it has yet to read
+      // (a refusal of a body it is still sending).
       beast::error_code ignored;
-      Lowest().socket().shutdown(tcp::socket::shutdown_both, ignored);
-      Lowest().socket().close(ignored);
+      Lowest().socket().shutdown(tcp::socket::shutdown_send, ignored);
+      Lowest().expires_after(kLinger);
+      buffer_.clear();
+      Drain();
     }
   }
 
-  TWbemServer::TImpl& server_;
+  void Drain() {
+    auto self = this->shared_from_this();
+    stream_.async_read_some(buffer_.prepare(kReadSize), [self](beast::error_code ec, size_t) {
+      if (ec) return self->CloseNow();  // the client closed, or the moment is over
+      self->Drain();
+    });
+  }
+
   Stream stream_;
-  std::string peer_;
   std::string local_;
   beast::flat_buffer buffer_;
-  std::optional<http::request_parser<http::string_body>> parser_;
+  THttpRequestReader reader_;
+  // The request being answered (kept whole until its answer is out) and
+  // the 100 Continue being sent.
+  THttpRequest request_;
+  std::unique_ptr<http::response<http::empty_body>> interim_;
   TClock::time_point started_ = TClock::now();
   unsigned version_ = 11;
   bool teTrailers_ = false;
@@ -290,9 +408,7 @@ void TWbemServer::TImpl::Accept(size_t index) {
     beast::error_code ignored;
     const std::string peer = EndpointText(socket.remote_endpoint(ignored));
     const std::string local = socket.local_endpoint(ignored).address().to_string();
-    if (connections >= config.maxConnections) {
-      TCallRecord record{"-", "refused: " + std::to_string(config.maxConnections) + " connections are open", kCimOk};
-      Log(peer, record, 503, TClock::now());
+    if (!Admit(peer)) {
       socket.close(ignored);
     } else if (config.listen[index].tls) {
       std::make_shared<TSession<beast::ssl_stream<beast::tcp_stream>>>(

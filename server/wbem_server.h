@@ -1,12 +1,22 @@
 // TWbemServer: the network side of `inmem serve`. It listens on HTTP and
-// HTTPS addresses (Boost.Beast over Asio, TLS by OpenSSL), reads requests
-// within the limits below, hands each to TCimHttpExchange, writes the answer
-// as it is made, and logs one access line per request.
+// HTTPS addresses (Boost.Beast over Asio, TLS by OpenSSL), frames requests
+// with THttpRequestReader within the limits below, hands each to
+// TCimHttpExchange, writes the answer as it is made, and logs one access
+// line per request. A refused request is answered and its connection
+// closed: the framing of what follows cannot be trusted.
+//
+// A connection costs at most its header limit and one read beyond what its
+// request's body holds. At the connection limit, a new connection closes
+// the one that has waited longest for its next request (idle, or with its
+// headers not yet all in), so that idle keep-alive connections cannot lock
+// clients out; a connection reading a body or being answered is never
+// closed for another. With none waiting, the new one is closed at once.
 //
 // Everything runs on one thread, the one that calls Run: the repository is
 // single-threaded, and so is every handler that reaches it. Slow clients
 // cost no thread: reads and writes wait asynchronously, each under a
-// timeout.
+// timeout. Of the public operations only Stop may be called from another
+// thread.
 //
 // An answer that fits in one piece is sent with its length. A longer one
 // is sent as it is made: chunked when the client asked for trailers

@@ -189,6 +189,59 @@ TEST_F(MofLoaderTest, InheritanceStopsAtItsDepthLimit) {
   EXPECT_TRUE(ns_->GetClass("C256", kNone));
 }
 
+// Aliases copy the paths they name, and a path keyed by an alias holds that
+// path escaped: chains double at every link. What aliases bring is bounded
+// by the MOF read, so neither a chain nor one long path used over and over
+// can turn a kilobyte of MOF into gigabytes; honest uses are untouched.
+TEST_F(MofLoaderTest, AliasesCannotMultiplyTheMof) {
+  const std::string classes = std::string(kQualifiers) +
+                              "[Association] class Link { [Key] string K; };\n"
+                              "[Association] class Chain : Link { [Key] Link REF Previous; };\n";
+  // A chain of `links` instances, each keyed by the one before, around a
+  // key of `backslashes`; then `uses` more instances keyed by its end.
+  auto chain = [&](int links, size_t backslashes, int uses) {
+    std::string mof = classes + "instance of Link as $l0 { K = \"" + std::string(2 * backslashes, '\\') + "\"; };\n";
+    for (int i = 1; i <= links; ++i) {
+      mof += "instance of Chain as $l" + std::to_string(i) + " { K = \"c\"; Previous = $l" + std::to_string(i - 1) +
+             "; };\n";
+    }
+    for (int i = 0; i < uses; ++i) {
+      mof += "instance of Chain { K = \"u" + std::to_string(i) + "\"; Previous = $l" + std::to_string(links) + "; };\n";
+    }
+    return mof;
+  };
+  struct {
+    const char* name;
+    std::string mof;
+    bool loads;
+  } cases[] = {
+      {"an honest chain", chain(3, 100, 10), true},
+      {"a chain that doubles 30 times", chain(30, 100, 0), false},
+      {"a long path used over and over", chain(0, 8192, 5000), false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    boost::shared_ptr<ICIMNamespace> ns = NewProviderNamespace();
+    TMofLoader loader(ns);
+    TCapturingLogger quiet;
+    EXPECT_EQ(loader.LoadText("aliases.mof", c.mof), c.loads);
+    if (c.loads) continue;
+    EXPECT_EQ(loader.ErrorCount(), 1);
+    EXPECT_NE(loader.Diagnostics().back().message.find("the paths that aliases bring would take more than"),
+              std::string::npos)
+        << loader.Diagnostics().back().Format();
+    // Everything entered before the bound stays, and is no larger than it.
+    size_t text = 0;
+    ns->GetClass("Link", kNone)->EnumerateInstances(
+        [&](boost::shared_ptr<ICIMInstance> instance) {
+          text += instance->GetReference(kNone).PathText().size();
+          return true;
+        },
+        true, kNone);
+    EXPECT_LT(text, 2 * (TMofLoader::kAliasTextFloor + TMofLoader::kAliasTextFactor * c.mof.size()));
+  }
+}
+
 TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
   ASSERT_TRUE(Load(std::string(kQualifiers) +
                    "class A { [Key] string Id; uint32 N; };\n"

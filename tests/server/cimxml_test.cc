@@ -170,7 +170,7 @@ TEST(CimValueXmlTest, EveryTypeRoundTripsThroughTheWriterAndTheReader) {
       TCIMValue(kCIMTypeString, {}),
       TCIMValue(kCIMTypeString, {TCIMValue("a,b"), TCIMValue("")}),
   };
-  TCimXmlReader reader(ns, "root/cimv2");
+  TCimXmlReader reader(ns, "root/cimv2", PathTextBudget(0));
   for (const TCIMValue& value : values) {
     TXmlOut xml;
     TCimXmlWriter writer(xml, "localhost", "root/cimv2");

@@ -1,0 +1,170 @@
+// THttpRequestReader: the header by Beast's parser, the framing decided
+// here, the body by length or by TChunkedBodyDecoder.
+
+#include "server/http_request_reader.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <boost/asio/buffer.hpp>
+
+#include "core/ascii.h"
+#include "core/printable_text.h"
+#include "server/http_syntax.h"
+
+namespace http = boost::beast::http;
+
+namespace {
+
+// A body is read into memory that grows as it arrives: a length alone,
+// which any client may claim, reserves no more than this.
+const size_t kReserveAtMost = 64u << 10;
+
+std::string_view TrimBlanks(std::string_view text) {
+  while (!text.empty() && IsHttpBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsHttpBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// The names of the transfer codings of every Transfer-Encoding field, in
+// their order (a field is a comma-separated list; a coding may carry
+// parameters after ';', which name nothing the server applies). False when
+// a coding's name is not a token.
+bool TransferCodings(const THttpRequest& request, std::vector<std::string>* codings) {
+  const auto fields = request.equal_range(http::field::transfer_encoding);
+  for (auto field = fields.first; field != fields.second; ++field) {
+    std::string_view list(field->value().data(), field->value().size());
+    while (true) {
+      const size_t comma = list.find(',');
+      std::string_view element = list.substr(0, comma);
+      element = TrimBlanks(element.substr(0, element.find(';')));
+      if (!element.empty()) {
+        if (!std::all_of(element.begin(), element.end(), IsTokenChar)) return false;
+        std::string name(element);
+        for (char& c : name) c = ToLowerAscii(c);
+        codings->push_back(std::move(name));
+      }
+      if (comma == std::string_view::npos) break;
+      list.remove_prefix(comma + 1);
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+THttpRequestReader::THttpRequestReader(THttpReadLimits limits) : limits_(limits) { StartRequest(); }
+
+void THttpRequestReader::StartRequest() {
+  phase_ = EPhase::kHeader;
+  parser_.emplace();
+  parser_->eager(false);  // stop after the header: the body is read here
+  parser_->header_limit(static_cast<std::uint32_t>(
+      std::min<size_t>(limits_.maxHeaderBytes, std::numeric_limits<std::uint32_t>::max())));
+  parser_->body_limit(limits_.maxBodyBytes);
+  request_ = THttpRequest();
+  lengthLeft_ = 0;
+  chunked_.reset();
+}
+
+THttpRequestReader::EStep THttpRequestReader::Refuse(http::status status, std::string text) {
+  phase_ = EPhase::kRefused;
+  refusal_.status = status;
+  refusal_.text = std::move(text);
+  return EStep::kRefused;
+}
+
+THttpRequest THttpRequestReader::TakeRequest() {
+  THttpRequest request = std::move(request_);
+  StartRequest();
+  return request;
+}
+
+THttpRequestReader::EStep THttpRequestReader::Read(std::string_view input, size_t* used) {
+  *used = 0;
+  switch (phase_) {
+    case EPhase::kHeader:
+      return ReadHeader(input, used);
+    case EPhase::kLengthBody: {
+      const size_t run = static_cast<size_t>(std::min<uint64_t>(lengthLeft_, input.size()));
+      request_.body().append(input.data(), run);
+      *used = run;
+      lengthLeft_ -= run;
+      if (lengthLeft_ != 0) return EStep::kMore;
+      phase_ = EPhase::kComplete;
+      return EStep::kRequest;
+    }
+    case EPhase::kChunkedBody:
+      switch (chunked_->Decode(input, &request_.body(), used)) {
+        case TChunkedBodyDecoder::EResult::kMore:
+          return EStep::kMore;
+        case TChunkedBodyDecoder::EResult::kDone:
+          phase_ = EPhase::kComplete;
+          return EStep::kRequest;
+        case TChunkedBodyDecoder::EResult::kRefused:
+          return Refuse(chunked_->Refusal().status, chunked_->Refusal().text);
+      }
+      break;
+    case EPhase::kComplete:
+      return EStep::kRequest;
+    case EPhase::kRefused:
+      break;
+  }
+  return EStep::kRefused;
+}
+
+THttpRequestReader::EStep THttpRequestReader::ReadHeader(std::string_view input, size_t* used) {
+  if (input.empty()) return EStep::kMore;
+  boost::beast::error_code ec;
+  *used = parser_->put(boost::asio::buffer(input.data(), input.size()), ec);
+  if (ec == http::error::need_more) return EStep::kMore;
+  if (ec == http::error::header_limit) {
+    return Refuse(http::status::request_header_fields_too_large,
+                  "the request headers are larger than " + std::to_string(limits_.maxHeaderBytes) + " bytes");
+  }
+  if (ec == http::error::body_limit) {
+    const THttpRefusal refusal = BodyTooLarge(limits_.maxBodyBytes);
+    return Refuse(refusal.status, refusal.text);
+  }
+  if (ec) return Refuse(http::status::bad_request, "not an HTTP request: " + ec.message());
+  if (!parser_->is_header_done()) return EStep::kMore;
+  const boost::optional<uint64_t> beastLength = parser_->content_length();
+  const std::optional<uint64_t> length =
+      beastLength ? std::optional<uint64_t>(*beastLength) : std::optional<uint64_t>();
+  request_ = THttpRequest(std::move(parser_->get().base()));
+  parser_.reset();
+  if (!Frame(length)) return EStep::kRefused;
+  if (phase_ == EPhase::kLengthBody) request_.body().reserve(std::min<uint64_t>(*length, kReserveAtMost));
+  return EStep::kHeader;
+}
+
+bool THttpRequestReader::Frame(std::optional<uint64_t> length) {
+  // Beast's parser has refused a malformed length and differing ones.
+  const bool hasLength = length.has_value();
+  if (request_.find(http::field::transfer_encoding) != request_.end()) {
+    std::vector<std::string> codings;
+    if (!TransferCodings(request_, &codings)) {
+      Refuse(http::status::bad_request, "Transfer-Encoding names a coding that is not a token");
+    } else if (request_.version() < 11) {
+      Refuse(http::status::bad_request, "Transfer-Encoding in an HTTP/1.0 request: its framing cannot be trusted");
+    } else if (hasLength) {
+      Refuse(http::status::bad_request, "both Content-Length and Transfer-Encoding: the length is ambiguous");
+    } else if (codings.empty() || codings.back() != "chunked") {
+      Refuse(http::status::bad_request, "the last transfer coding is not chunked: the body's length cannot be known");
+    } else if (std::count(codings.begin(), codings.end(), "chunked") > 1) {
+      Refuse(http::status::bad_request, "the chunked coding is applied more than once");
+    } else if (codings.size() > 1) {
+      Refuse(http::status::not_implemented,
+             "the transfer coding " + Printable(codings.front()) + " is not supported (only chunked is)");
+    }
+    if (phase_ == EPhase::kRefused) return false;
+    chunked_.emplace(limits_.maxBodyBytes, limits_.maxHeaderBytes);
+    phase_ = EPhase::kChunkedBody;
+    return true;
+  }
+  lengthLeft_ = length.value_or(0);
+  phase_ = lengthLeft_ > 0 ? EPhase::kLengthBody : EPhase::kComplete;
+  return true;
+}
