@@ -61,10 +61,11 @@ void THttpRequestReader::StartRequest() {
   phase_ = EPhase::kHeader;
   parser_.emplace();
   parser_->eager(false);  // stop after the header: the body is read here
-  parser_->header_limit(static_cast<std::uint32_t>(
-      std::min<size_t>(limits_.maxHeaderBytes, std::numeric_limits<std::uint32_t>::max())));
+  // The header is bounded before the parser sees it (ReadHeader).
+  parser_->header_limit(std::numeric_limits<std::uint32_t>::max());
   parser_->body_limit(limits_.maxBodyBytes);
   request_ = THttpRequest();
+  headerScanned_ = 0;
   lengthLeft_ = 0;
   chunked_.reset();
 }
@@ -116,20 +117,32 @@ THttpRequestReader::EStep THttpRequestReader::Read(std::string_view input, size_
 }
 
 THttpRequestReader::EStep THttpRequestReader::ReadHeader(std::string_view input, size_t* used) {
-  if (input.empty()) return EStep::kMore;
-  boost::beast::error_code ec;
-  *used = parser_->put(boost::asio::buffer(input.data(), input.size()), ec);
-  if (ec == http::error::need_more) return EStep::kMore;
-  if (ec == http::error::header_limit) {
-    return Refuse(http::status::request_header_fields_too_large,
-                  "the request headers are larger than " + std::to_string(limits_.maxHeaderBytes) + " bytes");
+  // The parser is handed the header only once it is all there, so that
+  // what it makes of the bytes cannot depend on how they arrived: given a
+  // part, it judges the request line at once or only later, depending on
+  // how long the part is.
+  const std::string_view window = input.substr(0, limits_.maxHeaderBytes);
+  const size_t end = window.find("\r\n\r\n", headerScanned_);
+  if (end == std::string_view::npos) {
+    if (window.size() == limits_.maxHeaderBytes) {
+      return Refuse(http::status::request_header_fields_too_large,
+                    "the request headers are larger than " + std::to_string(limits_.maxHeaderBytes) + " bytes");
+    }
+    // The next search starts where a CRLFCRLF could still begin.
+    headerScanned_ = window.size() < 3 ? 0 : window.size() - 3;
+    return EStep::kMore;
   }
+  const std::string_view header = input.substr(0, end + 4);
+  boost::beast::error_code ec;
+  *used = parser_->put(boost::asio::buffer(header.data(), header.size()), ec);
   if (ec == http::error::body_limit) {
     const THttpRefusal refusal = BodyTooLarge(limits_.maxBodyBytes);
     return Refuse(refusal.status, refusal.text);
   }
-  if (ec) return Refuse(http::status::bad_request, "not an HTTP request: " + ec.message());
-  if (!parser_->is_header_done()) return EStep::kMore;
+  if (ec || !parser_->is_header_done()) {
+    return Refuse(http::status::bad_request,
+                  "not an HTTP request: " + (ec ? ec.message() : std::string("the header does not end")));
+  }
   const boost::optional<uint64_t> beastLength = parser_->content_length();
   const std::optional<uint64_t> length =
       beastLength ? std::optional<uint64_t>(*beastLength) : std::optional<uint64_t>();

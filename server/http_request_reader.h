@@ -6,8 +6,8 @@
 // way and says what comes next. So the same code frames requests for the
 // server, for its tests and for the fuzzer, a byte at a time or all at once.
 //
-// The header is read by Boost.Beast's parser (at most `maxHeaderBytes`:
-// 431 past it). How the body is delimited is then decided here, and only
+// The header is read by Boost.Beast's parser once it is all in (at most
+// `maxHeaderBytes`, its empty line included: 431 past it). How the body is delimited is then decided here, and only
 // one way is taken:
 //   - Transfer-Encoding whose last coding is chunked, and no other coding
 //     (a coding the server does not apply, such as gzip before chunked, is
@@ -84,6 +84,7 @@ class THttpRequestReader {
   EPhase phase_ = EPhase::kHeader;
   std::optional<boost::beast::http::request_parser<boost::beast::http::empty_body>> parser_;
   THttpRequest request_;
+  size_t headerScanned_ = 0;  // of the input, found to hold no CRLFCRLF
   uint64_t lengthLeft_ = 0;
   std::optional<TChunkedBodyDecoder> chunked_;
   THttpRefusal refusal_;

@@ -72,11 +72,11 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--refresh", o.refresh, "collect the inventory again every SECONDS");
   serve.add_option("--snapshot", o.snapshot, "load FILE at start when present; write it on shutdown");
   serve.add_option("--snapshot-every", o.snapshotEvery, "write the snapshot every SECONDS when changed");
-  serve.add_option("--max-body", o.maxBody, "largest request body in bytes (default 16 MiB)");
+  serve.add_option("--max-body", o.maxBody, "largest request body in bytes, chunked framing included (default 16 MiB)");
   serve.add_option("--max-header", o.maxHeader, "largest request header in bytes (default 16 KiB)");
   serve.add_option("--max-depth", o.maxDepth, "deepest XML nesting of a request (default 64)");
   serve.add_option("--max-elements", o.maxElements, "most XML elements in a request (default 250000)");
-  serve.add_option("--max-connections", o.maxConnections, "connections at once (default 64)");
+  serve.add_option("--max-connections", o.maxConnections, "connections at once; at the limit the longest idle one makes room (default 64)");
   serve.add_option("--max-enumerations", o.maxEnumerations, "open pull enumerations at once (default 256)");
   serve.add_option("--idle-timeout", o.idleTimeout, "seconds a connection may wait for a request (default 30)");
   serve.add_option("--request-timeout", o.requestTimeout,

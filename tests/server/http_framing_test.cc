@@ -212,6 +212,17 @@ TEST_F(HttpFramingTest, ChunkedBodiesAreBoundedAsTheyArrive) {
     EXPECT_TRUE(client.Closed());
     EXPECT_LT(TClock::now() - start, std::chrono::seconds(4));
   }
+  // Headers of exactly the limit, their empty line included, are taken;
+  // one byte more is not.
+  const std::string lengthField = "Content-Length: " + std::to_string(kEnumerate.size()) + "\r\n";
+  const std::string padding = "X-Pad: " +
+                              std::string(kMaxHeader - Head("EnumerateClassNames").size() - lengthField.size() - 11, 'p') +
+                              "\r\n";
+  const std::string atLimit = Head("EnumerateClassNames") + padding + lengthField + "\r\n";
+  ASSERT_EQ(atLimit.size(), kMaxHeader);
+  EXPECT_EQ(Exchange(atLimit + kEnumerate)->Statuses(), std::vector<unsigned>{200});
+  EXPECT_EQ(Exchange(Head("EnumerateClassNames") + "X" + padding + lengthField + "\r\n" + kEnumerate)->Statuses(),
+            std::vector<unsigned>{431});
   // A length over the limit is refused before any of the body is read.
   auto client = Exchange(Head("EnumerateClassNames") + "Content-Length: " + std::to_string(kMaxBody + 1) +
                          "\r\n\r\n");
