@@ -18,6 +18,7 @@ packages=(
   libxml2-utils       # xmllint: the server's answers checked against the CIM-XML DTD
   openssl             # certificates for the HTTPS tests
   curl                # raw requests in the server's tests
+  procps              # pkill: the server's tests stop inmem serve with it
   graphviz            # dot: the pictures of inmem graph and of the browser's pages
   chromium            # the browser test of the pages (headless)
   pkg-config          # the install test builds a host with it

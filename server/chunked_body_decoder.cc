@@ -9,7 +9,6 @@
 
 namespace http = boost::beast::http;
 
-
 TChunkedBodyDecoder::EResult TChunkedBodyDecoder::Refuse(THttpRefusal refusal) {
   state_ = EState::kRefused;
   refusal_ = std::move(refusal);

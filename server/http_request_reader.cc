@@ -53,6 +53,31 @@ bool TransferCodings(const THttpRequest& request, std::vector<std::string>* codi
   return true;
 }
 
+// Why a request with Transfer-Encoding cannot be read as chunked (with
+// Content-Length as well when `hasLength`); nothing when it can.
+std::optional<THttpRefusal> ChunkedFramingRefusal(const THttpRequest& request, bool hasLength) {
+  const http::status bad = http::status::bad_request;
+  std::vector<std::string> codings;
+  if (!TransferCodings(request, &codings)) {
+    return THttpRefusal{bad, "Transfer-Encoding names a coding that is not a token"};
+  }
+  if (request.version() < 11) {
+    return THttpRefusal{bad, "Transfer-Encoding in an HTTP/1.0 request: its framing cannot be trusted"};
+  }
+  if (hasLength) return THttpRefusal{bad, "both Content-Length and Transfer-Encoding: the length is ambiguous"};
+  if (codings.empty() || codings.back() != "chunked") {
+    return THttpRefusal{bad, "the last transfer coding is not chunked: the body's length cannot be known"};
+  }
+  if (std::count(codings.begin(), codings.end(), "chunked") > 1) {
+    return THttpRefusal{bad, "the chunked coding is applied more than once"};
+  }
+  if (codings.size() > 1) {
+    return THttpRefusal{http::status::not_implemented, "the transfer coding " + Printable(codings.front()) +
+                                                            " is not supported (only chunked is)"};
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 THttpRequestReader::THttpRequestReader(THttpReadLimits limits) : limits_(limits) { StartRequest(); }
@@ -70,10 +95,9 @@ void THttpRequestReader::StartRequest() {
   chunked_.reset();
 }
 
-THttpRequestReader::EStep THttpRequestReader::Refuse(http::status status, std::string text) {
+THttpRequestReader::EStep THttpRequestReader::Refuse(THttpRefusal refusal) {
   phase_ = EPhase::kRefused;
-  refusal_.status = status;
-  refusal_.text = std::move(text);
+  refusal_ = std::move(refusal);
   return EStep::kRefused;
 }
 
@@ -105,7 +129,7 @@ THttpRequestReader::EStep THttpRequestReader::Read(std::string_view input, size_
           phase_ = EPhase::kComplete;
           return EStep::kRequest;
         case TChunkedBodyDecoder::EResult::kRefused:
-          return Refuse(chunked_->Refusal().status, chunked_->Refusal().text);
+          return Refuse(chunked_->Refusal());
       }
       break;
     case EPhase::kComplete:
@@ -125,8 +149,8 @@ THttpRequestReader::EStep THttpRequestReader::ReadHeader(std::string_view input,
   const size_t end = window.find("\r\n\r\n", headerScanned_);
   if (end == std::string_view::npos) {
     if (window.size() == limits_.maxHeaderBytes) {
-      return Refuse(http::status::request_header_fields_too_large,
-                    "the request headers are larger than " + std::to_string(limits_.maxHeaderBytes) + " bytes");
+      return Refuse({http::status::request_header_fields_too_large,
+                    "the request headers are larger than " + std::to_string(limits_.maxHeaderBytes) + " bytes"});
     }
     // The next search starts where a CRLFCRLF could still begin.
     headerScanned_ = window.size() < 3 ? 0 : window.size() - 3;
@@ -135,13 +159,10 @@ THttpRequestReader::EStep THttpRequestReader::ReadHeader(std::string_view input,
   const std::string_view header = input.substr(0, end + 4);
   boost::beast::error_code ec;
   *used = parser_->put(boost::asio::buffer(header.data(), header.size()), ec);
-  if (ec == http::error::body_limit) {
-    const THttpRefusal refusal = BodyTooLarge(limits_.maxBodyBytes);
-    return Refuse(refusal.status, refusal.text);
-  }
+  if (ec == http::error::body_limit) return Refuse(BodyTooLarge(limits_.maxBodyBytes));
   if (ec || !parser_->is_header_done()) {
-    return Refuse(http::status::bad_request,
-                  "not an HTTP request: " + (ec ? ec.message() : std::string("the header does not end")));
+    return Refuse({http::status::bad_request,
+                  "not an HTTP request: " + (ec ? ec.message() : std::string("the header does not end"))});
   }
   const boost::optional<uint64_t> beastLength = parser_->content_length();
   const std::optional<uint64_t> length =
@@ -154,25 +175,13 @@ THttpRequestReader::EStep THttpRequestReader::ReadHeader(std::string_view input,
 }
 
 bool THttpRequestReader::Frame(std::optional<uint64_t> length) {
-  // Beast's parser has refused a malformed length and differing ones.
-  const bool hasLength = length.has_value();
   if (request_.find(http::field::transfer_encoding) != request_.end()) {
-    std::vector<std::string> codings;
-    if (!TransferCodings(request_, &codings)) {
-      Refuse(http::status::bad_request, "Transfer-Encoding names a coding that is not a token");
-    } else if (request_.version() < 11) {
-      Refuse(http::status::bad_request, "Transfer-Encoding in an HTTP/1.0 request: its framing cannot be trusted");
-    } else if (hasLength) {
-      Refuse(http::status::bad_request, "both Content-Length and Transfer-Encoding: the length is ambiguous");
-    } else if (codings.empty() || codings.back() != "chunked") {
-      Refuse(http::status::bad_request, "the last transfer coding is not chunked: the body's length cannot be known");
-    } else if (std::count(codings.begin(), codings.end(), "chunked") > 1) {
-      Refuse(http::status::bad_request, "the chunked coding is applied more than once");
-    } else if (codings.size() > 1) {
-      Refuse(http::status::not_implemented,
-             "the transfer coding " + Printable(codings.front()) + " is not supported (only chunked is)");
+    // Beast's parser has refused a malformed length, and differing ones.
+    const std::optional<THttpRefusal> refusal = ChunkedFramingRefusal(request_, length.has_value());
+    if (refusal) {
+      Refuse(*refusal);
+      return false;
     }
-    if (phase_ == EPhase::kRefused) return false;
     chunked_.emplace(limits_.maxBodyBytes, limits_.maxHeaderBytes);
     phase_ = EPhase::kChunkedBody;
     return true;

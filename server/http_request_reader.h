@@ -78,7 +78,7 @@ class THttpRequestReader {
   // Decides how the body is delimited, given the header's Content-Length;
   // false (refused) when it cannot be told for certain.
   bool Frame(std::optional<uint64_t> length);
-  EStep Refuse(boost::beast::http::status status, std::string text);
+  EStep Refuse(THttpRefusal refusal);
 
   const THttpReadLimits limits_;
   EPhase phase_ = EPhase::kHeader;

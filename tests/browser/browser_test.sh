@@ -65,7 +65,7 @@ grep -q '<script>alert' instance.html && fail "instance: a string from the repos
 page picture /graph/class/Test_Disk.svg '<svg' 'Test_SystemDisk'
 page missing /class/Nope 'There is no class named Nope'
 
-kill -TERM $pid
+term_server
 wait $pid || fail "the server did not stop cleanly"
 pid=
 echo "browser test: passed; screenshots in $work"

@@ -20,14 +20,14 @@ for file in bin/inmem lib/libtylcore.so lib/libmofload.so lib/inmem/libinmem.so 
   [ -e "$prefix/$file" ] || fail "not installed: $file"
 done
 for library in lib/libtylcore.so lib/libmofload.so lib/inmem/libinmem.so; do
-  readelf -d "$prefix/$library" | grep -q "SONAME.*\.so\.0\]" || fail "$library has no versioned SONAME"
+  readelf -d "$prefix/$library" | grep "SONAME.*\.so\.0\]" > /dev/null || fail "$library has no versioned SONAME"
 done
 
 # find_package(inmem CONFIG)
 cmake -S "$source/examples/installed_host" -B "$work/host-cmake" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_CXX_FLAGS="$flags" > "$work/host-cmake.log" 2>&1 || { cat "$work/host-cmake.log"; fail "find_package"; }
 cmake --build "$work/host-cmake" > "$work/host-build.log" 2>&1 || { cat "$work/host-build.log"; fail "host build"; }
-"$work/host-cmake/installed_host" | grep -q "^2 disks through Host_SystemDisk$" || fail "the find_package host"
+"$work/host-cmake/installed_host" | grep "^2 disks through Host_SystemDisk$" > /dev/null || fail "the find_package host"
 
 # pkg-config
 export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
@@ -37,10 +37,10 @@ plugin=$(pkg-config --variable=plugin inmem)
 g++ -std=c++17 $flags -o "$work/host-pkg-config" "$source/examples/installed_host/installed_host.cc" \
   -DINMEM_PLUGIN="\"$plugin\"" $(pkg-config --cflags --libs inmem) -Wl,-rpath,"$prefix/lib" ||
   fail "the pkg-config build"
-"$work/host-pkg-config" | grep -q "^2 disks through Host_SystemDisk$" || fail "the pkg-config host"
+"$work/host-pkg-config" | grep "^2 disks through Host_SystemDisk$" > /dev/null || fail "the pkg-config host"
 
 # The installed tool: its version, and the plug-in and schema beside it.
-"$prefix/bin/inmem" --version | grep -q "^inmem [0-9]*\.[0-9]*\.[0-9]*$" || fail "inmem --version"
+"$prefix/bin/inmem" --version | grep "^inmem [0-9]*\.[0-9]*\.[0-9]*$" > /dev/null || fail "inmem --version"
 LD_DEBUG=files "$prefix/bin/inmem" inventory --root "$source/tests/tools/fixture-root" > "$work/inventory.txt" \
   2> "$work/ld-debug.txt" || fail "the installed inmem inventory"
 grep -q "PELXA_Processor" "$work/inventory.txt" || fail "no processor in the inventory"
@@ -55,5 +55,5 @@ COMP_WORDS=(inmem se) COMP_CWORD=1 && _inmem
 [[ " ${COMPREPLY[*]} " == *" serve "* ]] || fail "completion of 'inmem se': ${COMPREPLY[*]}"
 COMP_WORDS=(inmem -m x.mof serve --read) COMP_CWORD=4 && _inmem
 [ "${COMPREPLY[*]}" = "--read-only" ] || fail "completion of serve --read: ${COMPREPLY[*]}"
-MANWIDTH=80 man -l "$prefix/share/man/man1/inmem.1" 2> /dev/null | grep -q "^SYNOPSIS" || fail "the manual page"
+MANWIDTH=80 man -l "$prefix/share/man/man1/inmem.1" 2> /dev/null | grep "^SYNOPSIS" > /dev/null || fail "the manual page"
 echo "install test: passed"

@@ -38,7 +38,7 @@ start() {
 }
 # stop: SIGTERM, and the server must end cleanly by itself.
 stop() {
-  kill -TERM $pid
+  term_server
   local status=0
   wait $pid || status=$?
   pid=
@@ -56,7 +56,7 @@ expect() {
   else
     out=$(timeout 20 "$@" 2>&1) || true
   fi
-  echo "$out" | grep -Eq -- "$pattern" || fail "$what: expected /$pattern/ in:
+  grep -Eq -- "$pattern" <<< "$out" || fail "$what: expected /$pattern/ in:
 $out"
 }
 count() { timeout 20 "$@" 2>&1 | grep -c . || true; }
