@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/ascii.h"
+#include "core/namespace_directory.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
@@ -187,7 +188,9 @@ const TCIMValue* TCIMReference::FindKeyValue(const std::string& name) const {
 boost::shared_ptr<ICIMClass> TCIMReference::GetClass() const {
   boost::shared_ptr<ICIMClass> cls = class_.lock();
   if (cls || className_.empty()) return cls;
-  boost::shared_ptr<ICIMNamespace> ns = namespace_.lock();
+  boost::shared_ptr<ICIMNamespace> ns;
+  if (!namespaceName_.empty()) ns = TNamespaceDirectory::Find(namespaceName_);
+  if (!ns) ns = namespace_.lock();
   if (!ns) return cls;
   try {
     return ns->GetClass(className_, TContext());
@@ -231,6 +234,10 @@ void TCIMReference::UpdatePath() {
 }
 
 boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {
+  if (!namespaceName_.empty()) {
+    boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(namespaceName_);
+    if (named) return named;
+  }
   boost::shared_ptr<ICIMNamespace> ns = namespace_.lock();
   if (!ns) {
     boost::shared_ptr<ICIMClass> cls = class_.lock();
@@ -241,6 +248,17 @@ boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {
 
 boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {
   if (className_.empty()) throw TTYLException(kStatusNotFound);
+  if (!namespaceName_.empty()) {
+    // A namespace the host serves files its instances under their paths
+    // within it: looked up there, the path leaves its namespace name off.
+    if (boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(namespaceName_)) {
+      TCIMReference local(*this);
+      local.SetNameSpaceName("");
+      boost::shared_ptr<ICIMInstance> instance = named->GetInstance(local, TContext());
+      if (!instance) throw TTYLException(kStatusNotFound);
+      return instance;
+    }
+  }
   boost::shared_ptr<ICIMNamespace> ns = ResolvingNamespace();
   if (!ns) throw TTYLException(kStatusNotFound);
   boost::shared_ptr<ICIMInstance> instance = ns->GetInstance(*this, TContext());

@@ -68,7 +68,9 @@ class TCIMReference {
   const TCIMValue* FindKeyValue(const std::string& name) const;
 
   // The class: the object given to SetClass while it lives, else the class
-  // of that name in the reference's namespace; empty when neither is found.
+  // of that name in the reference's namespace (the one its namespace name
+  // names in TNamespaceDirectory, else the one it was made with); empty when
+  // neither is found.
   boost::shared_ptr<ICIMClass> GetClass() const;
   // The namespace given at construction; empty when none was or it is gone.
   boost::shared_ptr<ICIMNamespace> GetNamespace() const { return namespace_.lock(); }
@@ -77,12 +79,15 @@ class TCIMReference {
   // The same text without a copy, for lookups.
   const std::string& PathText() const { return path_; }
 
-  // The namespace GetCIMElement asks: the reference's own, else its class's
-  // (empty when neither is at hand).
+  // The namespace GetCIMElement asks: the one the reference's namespace name
+  // names in TNamespaceDirectory, else the reference's own, else its class's
+  // (empty when none is at hand).
   boost::shared_ptr<ICIMNamespace> ResolvingNamespace() const;
 
   // The instance this path names, looked up with GetInstance of the
-  // reference's namespace, or without one of its class's namespace. A path
+  // reference's namespace, or without one of its class's namespace; in a
+  // namespace TNamespaceDirectory knows by the path's namespace name, under
+  // the path without that name, as instances are filed there. A path
   // without a class, without a namespace to ask, or naming no instance throws
   // TTYLException(kStatusNotFound). The flag is accepted for the interface's
   // sake and not used.

@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "core/cim_reference.h"
+#include "core/namespace_directory.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "core/utf8.h"
@@ -48,12 +49,18 @@ class TPathParser {
       : text_(text), ns_(ns), depth_(depth) {}
 
   TCIMReference Parse() {
-    TCIMReference reference(ns_, TContext());
+    std::string namespaceName;
     size_t split = text_.find_first_of(":.\"");
     if (split != std::string::npos && text_[split] == ':') {
-      reference.SetNameSpaceName(text_.substr(0, split));
+      namespaceName = text_.substr(0, split);
       pos_ = split + 1;
+      // A path into another namespace the host serves is read with that
+      // namespace's classes, and so are the paths among its keys.
+      boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(namespaceName);
+      if (named) ns_ = named;
     }
+    TCIMReference reference(ns_, TContext());
+    if (!namespaceName.empty()) reference.SetNameSpaceName(namespaceName);
     std::string className = ReadName("a class name");
     boost::shared_ptr<ICIMClass> cls = FindClass(className);
     if (cls) {

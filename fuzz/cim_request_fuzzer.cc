@@ -35,7 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       request.documentBytes = input.text.size();
       TCimOperationsConfig config;
       config.readOnly = (input.mode & 1) != 0;
-      TCimOperations operations(ns, config);
+      TNamespaceRegistry namespaces([] { return FreshNamespace(false); });
+      namespaces.Add("root/cimv2", ns);
+      TCimOperations operations(namespaces, config);
       TCallRecord record;
       std::unique_ptr<TResponseBody> body = operations.Run(request, "localhost", &record);
       std::string answer;

@@ -94,7 +94,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!TMofLoader(ns).LoadText("fixture.mof", ServerFixtureText())) std::abort();
   TCimOperationsConfig config;
   config.readOnly = (input.mode & 1) != 0;
-  TCimOperations operations(ns, config);
+  TNamespaceRegistry namespaces([] { return FreshNamespace(false); });
+  namespaces.Add("root/cimv2", ns);
+  TCimOperations operations(namespaces, config);
   THttpPolicy policy;
   policy.xml.maxDepth = 32;
   policy.xml.maxElements = 2000;

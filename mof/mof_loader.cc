@@ -216,7 +216,7 @@ bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error) {
 }
 
 TMofLoader::TMofLoader(boost::shared_ptr<ICIMNamespace> ns, TMofLoadOptions options)
-    : ns_(std::move(ns)), options_(std::move(options)) {}
+    : ns_(ns), home_(std::move(ns)), options_(std::move(options)) {}
 
 int TMofLoader::ErrorCount() const {
   int errors = 0;
@@ -248,6 +248,7 @@ template <typename F>
 bool TMofLoader::Load(F load) {
   int before = ErrorCount();
   filesLeft_ = kMaxFilesPerLoad;
+  ns_ = home_;
   try {
     load();
   } catch (const TLoadStopped&) {
@@ -281,7 +282,7 @@ bool TMofLoader::Enter(const TMofProduction& production) {
 void TMofLoader::LoadProduction(const TMofProduction& production) {
   switch (production.kind) {
     case TMofProduction::kPragma:
-      Include(production.pragma);
+      Pragma(production.pragma);
       break;
     case TMofProduction::kQualifierDecl:
       LoadQualifierDecl(production.qualifierDecl);
@@ -330,14 +331,26 @@ std::string Where(const TMofLocation& location) {
 
 }  // namespace
 
-void TMofLoader::Include(const TMofPragma& pragma) {
-  if (!Is(pragma.name, "include")) {
-    bool known = Is(pragma.name, "locale") || Is(pragma.name, "namespace");
-    Report(TMofDiagnostic::kNote, pragma.location,
-           "#pragma " + Printable(pragma.name) + " (\"" + Printable(pragma.parameter) + "\") " +
-               (known ? "is accepted and changes nothing" : "is not known and is ignored"));
+void TMofLoader::Pragma(const TMofPragma& pragma) {
+  if (Is(pragma.name, "include")) return Include(pragma);
+  if (Is(pragma.name, "namespace") && options_.namespaceFor) {
+    std::string why;
+    boost::shared_ptr<ICIMNamespace> ns = options_.namespaceFor(pragma.parameter, &why);
+    if (!ns) {
+      Report(TMofDiagnostic::kError, pragma.location,
+             "#pragma namespace (\"" + Printable(pragma.parameter) + "\"): " + Printable(why));
+      return;
+    }
+    ns_ = std::move(ns);
     return;
   }
+  const bool known = Is(pragma.name, "locale") || Is(pragma.name, "namespace");
+  Report(TMofDiagnostic::kNote, pragma.location,
+         "#pragma " + Printable(pragma.name) + " (\"" + Printable(pragma.parameter) + "\") " +
+             (known ? "is accepted and changes nothing" : "is not known and is ignored"));
+}
+
+void TMofLoader::Include(const TMofPragma& pragma) {
   if (includes_.size() > kMaxIncludeDepth) {
     Report(TMofDiagnostic::kError, pragma.location,
            "includes nest deeper than " + std::to_string(kMaxIncludeDepth) + " files");
@@ -517,6 +530,11 @@ void TMofLoader::LoadClass(const TMofClass& c) {
       existing = ns_->GetClass(c.name, TContext());
     } catch (const TTYLException&) {
       // not there yet (or an invalid name, refused below)
+    }
+    if (existing && options_.keepDefinedClasses) {
+      Report(TMofDiagnostic::kNote, c.location,
+             "class " + Printable(c.name) + " is defined already; the namespace's own stays");
+      return;
     }
     if (existing && !options_.allowRedefinition) {
       throw TMofError(c.location, "class " + Printable(c.name) + " is already defined");

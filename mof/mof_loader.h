@@ -90,6 +90,15 @@ struct TMofLoadOptions {
   // error. For a schema that brings its own declarations and is loaded
   // beside another (the inventory schema beside the CIM schema).
   bool keepDeclaredQualifiers = false;
+  // The same for classes: a class the namespace defines already is left out
+  // (with a note). For a schema bundled as a fallback, loaded after what
+  // the user gave.
+  bool keepDefinedClasses = false;
+  // Where `#pragma namespace("name")` sends the productions that follow it
+  // (up to the next such pragma; each load starts in the loader's own
+  // namespace): the namespace of that name, or empty with the reason in
+  // *why. Without it, the pragma changes nothing (a note).
+  std::function<boost::shared_ptr<ICIMNamespace>(const std::string& name, std::string* why)> namespaceFor;
 };
 
 struct TMofDiagnostic {
@@ -159,6 +168,9 @@ class TMofLoader {
   void LoadSource(const TMofFile& file, const std::string& path, const TMofLocation& includedAt);
   // Enters one production of either kind (a pragma may include a file).
   void LoadProduction(const TMofProduction& production);
+  // A pragma: include reads a file, namespace may switch namespaces, the
+  // rest change nothing.
+  void Pragma(const TMofPragma& pragma);
   void Include(const TMofPragma& pragma);
   void LoadQualifierDecl(const TMofQualifierDecl& decl);
   void LoadClass(const TMofClass& cls);
@@ -182,7 +194,10 @@ class TMofLoader {
   template <typename F>
   void Guard(const TMofLocation& where, const std::string& what, F load);
 
+  // The namespace productions go to: home_, or the one a namespace pragma
+  // chose.
   boost::shared_ptr<ICIMNamespace> ns_;
+  boost::shared_ptr<ICIMNamespace> home_;
   TMofLoadOptions options_;
   std::vector<TMofDiagnostic> diagnostics_;
   int errors_ = 0;  // reported, up to kMaxErrors

@@ -250,7 +250,7 @@ void TMofWriter::WriteInstance(ICIMInstance& instance) {
   out_ << "};\n\n";
 }
 
-void TMofWriter::WriteNamespace(ICIMNamespace& ns) {
+void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep) {
   ns.EnumerateQualifierDecls(
       [&](boost::shared_ptr<ICIMQualifierDecl> decl) {
         WriteQualifierDecl(*decl);
@@ -309,7 +309,7 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns) {
       if (cls->IsAssociation(kNone) != associations) continue;
       cls->EnumerateInstances(
           [&](boost::shared_ptr<ICIMInstance> instance) {
-            WriteInstance(*instance);
+            if (!keep || keep(*instance)) WriteInstance(*instance);
             return true;
           },
           false, kNone);

@@ -12,6 +12,7 @@
 #ifndef INMEM_MOF_MOF_WRITER_H_
 #define INMEM_MOF_MOF_WRITER_H_
 
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -31,8 +32,9 @@ class TMofWriter {
  public:
   explicit TMofWriter(std::ostream& out) : out_(out) {}
 
-  // Everything: qualifier declarations, classes, instances.
-  void WriteNamespace(ICIMNamespace& ns);
+  // Everything: qualifier declarations, classes, instances (those `keep`
+  // accepts, when it is given).
+  void WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep = nullptr);
   void WriteQualifierDecl(ICIMQualifierDecl& decl);
   // With `showInherited`, inherited members are written too, each marked
   // with a comment naming the class that declares it (for people; the

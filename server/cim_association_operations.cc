@@ -10,6 +10,7 @@
 #include <set>
 
 #include "core/ascii.h"
+#include "core/namespace_directory.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
@@ -31,8 +32,45 @@ void AddOnce(std::vector<boost::shared_ptr<T>>& out, std::set<const T*>& seen,
 
 }  // namespace
 
-// A class named by a filter parameter (AssocClass, ResultClass), which must
-// exist; empty when the parameter is left out.
+// A class named by a filter parameter (AssocClass, ResultClass) of a walk
+// from an instance: a class of the call's namespace, or of another one
+// (associations may cross namespaces); empty when the parameter is left
+// out. A name no namespace knows is refused.
+struct TInstanceFilter {
+  std::string name;
+  boost::shared_ptr<ICIMClass> home;  // the class in the call's namespace, if it has one
+};
+
+static TInstanceFilter InstanceFilter(const TNamespaceRegistry& namespaces, ICIMNamespace& home,
+                                      const TCimXmlReader& reader, const TXmlElement* parameter, const char* what) {
+  TInstanceFilter filter{reader.ClassName(parameter), nullptr};
+  if (filter.name.empty()) return filter;
+  bool known = false;
+  for (const TNamespaceRegistry::TEntry* entry : namespaces.Entries()) {
+    try {
+      boost::shared_ptr<ICIMClass> cls = entry->ns->GetClass(filter.name, kNone);
+      if (entry->ns.get() == &home) filter.home = cls;
+      known = known || cls != nullptr;
+    } catch (const TTYLException&) {
+    }
+  }
+  if (!known) throw TCimError(kCimInvalidParameter, "no class named " + Printable(filter.name) + " (" + what + ")");
+  return filter;
+}
+
+// Whether `instance` is of the class named `className` in its own
+// namespace, or of a subclass of it.
+static bool IsOfClass(ICIMInstance& instance, const std::string& className) {
+  boost::shared_ptr<ICIMClass> cls = instance.GetClass(kNone);
+  try {
+    return cls->IsSubclassOf(cls->GetNamespace(kNone)->GetClass(className, kNone), kNone);
+  } catch (const TTYLException&) {
+    return false;
+  }
+}
+
+// A class named by a filter parameter of a walk from a class, which must
+// exist in the call's namespace; empty when the parameter is left out.
 static boost::shared_ptr<ICIMClass> FilterClass(ICIMNamespace& ns, const TCimXmlReader& reader,
                                                 const TXmlElement* parameter, const char* what) {
   const std::string name = reader.ClassName(parameter);
@@ -44,23 +82,124 @@ static boost::shared_ptr<ICIMClass> FilterClass(ICIMNamespace& ns, const TCimXml
   }
 }
 
+// Whether an association instance holds a reference into another namespace
+// than `ownKey` names.
+static bool HasForeignReference(ICIMInstance& association, const std::string& ownKey) {
+  bool foreign = false;
+  association.EnumerateProperties(
+      [&](boost::shared_ptr<ICIMProperty> property) {
+        const TCIMValue& value = property->GetValue(kNone);
+        if (value.IsReference() && !value.IsNull()) {
+          const std::string& name = value.GetReference().GetNameSpaceName();
+          foreign = !name.empty() && TNamespaceDirectory::Key(name) != ownKey;
+        }
+        return !foreign;
+      },
+      kNone);
+  return foreign;
+}
+
+void TCimOperations::NamespaceChanged(std::string_view name) {
+  crossReferrers_.erase(TNamespaceDirectory::Key(name));
+}
+
+TCIMReference TCimOperations::PathIn(const ICIMNamespace* home, ICIMInstance& instance) const {
+  TCIMReference path = instance.GetReference(kNone);
+  boost::shared_ptr<ICIMNamespace> ns = instance.GetClass(kNone)->GetNamespace(kNone);
+  if (ns.get() != home) {
+    if (const TNamespaceRegistry::TEntry* entry = namespaces_.FindByRepository(ns.get())) {
+      path.SetNameSpaceName(entry->name);
+    }
+  }
+  return path;
+}
+
+boost::shared_ptr<ICIMInstance> TCimOperations::Resolve(ICIMNamespace& base, const TCIMReference& path) const {
+  ICIMNamespace* ns = &base;
+  TCIMReference local = path;
+  if (!path.GetNameSpaceName().empty()) {
+    const TNamespaceRegistry::TEntry* entry = namespaces_.Find(path.GetNameSpaceName());
+    if (entry == nullptr) return boost::shared_ptr<ICIMInstance>();
+    ns = entry->ns.get();
+    local.SetNameSpaceName("");  // filed under its text within its namespace
+  }
+  try {
+    return ns->GetInstance(local, kNone);
+  } catch (const TTYLException& e) {
+    if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
+  }
+  return boost::shared_ptr<ICIMInstance>();
+}
+
+std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::ForeignReferrers(TCall& call, ICIMInstance& source,
+                                                                              const std::string& assocClass,
+                                                                              const std::string& role) {
+  const std::string home = TNamespaceDirectory::Key(call.namespaceName);
+  const std::string sourcePath = source.GetReference(kNone).PathText();
+  std::vector<boost::shared_ptr<ICIMInstance>> out;
+  for (const TNamespaceRegistry::TEntry* entry : namespaces_.Entries()) {
+    const std::string key = TNamespaceDirectory::Key(entry->name);
+    if (key == home) continue;
+    TCrossReferrers& cross = crossReferrers_[key];
+    if (cross.repository != entry->ns.get()) {
+      cross.repository = entry->ns.get();
+      cross.associations.clear();
+      entry->ns->GetClass("", kNone)->EnumerateSubclasses(
+          [&](boost::shared_ptr<ICIMClass> cls) {
+            if (!cls->IsAssociation(kNone)) return true;
+            cls->EnumerateInstances(
+                [&](boost::shared_ptr<ICIMInstance> a) {
+                  if (HasForeignReference(*a, key)) cross.associations.push_back(a);
+                  return true;
+                },
+                false, kNone);
+            return true;
+          },
+          true, kNone);
+    }
+    for (const auto& weak : cross.associations) {
+      boost::shared_ptr<ICIMInstance> a = weak.lock();
+      if (!a || !StillThere(a) || (!assocClass.empty() && !IsOfClass(*a, assocClass))) continue;
+      bool pointsHere = false;
+      a->EnumerateProperties(
+          [&](boost::shared_ptr<ICIMProperty> property) {
+            const TCIMValue& value = property->GetValue(kNone);
+            if (!value.IsReference() || value.IsNull()) return true;
+            const TCIMReference& path = value.GetReference();
+            if (TNamespaceDirectory::Key(path.GetNameSpaceName()) != home) return true;
+            if (!role.empty() && !EqualsFoldingAscii(property->GetDecl(kNone)->GetName(kNone), role)) return true;
+            TCIMReference local = path;
+            local.SetNameSpaceName("");
+            pointsHere = local.PathText() == sourcePath;
+            return !pointsHere;
+          },
+          kNone);
+      if (pointsHere) out.push_back(std::move(a));
+    }
+  }
+  return out;
+}
+
 std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::ReferencesOf(ICIMInstance& source, TCall& call,
                                                                           const char* resultClassParameter) {
-  boost::shared_ptr<ICIMClass> filter =
-      FilterClass(*ns_, call.reader, call.Parameter(resultClassParameter), resultClassParameter);
+  const TInstanceFilter filter =
+      InstanceFilter(namespaces_, *call.ns, call.reader, call.Parameter(resultClassParameter), resultClassParameter);
   const std::string role = call.reader.String(call.Parameter("Role")).value_or("");
   std::vector<boost::shared_ptr<ICIMInstance>> out;
   std::set<const ICIMInstance*> seen;
-  source.EnumerateAssociationInstances([&](boost::shared_ptr<ICIMInstance> a) {
-    AddOnce(out, seen, std::move(a));
-    return true;
-  }, filter ? filter->GetName(kNone) : std::string(), role, kNone);
+  if (filter.name.empty() || filter.home) {
+    source.EnumerateAssociationInstances([&](boost::shared_ptr<ICIMInstance> a) {
+      AddOnce(out, seen, std::move(a));
+      return true;
+    }, filter.home ? filter.home->GetName(kNone) : std::string(), role, kNone);
+  }
+  for (auto& a : ForeignReferrers(call, source, filter.name, role)) AddOnce(out, seen, std::move(a));
   return out;
 }
 
 std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::AssociatorsOf(ICIMInstance& source, TCall& call) {
-  boost::shared_ptr<ICIMClass> resultClass =
-      FilterClass(*ns_, call.reader, call.Parameter("ResultClass"), "ResultClass");
+  const TInstanceFilter resultClass =
+      InstanceFilter(namespaces_, *call.ns, call.reader, call.Parameter("ResultClass"), "ResultClass");
   const std::string role = call.reader.String(call.Parameter("Role")).value_or("");
   const std::string resultRole = call.reader.String(call.Parameter("ResultRole")).value_or("");
   std::vector<boost::shared_ptr<ICIMInstance>> out;
@@ -73,14 +212,10 @@ std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::AssociatorsOf(ICIMI
           const std::string& name = property->GetDecl(kNone)->GetName(kNone);
           if (!role.empty() && EqualsFoldingAscii(name, role)) return true;  // the source's own end
           if (!resultRole.empty() && !EqualsFoldingAscii(name, resultRole)) return true;
-          boost::shared_ptr<ICIMInstance> far;
-          try {
-            far = ns_->GetInstance(value.GetReference(), kNone);
-          } catch (const TTYLException& e) {
-            if (e.GetStatusCode() != kStatusNotFound) throw;
-          }
+          boost::shared_ptr<ICIMInstance> far =
+              Resolve(*association->GetClass(kNone)->GetNamespace(kNone), value.GetReference());
           if (!far || (role.empty() && far.get() == &source)) return true;
-          if (resultClass && !far->GetClass(kNone)->IsSubclassOf(resultClass, kNone)) return true;
+          if (!resultClass.name.empty() && !IsOfClass(*far, resultClass.name)) return true;
           AddOnce(out, seen, std::move(far));
           return true;
         },
@@ -92,7 +227,7 @@ std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::AssociatorsOf(ICIMI
 std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::ReferenceClassesOf(ICIMClass& source, TCall& call,
                                                                              const char* resultClassParameter) {
   boost::shared_ptr<ICIMClass> filter =
-      FilterClass(*ns_, call.reader, call.Parameter(resultClassParameter), resultClassParameter);
+      FilterClass(*call.ns, call.reader, call.Parameter(resultClassParameter), resultClassParameter);
   const std::string role = call.reader.String(call.Parameter("Role")).value_or("");
   std::vector<boost::shared_ptr<ICIMClass>> out;
   std::set<const ICIMClass*> seen;
@@ -105,7 +240,7 @@ std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::ReferenceClassesOf(ICI
 
 std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::AssociatorClassesOf(ICIMClass& source, TCall& call) {
   boost::shared_ptr<ICIMClass> resultClass =
-      FilterClass(*ns_, call.reader, call.Parameter("ResultClass"), "ResultClass");
+      FilterClass(*call.ns, call.reader, call.Parameter("ResultClass"), "ResultClass");
   const std::string role = call.reader.String(call.Parameter("Role")).value_or("");
   const std::string resultRole = call.reader.String(call.Parameter("ResultRole")).value_or("");
   std::vector<boost::shared_ptr<ICIMClass>> out;
@@ -142,7 +277,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Walk(TCall& call, bool associator
   if (object != nullptr && !object->children.empty() && object->children.front()->name == "CLASSNAME") {
     const std::string name = call.reader.ClassName(object);
     call.record->target = name;
-    boost::shared_ptr<ICIMClass> source = FindClass(name, kCimInvalidParameter);
+    boost::shared_ptr<ICIMClass> source = FindClass(call, name, kCimInvalidParameter);
     std::vector<boost::shared_ptr<ICIMClass>> classes =
         associators ? AssociatorClassesOf(*source, call) : ReferenceClassesOf(*source, call, "ResultClass");
     auto options = ReadObjectOptions(call.reader, call.request, false, false);
@@ -159,11 +294,12 @@ std::unique_ptr<TResponseBody> TCimOperations::Walk(TCall& call, bool associator
   std::vector<boost::shared_ptr<ICIMInstance>> instances =
       associators ? AssociatorsOf(*source, call) : ReferencesOf(*source, call, "ResultClass");
   auto options = ReadObjectOptions(call.reader, call.request, false, false);
+  const ICIMNamespace* home = call.ns.get();
   return std::make_unique<TCimMethodResponse>(
-      call.head, EachOf(std::move(instances), [options, namesOnly](TCimXmlWriter& w,
-                                                                   const boost::shared_ptr<ICIMInstance>& i) {
+      call.head, EachOf(std::move(instances), [this, home, options, namesOnly](TCimXmlWriter& w,
+                                                                               const boost::shared_ptr<ICIMInstance>& i) {
         w.Open(namesOnly ? "OBJECTPATH" : "VALUE.OBJECTWITHPATH");
-        w.InstancePath(i->GetReference(kNone));
+        w.InstancePath(PathIn(home, *i));
         if (!namesOnly) w.Instance(*i, options->options);
         w.Close();
       }));

@@ -45,22 +45,23 @@ std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
 }
 
 TCimMethodResponse::TItems InstancesWithPaths(std::vector<boost::shared_ptr<ICIMInstance>> instances,
-                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly) {
-  return EachOf(std::move(instances), [options, pathsOnly](TCimXmlWriter& writer,
-                                                           const boost::shared_ptr<ICIMInstance>& i) {
+                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly,
+                                              std::function<TCIMReference(ICIMInstance&)> pathOf) {
+  return EachOf(std::move(instances), [options, pathsOnly, pathOf](TCimXmlWriter& writer,
+                                                                   const boost::shared_ptr<ICIMInstance>& i) {
     if (pathsOnly) {
-      writer.InstancePath(i->GetReference(kNone));
+      writer.InstancePath(pathOf(*i));
       return;
     }
     writer.Open("VALUE.INSTANCEWITHPATH");
-    writer.InstancePath(i->GetReference(kNone));
+    writer.InstancePath(pathOf(*i));
     writer.Instance(*i, options->options);
     writer.Close();
   });
 }
 
-TCimOperations::TCimOperations(boost::shared_ptr<ICIMNamespace> ns, TCimOperationsConfig config)
-    : ns_(std::move(ns)), config_(std::move(config)), contexts_(config_.maxOpenEnumerations) {}
+TCimOperations::TCimOperations(TNamespaceRegistry& namespaces, TCimOperationsConfig config)
+    : namespaces_(namespaces), config_(std::move(config)), contexts_(config_.maxOpenEnumerations) {}
 
 TCimOperations::~TCimOperations() = default;
 
@@ -103,25 +104,65 @@ const std::map<std::string, TCimOperations::THandler>& TCimOperations::Handlers(
   return handlers;
 }
 
+std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles(bool readOnly) {
+  struct TProfile {
+    uint16_t number;
+    bool writes;
+    std::vector<const char*> operations;
+  };
+  static const TProfile kProfiles[] = {
+      {2, false, {"GetClass", "EnumerateClasses", "EnumerateClassNames", "GetInstance", "EnumerateInstances",
+                  "EnumerateInstanceNames", "GetProperty"}},
+      {3, true, {"SetProperty"}},
+      {4, true, {"CreateClass", "ModifyClass", "DeleteClass"}},
+      {5, true, {"CreateInstance", "ModifyInstance", "DeleteInstance"}},
+      {6, false, {"Associators", "AssociatorNames", "References", "ReferenceNames"}},
+      {7, false, {"ExecQuery"}},
+      {8, true, {"GetQualifier", "SetQualifier", "DeleteQualifier", "EnumerateQualifiers"}},
+      {10, false, {"OpenEnumerateInstances", "OpenEnumerateInstancePaths", "OpenAssociatorInstances",
+                   "OpenAssociatorInstancePaths", "OpenReferenceInstances", "OpenReferenceInstancePaths",
+                   "PullInstancesWithPath", "PullInstancePaths", "CloseEnumeration"}},
+      {11, false, {"EnumerationCount"}},
+      {12, false, {"OpenQueryInstances", "PullInstances"}},
+  };
+  std::vector<std::pair<uint16_t, std::string>> supported;
+  for (const TProfile& profile : kProfiles) {
+    if (profile.writes && readOnly) continue;
+    std::string operations;
+    bool all = true;
+    for (const char* operation : profile.operations) {
+      all = all && Handlers().count(Lower(operation)) != 0;
+      operations += (operations.empty() ? "" : ", ") + std::string(operation);
+    }
+    if (all) supported.emplace_back(profile.number, operations);
+  }
+  return supported;
+}
+
 std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, const std::string& host,
                                                    TCallRecord* record) {
+  const TNamespaceRegistry::TEntry* space = namespaces_.Find(request.namespaceName);
   TCimResponseHead head{request.messageId, request.method, request.extrinsic, host,
-                        config_.namespaceName};
+                        space != nullptr ? space->name : request.namespaceName};
   record->operation = request.method;
   TLogCapture capture;
   std::string description;
   try {
-    if (!EqualsFoldingAscii(request.namespaceName, config_.namespaceName)) {
+    if (space == nullptr) {
+      std::string served;
+      for (const TNamespaceRegistry::TEntry* entry : namespaces_.Entries()) {
+        served += (served.empty() ? "" : ", ") + entry->name;
+      }
       throw TCimError(kCimInvalidNamespace, "no namespace " + Printable(request.namespaceName) +
-                                                " here; this server serves " + config_.namespaceName);
+                                                " here; this server serves " + served);
     }
     auto handler = Handlers().find(Lower(request.method));
     if (request.extrinsic || handler == Handlers().end()) {
       throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
                                             Printable(request.method) + " is not supported");
     }
-    TCall call{request, TCimXmlReader(ns_, config_.namespaceName, PathTextBudget(request.documentBytes)), head,
-               record};
+    TCall call{request, space->name, space->ns,
+               TCimXmlReader(space->ns, space->name, PathTextBudget(request.documentBytes)), head, record};
     return (this->*handler->second)(call);
   } catch (const TCimError& e) {
     record->status = e.Status();
@@ -141,9 +182,9 @@ void TCimOperations::DropExpiredEnumerations() {
   contexts_.DropExpired(TEnumerationContexts::TClock::now());
 }
 
-boost::shared_ptr<ICIMClass> TCimOperations::FindClass(const std::string& name, ECimStatus missing) {
+boost::shared_ptr<ICIMClass> TCimOperations::FindClass(TCall& call, const std::string& name, ECimStatus missing) {
   try {
-    if (!name.empty()) return ns_->GetClass(name, kNone);
+    if (!name.empty()) return call.ns->GetClass(name, kNone);
   } catch (const TTYLException& e) {
     if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
   }
@@ -151,10 +192,10 @@ boost::shared_ptr<ICIMClass> TCimOperations::FindClass(const std::string& name, 
                                         : "no class named " + Printable(name));
 }
 
-boost::shared_ptr<ICIMInstance> TCimOperations::FindInstance(const TCIMReference& path) {
+boost::shared_ptr<ICIMInstance> TCimOperations::FindInstance(TCall& call, const TCIMReference& path) {
   boost::shared_ptr<ICIMInstance> instance;
   try {
-    instance = ns_->GetInstance(path, kNone);
+    instance = call.ns->GetInstance(path, kNone);
   } catch (const TTYLException& e) {
     if (e.GetStatusCode() != kStatusNotFound) throw;
   }
@@ -165,12 +206,13 @@ boost::shared_ptr<ICIMInstance> TCimOperations::FindInstance(const TCIMReference
 boost::shared_ptr<ICIMInstance> TCimOperations::NamedInstance(TCall& call, const char* parameter) {
   const TCIMReference path = call.reader.InstanceName(call.Content(parameter, "INSTANCENAME"));
   call.record->target = path.GetPath();
-  return FindInstance(path);
+  return FindInstance(call, path);
 }
 
 bool TCimOperations::StillThere(const boost::shared_ptr<ICIMInstance>& instance) {
   try {
-    return ns_->GetInstance(instance->GetReference(kNone), kNone).get() == instance.get();
+    boost::shared_ptr<ICIMNamespace> ns = instance->GetClass(kNone)->GetNamespace(kNone);
+    return ns && ns->GetInstance(instance->GetReference(kNone), kNone).get() == instance.get();
   } catch (const TTYLException&) {
     return false;  // its class, or a key, is gone
   }
@@ -183,7 +225,7 @@ std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::InstancesOf(ICIMCla
 std::unique_ptr<TResponseBody> TCimOperations::GetClass(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimNotFound);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimNotFound);
   auto options = ReadObjectOptions(call.reader, call.request, true, true);
   return std::make_unique<TCimMethodResponse>(
       call.head, OneItem([cls, options](TCimXmlWriter& w) { w.Class(*cls, options->options); }));
@@ -201,7 +243,7 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateClassNames(TCall& call) 
 std::unique_ptr<TResponseBody> TCimOperations::ClassEnumeration(TCall& call, bool namesOnly) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  boost::shared_ptr<ICIMClass> top = name.empty() ? ns_->GetClass("", kNone) : FindClass(name, kCimInvalidClass);
+  boost::shared_ptr<ICIMClass> top = name.empty() ? call.ns->GetClass("", kNone) : FindClass(call, name, kCimInvalidClass);
   auto options = ReadObjectOptions(call.reader, call.request, true, true);
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
@@ -224,7 +266,7 @@ std::unique_ptr<TResponseBody> TCimOperations::GetInstance(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstances(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimInvalidClass);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimInvalidClass);
   auto options = ReadObjectOptions(call.reader, call.request, kInstanceLocalOnly, false);
   if (!call.Boolean("DeepInheritance", true)) {
     options->declaredBy = cls;
@@ -242,7 +284,7 @@ std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstances(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::EnumerateInstanceNames(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  boost::shared_ptr<ICIMClass> cls = FindClass(name, kCimInvalidClass);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimInvalidClass);
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(InstancesOf(*cls), [](TCimXmlWriter& w, const boost::shared_ptr<ICIMInstance>& i) {
         w.InstanceName(i->GetReference(kNone));
@@ -269,7 +311,7 @@ std::unique_ptr<TResponseBody> TCimOperations::GetQualifier(TCall& call) {
   call.record->target = name;
   boost::shared_ptr<ICIMQualifierDecl> decl;
   try {
-    decl = ns_->GetQualifierDecl(name, kNone);
+    decl = call.ns->GetQualifierDecl(name, kNone);
   } catch (const TTYLException& e) {
     if (e.GetStatusCode() != kStatusNotFound && e.GetStatusCode() != kStatusInvalidName) throw;
   }
@@ -280,7 +322,7 @@ std::unique_ptr<TResponseBody> TCimOperations::GetQualifier(TCall& call) {
 
 std::unique_ptr<TResponseBody> TCimOperations::EnumerateQualifiers(TCall& call) {
   std::vector<boost::shared_ptr<ICIMQualifierDecl>> decls = Collected<ICIMQualifierDecl>(
-      [&](const auto& callback) { ns_->EnumerateQualifierDecls(callback, kNone); });
+      [&](const auto& callback) { call.ns->EnumerateQualifierDecls(callback, kNone); });
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(std::move(decls), [](TCimXmlWriter& w, const boost::shared_ptr<ICIMQualifierDecl>& d) {
         w.QualifierDecl(*d);

@@ -1,5 +1,7 @@
-// TCimOperations: the intrinsic CIM operations (DSP0200) over one
-// repository namespace, driven through the element interfaces alone.
+// TCimOperations: the intrinsic CIM operations (DSP0200) over the
+// namespaces of a TNamespaceRegistry, each a repository driven through the
+// element interfaces alone. A request names its namespace; one the registry
+// does not hold is CIM_ERR_INVALID_NAMESPACE.
 //
 // Reads: GetClass, EnumerateClasses, EnumerateClassNames, GetInstance,
 // EnumerateInstances, EnumerateInstanceNames, Associators, AssociatorNames,
@@ -9,6 +11,16 @@
 // SetQualifier. Everything else answers CIM_ERR_NOT_SUPPORTED. Deleting an
 // instance deletes the association instances that point at it as well: an
 // association does not stand without its ends.
+//
+// Associations may cross namespaces: an association instance whose
+// reference names another namespace the server serves ("root/cimv2:..."),
+// as users register their profiles in the Interop namespace. Walks follow
+// such references in both directions: from the association to the far
+// end, and from an instance to the associations in other namespaces that
+// point at it (found through a per-namespace list of the association
+// instances whose references leave their namespace, made on first need and
+// made again when the namespace changes; NamespaceChanged). Results in
+// another namespace than the request's carry their namespace in their path.
 //
 // Every operation runs under a log capture: a refusal of the repository
 // answers with the matching CIM status (server/cim_status.h) and the lines
@@ -28,18 +40,23 @@
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include "include/cim_namespace.h"
 #include "server/cim_response.h"
 #include "server/cimxml_request.h"
 #include "server/enumeration_contexts.h"
+#include "server/namespace_registry.h"
 
 class TCimXmlReader;
+class TInteropNamespace;
 
 struct TCimOperationsConfig {
-  // The namespace the repository is served under ("root/cimv2").
-  std::string namespaceName = "root/cimv2";
   bool readOnly = false;
+  // The Interop namespace, whose server-owned instances clients may not
+  // change and whose CIM_Namespace instances create and delete namespaces;
+  // none when nullptr.
+  TInteropNamespace* interop = nullptr;
   // Open enumerations at once, and how long one may wait between pulls.
   size_t maxOpenEnumerations = 256;
   std::chrono::seconds defaultOperationTimeout{60};
@@ -55,7 +72,8 @@ struct TCallRecord {
 
 class TCimOperations {
  public:
-  TCimOperations(boost::shared_ptr<ICIMNamespace> ns, TCimOperationsConfig config);
+  // `namespaces` must outlive the operations.
+  TCimOperations(TNamespaceRegistry& namespaces, TCimOperationsConfig config);
   ~TCimOperations();
 
   // Runs `request` and returns its response document. `host` is the host
@@ -65,10 +83,20 @@ class TCimOperations {
 
   // Drops the open enumerations whose time has passed.
   void DropExpiredEnumerations();
+  // Says that the namespace `name` changed other than through these
+  // operations (a collection, a load): its associations are looked at
+  // again when a walk needs them.
+  void NamespaceChanged(std::string_view name);
   size_t OpenEnumerations() const { return contexts_.Size(); }
   // How many writes have succeeded so far.
   uint64_t Changes() const { return changes_; }
   const TCimOperationsConfig& Config() const { return config_; }
+
+  // The functional profiles of CIM-XML (the numbers of
+  // CIM_ObjectManagerCommunicationMechanism.FunctionalProfilesSupported)
+  // that every operation of is implemented, each with the operations it
+  // covers; those that write only when `readOnly` is false.
+  static std::vector<std::pair<uint16_t, std::string>> FunctionalProfiles(bool readOnly);
 
  private:
   struct TCall;
@@ -104,14 +132,29 @@ class TCimOperations {
   std::unique_ptr<TResponseBody> PullInstancePaths(TCall& call);
   std::unique_ptr<TResponseBody> CloseEnumeration(TCall& call);
 
-  // Lookups that answer with the CIM error a client expects.
-  boost::shared_ptr<ICIMClass> FindClass(const std::string& name, ECimStatus missing);
-  boost::shared_ptr<ICIMInstance> FindInstance(const TCIMReference& path);
+  // Lookups in the call's namespace that answer with the CIM error a client
+  // expects.
+  static boost::shared_ptr<ICIMClass> FindClass(TCall& call, const std::string& name, ECimStatus missing);
+  static boost::shared_ptr<ICIMInstance> FindInstance(TCall& call, const TCIMReference& path);
   // The instance an INSTANCENAME parameter names, which becomes the call's
   // target.
   boost::shared_ptr<ICIMInstance> NamedInstance(TCall& call, const char* parameter);
-  // Whether `instance` is still filed in the repository.
-  bool StillThere(const boost::shared_ptr<ICIMInstance>& instance);
+  // Whether `instance` is still filed in its repository.
+  static bool StillThere(const boost::shared_ptr<ICIMInstance>& instance);
+  // The path a response gives `instance`: with its namespace's name when it
+  // lives in another repository than `home`.
+  TCIMReference PathIn(const ICIMNamespace* home, ICIMInstance& instance) const;
+  // The instance `path` names: in the namespace the path names, or else in
+  // `base` (the namespace of the instance that holds the path); empty when
+  // there is none.
+  boost::shared_ptr<ICIMInstance> Resolve(ICIMNamespace& base, const TCIMReference& path) const;
+  // The association instances of other namespaces that point at `source`
+  // (of the call's namespace), of the class named `assocClass` or a
+  // subclass (any when empty), pointing at it through `role` (any when
+  // empty).
+  std::vector<boost::shared_ptr<ICIMInstance>> ForeignReferrers(TCall& call, ICIMInstance& source,
+                                                                const std::string& assocClass,
+                                                                const std::string& role);
 
   // The instances of a class and its subclasses.
   std::vector<boost::shared_ptr<ICIMInstance>> InstancesOf(ICIMClass& cls);
@@ -138,11 +181,24 @@ class TCimOperations {
                                          TEnumeration& enumeration, uint32_t count);
   // Refuses a write when the server is read-only.
   void RequireWritable(const TCall& call) const;
+  // Refuses a change of an instance the server owns (in the Interop
+  // namespace).
+  void RequireClientOwned(const TCall& call, const TCIMReference& path) const;
+  // Whether the call is in the Interop namespace.
+  bool InInterop(const TCall& call) const;
 
-  boost::shared_ptr<ICIMNamespace> ns_;
+  TNamespaceRegistry& namespaces_;
   TCimOperationsConfig config_;
   TEnumerationContexts contexts_;
   uint64_t changes_ = 0;
+  // Per namespace (by TNamespaceDirectory::Key), the association instances
+  // whose references name another namespace, and the repository they were
+  // gathered from.
+  struct TCrossReferrers {
+    const ICIMNamespace* repository = nullptr;
+    std::vector<boost::weak_ptr<ICIMInstance>> associations;
+  };
+  std::map<std::string, TCrossReferrers> crossReferrers_;
 };
 
 #endif  // INMEM_SERVER_CIM_OPERATIONS_H_

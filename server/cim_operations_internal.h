@@ -5,6 +5,7 @@
 #ifndef INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_
 #define INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -17,6 +18,10 @@
 
 struct TCimOperations::TCall {
   const TCimRequest& request;
+  // The request's namespace: its name as the registry spells it, and its
+  // repository.
+  std::string namespaceName;
+  boost::shared_ptr<ICIMNamespace> ns;
   TCimXmlReader reader;
   TCimResponseHead head;
   TCallRecord* record;
@@ -73,8 +78,10 @@ TCimMethodResponse::TItems OneItem(F write) {
   return EachOf(std::vector<int>{0}, [write](TCimXmlWriter& writer, int) { write(writer); });
 }
 
-// VALUE.INSTANCEWITHPATH, or INSTANCEPATH alone, for each instance.
+// VALUE.INSTANCEWITHPATH, or INSTANCEPATH alone, for each instance, each
+// under the path `pathOf` gives it.
 TCimMethodResponse::TItems InstancesWithPaths(std::vector<boost::shared_ptr<ICIMInstance>> instances,
-                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly);
+                                              std::shared_ptr<TObjectOptions> options, bool pathsOnly,
+                                              std::function<TCIMReference(ICIMInstance&)> pathOf);
 
 #endif  // INMEM_SERVER_CIM_OPERATIONS_INTERNAL_H_

@@ -3,6 +3,7 @@
 // delivers the first MaxObjectCount; each Pull... delivers the next ones,
 // leaving out those that have left the repository meanwhile.
 
+#include "core/namespace_directory.h"
 #include "core/printable_text.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
@@ -23,6 +24,7 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
     throw TCimError(kCimContinuationOnErrorNotSupported, "ContinueOnError is not supported");
   }
   TEnumeration enumeration;
+  enumeration.namespaceKey = TNamespaceDirectory::Key(call.namespaceName);
   const std::optional<uint32_t> timeout = call.reader.Uint32(call.Parameter("OperationTimeout"));
   enumeration.timeout = timeout ? std::chrono::seconds(*timeout) : config_.defaultOperationTimeout;
   if (enumeration.timeout.count() == 0 || enumeration.timeout > config_.maxOperationTimeout) {
@@ -64,7 +66,9 @@ std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::s
   const bool pathsOnly = enumeration.pathsOnly;
   if (end) contexts_.Close(id);  // `enumeration` is gone from here on
   return std::make_unique<TCimMethodResponse>(
-      call.head, InstancesWithPaths(std::move(delivered), options, pathsOnly),
+      call.head,
+      InstancesWithPaths(std::move(delivered), options, pathsOnly,
+                         [this, home = call.ns.get()](ICIMInstance& i) { return PathIn(home, i); }),
       [id, end](TXmlOut& xml) {
         ParamValue(xml, "EnumerationContext", "string", end ? nullptr : &id);
         const std::string endText = end ? "TRUE" : "FALSE";
@@ -75,13 +79,13 @@ std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::s
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstances(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  return OpenEnumeration(call, InstancesOf(*FindClass(name, kCimInvalidClass)), false);
+  return OpenEnumeration(call, InstancesOf(*FindClass(call, name, kCimInvalidClass)), false);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  return OpenEnumeration(call, InstancesOf(*FindClass(name, kCimInvalidClass)), true);
+  return OpenEnumeration(call, InstancesOf(*FindClass(call, name, kCimInvalidClass)), true);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstances(TCall& call) {
@@ -100,15 +104,20 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstancePaths(TCall&
   return OpenEnumeration(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), true);
 }
 
-// The open enumeration a Pull... names.
-static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id, bool pathsOnly) {
+// The open enumeration a Pull... (or CloseEnumeration) names, which must
+// have been opened in the call's namespace.
+static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id,
+                                 const std::string& namespaceName, std::optional<bool> pathsOnly) {
   TEnumeration* enumeration = contexts.Find(id, TEnumerationContexts::TClock::now());
-  if (enumeration == nullptr || enumeration->pathsOnly != pathsOnly) {
-    throw TCimError(kCimInvalidEnumerationContext,
-                    "no open enumeration " + Printable(id) +
-                        (enumeration == nullptr ? " (never opened, ended, closed or expired)"
-                                                : pathsOnly ? " of paths" : " of instances"));
+  const char* why = nullptr;
+  if (enumeration == nullptr) {
+    why = " (never opened, ended, closed or expired)";
+  } else if (enumeration->namespaceKey != TNamespaceDirectory::Key(namespaceName)) {
+    why = " in this namespace";
+  } else if (pathsOnly && enumeration->pathsOnly != *pathsOnly) {
+    why = *pathsOnly ? " of paths" : " of instances";
   }
+  if (why != nullptr) throw TCimError(kCimInvalidEnumerationContext, "no open enumeration " + Printable(id) + why);
   return *enumeration;
 }
 
@@ -116,22 +125,19 @@ std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call
   const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, false), *count);
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, false), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstancePaths(TCall& call) {
   const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, true), *count);
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, true), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::CloseEnumeration(TCall& call) {
   const std::string id = call.RequiredString("EnumerationContext");
-  TEnumeration* enumeration = contexts_.Find(id, TEnumerationContexts::TClock::now());
-  if (enumeration == nullptr) {
-    throw TCimError(kCimInvalidEnumerationContext, "no open enumeration " + Printable(id));
-  }
+  OpenContext(contexts_, id, call.namespaceName, std::nullopt);
   contexts_.Close(id);
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }

@@ -17,6 +17,7 @@
 #include "include/cim_property_decl.h"
 #include "mof/mof_loader.h"
 #include "server/cim_operations_internal.h"
+#include "server/interop_namespace.h"
 
 namespace {
 
@@ -79,13 +80,24 @@ void TCimOperations::RequireWritable(const TCall& call) const {
   }
 }
 
+bool TCimOperations::InInterop(const TCall& call) const {
+  return config_.interop != nullptr && config_.interop->IsInterop(call.namespaceName);
+}
+
+void TCimOperations::RequireClientOwned(const TCall& call, const TCIMReference& path) const {
+  if (InInterop(call) && config_.interop->Owns(path)) {
+    throw TCimError(kCimAccessDenied, Printable(path.GetPath()) + " is the server's own: it describes the server "
+                                                                  "and follows it");
+  }
+}
+
 std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   RequireWritable(call);
   const TXmlElement& element = call.Content("NewInstance", "INSTANCE");
   std::vector<TCimPropertyElement> properties;
   const std::string className = call.reader.InstanceProperties(element, &properties);
   call.record->target = className;
-  boost::shared_ptr<ICIMClass> cls = FindClass(className, kCimInvalidClass);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, className, kCimInvalidClass);
   if (cls->IsAbstract(kNone)) {
     throw TCimError(kCimInvalidParameter, "class " + cls->GetName(kNone) + " is abstract: it has no instances");
   }
@@ -93,6 +105,14 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   for (const TCimPropertyElement& p : properties) {
     boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, p.name);
     values.emplace_back(decl->GetName(kNone), call.reader.PropertyValue(*p.element, *decl));
+  }
+  if (InInterop(call) && config_.interop->IsNamespaceClass(cls->GetName(kNone))) {
+    // A new CIM_Namespace is a new namespace.
+    const TCIMReference path = config_.interop->CreateNamespace(values);
+    call.record->target = path.GetPath();
+    ++changes_;
+    return std::make_unique<TCimMethodResponse>(call.head,
+                                                OneItem([path](TCimXmlWriter& w) { w.InstanceName(path); }));
   }
   boost::shared_ptr<ICIMInstance> instance = cls->AllocateInstance(kNone);
   TCIMReference path;
@@ -114,12 +134,13 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   call.record->target = path.GetPath();
   boost::shared_ptr<ICIMInstance> existing;
   try {
-    existing = ns_->GetInstance(path, kNone);
+    existing = call.ns->GetInstance(path, kNone);
   } catch (const TTYLException&) {
   }
   if (existing) throw TCimError(kCimAlreadyExists, "an instance " + Printable(path.GetPath()) + " is already there");
   Guarded(EMissing::kInstance, [&] { instance->AddToNamespace(kNone); });
   if (!StillThere(instance)) throw TCimError(kCimFailed, "the repository did not file the instance");
+  if (cls->IsAssociation(kNone)) NamespaceChanged(call.namespaceName);  // it may point into another namespace
   ++changes_;
   return std::make_unique<TCimMethodResponse>(call.head,
                                               OneItem([path](TCimXmlWriter& w) { w.InstanceName(path); }));
@@ -133,7 +154,8 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
   }
   const TCIMReference path = call.reader.InstanceName(*named.children[0]);
   call.record->target = path.GetPath();
-  boost::shared_ptr<ICIMInstance> instance = FindInstance(path);
+  RequireClientOwned(call, path);
+  boost::shared_ptr<ICIMInstance> instance = FindInstance(call, path);
   std::vector<TCimPropertyElement> properties;
   const std::string className = call.reader.InstanceProperties(*named.children[1], &properties);
   boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
@@ -180,10 +202,19 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
   RequireWritable(call);
   boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
+  const TCIMReference path = instance->GetReference(kNone);
+  if (InInterop(call) && config_.interop->IsNamespaceClass(instance->GetClass(kNone)->GetName(kNone))) {
+    config_.interop->DeleteNamespace(path);  // deleting a CIM_Namespace deletes its namespace
+    ++changes_;
+    return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+  }
+  RequireClientOwned(call, path);
   // An association cannot stand without its ends: those that point at the
-  // instance go with it, so that what is left still loads as MOF.
-  const std::vector<boost::shared_ptr<ICIMInstance>> associations = Collected<ICIMInstance>(
+  // instance go with it, in its namespace and in others, so that what is
+  // left still loads as MOF.
+  std::vector<boost::shared_ptr<ICIMInstance>> associations = Collected<ICIMInstance>(
       [&](const auto& callback) { instance->EnumerateAssociationInstances(callback, "", "", kNone); });
+  for (auto& a : ForeignReferrers(call, *instance, "", "")) associations.push_back(std::move(a));
   Guarded(EMissing::kInstance, [&] {
     for (const auto& a : associations) {
       if (StillThere(a)) a->Delete(kNone);
@@ -197,6 +228,7 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
 std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
   RequireWritable(call);
   boost::shared_ptr<ICIMInstance> instance = NamedInstance(call, "InstanceName");
+  RequireClientOwned(call, instance->GetReference(kNone));
   const std::string name = call.RequiredString("PropertyName");
   boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
   boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, name);
@@ -218,18 +250,18 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateClass(TCall& call) {
   const TMofClass& c = production.cls;
   call.record->target = c.name;
   try {
-    ns_->GetClass(c.name, kNone);
+    call.ns->GetClass(c.name, kNone);
     throw TCimError(kCimAlreadyExists, "class " + Printable(c.name) + " is already defined");
   } catch (const TTYLException&) {
   }
   if (!c.superName.empty()) {
     try {
-      ns_->GetClass(c.superName, kNone);
+      call.ns->GetClass(c.superName, kNone);
     } catch (const TTYLException&) {
       throw TCimError(kCimInvalidSuperclass, "no superclass named " + Printable(c.superName));
     }
   }
-  TMofLoader loader(ns_);
+  TMofLoader loader(call.ns);
   if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
   ++changes_;
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
@@ -243,14 +275,14 @@ std::unique_ptr<TResponseBody> TCimOperations::SetQualifier(TCall& call) {
   call.record->target = name;
   boost::shared_ptr<ICIMQualifierDecl> existing;
   try {
-    existing = ns_->GetQualifierDecl(name, kNone);
+    existing = call.ns->GetQualifierDecl(name, kNone);
   } catch (const TTYLException&) {
   }
   if (existing) {
     throw TCimError(kCimNotSupported, "qualifier " + Printable(name) +
                                           " is declared already; a declaration is not changed");
   }
-  TMofLoader loader(ns_);
+  TMofLoader loader(call.ns);
   if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
   ++changes_;
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());

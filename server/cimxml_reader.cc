@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "core/ascii.h"
+#include "core/namespace_directory.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
 #include "core/utf8.h"
@@ -326,11 +327,15 @@ TCIMValue TCimXmlReader::KeyValue(const TXmlElement& element, const TCIMValue* p
 }
 
 TCIMReference TCimXmlReader::InstanceName(const TXmlElement& element) const {
+  return InstanceNameIn(element, *ns_);
+}
+
+TCIMReference TCimXmlReader::InstanceNameIn(const TXmlElement& element, ICIMNamespace& ns) const {
   if (element.name != "INSTANCENAME") Invalid("expected INSTANCENAME, found " + Printable(element.name));
   const std::string& className = Required(element, "CLASSNAME");
   boost::shared_ptr<ICIMClass> cls;
   try {
-    cls = ns_->GetClass(className, kNone);
+    cls = ns.GetClass(className, kNone);
   } catch (const TTYLException&) {
     throw TCimError(kCimInvalidClass, "no class named " + Printable(className));
   }
@@ -390,7 +395,11 @@ TCIMReference TCimXmlReader::Reference(const TXmlElement& element) const {
   if (name->name == "CLASSNAME") {
     reference.SetClassName(Required(*name, "NAME"));
   } else {
-    reference = InstanceName(*name);
+    // A path into another namespace the server serves names a class of that
+    // namespace, whose keys type its key values.
+    boost::shared_ptr<ICIMNamespace> named;
+    if (!namespaceName.empty()) named = TNamespaceDirectory::Find(namespaceName);
+    reference = InstanceNameIn(*name, named ? *named : *ns_);
   }
   if (!namespaceName.empty()) {
     SpendPathText(namespaceName.size() + 1 + reference.PathText().size());

@@ -105,6 +105,8 @@ class TCimXmlReader {
 
  private:
   TCIMReference Reference(const TXmlElement& element) const;
+  // An INSTANCENAME whose class is a class of `ns`.
+  TCIMReference InstanceNameIn(const TXmlElement& element, ICIMNamespace& ns) const;
   TCIMValue KeyValue(const TXmlElement& element, const TCIMValue* prototype) const;
   std::vector<TMofQualifier> Qualifiers(const TXmlElement& element, TMofLocation where) const;
   TMofType TypeOf(const TXmlElement& element) const;

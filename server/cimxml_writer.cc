@@ -159,16 +159,16 @@ void TCimXmlWriter::LocalNamespacePath(const std::string& namespaceName) {
   out_.Close();
 }
 
-void TCimXmlWriter::NamespacePath() {
+void TCimXmlWriter::NamespacePath(const std::string& namespaceName) {
   out_.Open("NAMESPACEPATH");
   out_.TextElement("HOST", host_);
-  LocalNamespacePath(namespace_);
+  LocalNamespacePath(namespaceName);
   out_.Close();
 }
 
 void TCimXmlWriter::InstancePath(const TCIMReference& path) {
   out_.Open("INSTANCEPATH");
-  NamespacePath();
+  NamespacePath(path.GetNameSpaceName().empty() ? namespace_ : path.GetNameSpaceName());
   InstanceName(path);
   out_.Close();
 }
@@ -181,7 +181,7 @@ void TCimXmlWriter::ClassName(const std::string& className) {
 
 void TCimXmlWriter::ClassPath(const std::string& className) {
   out_.Open("CLASSPATH");
-  NamespacePath();
+  NamespacePath(namespace_);
   ClassName(className);
   out_.Close();
 }

@@ -56,7 +56,8 @@ class TCimXmlWriter {
   // VALUE, VALUE.ARRAY or VALUE.REFERENCE; nothing for a null.
   void Value(const TCIMValue& value);
   void InstanceName(const TCIMReference& path);
-  // INSTANCEPATH: NAMESPACEPATH and INSTANCENAME.
+  // INSTANCEPATH: NAMESPACEPATH and INSTANCENAME, in the namespace the path
+  // names, else the response's own.
   void InstancePath(const TCIMReference& path);
   void LocalNamespacePath(const std::string& namespaceName);
   // CLASSPATH: NAMESPACEPATH and CLASSNAME.
@@ -67,7 +68,7 @@ class TCimXmlWriter {
   void QualifierDecl(ICIMQualifierDecl& decl);
 
  private:
-  void NamespacePath();
+  void NamespacePath(const std::string& namespaceName);
   void KeyBinding(const std::string& name, const TCIMValue& value);
   void ReferenceValue(const TCIMReference& path);
   // The qualifiers of `element`; with `localOnly`, not those taken over

@@ -28,6 +28,9 @@
 class ICIMInstance;
 
 struct TEnumeration {
+  // The namespace it was opened in (as TNamespaceDirectory::Key has it):
+  // pulls must name the same.
+  std::string namespaceKey;
   // What a pull delivers: instances with their paths, or paths only.
   bool pathsOnly = false;
   bool includeClassOrigin = false;

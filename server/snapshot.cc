@@ -1,4 +1,5 @@
-// WriteSnapshot: a temporary file, fsync, rename.
+// WriteSnapshot: sections of MOF, a temporary file, fsync, rename.
+// LoadSnapshot: the MOF loader with namespace pragmas routed to the registry.
 
 #include "server/snapshot.h"
 
@@ -8,15 +9,22 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <sstream>
+#include <stdexcept>
 
 #include "include/cim_namespace.h"
+#include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
+#include "server/namespace_registry.h"
 
-bool WriteSnapshot(ICIMNamespace& ns, const std::string& path, std::string* error) {
+bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::string& path, std::string* error) {
   std::ostringstream mof;
-  mof << "// inmem snapshot: the repository as MOF\n\n";
-  TMofWriter(mof).WriteNamespace(ns);
+  mof << "// inmem snapshot: every namespace served, as MOF\n";
+  for (const TSnapshotSection& section : sections) {
+    mof << "\n#pragma namespace (\"" << section.name << "\")\n\n";
+    TMofWriter(mof).WriteNamespace(*section.ns, section.keep);
+  }
   const std::string text = mof.str();
   const std::string temporary = path + ".tmp";
   const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -40,4 +48,22 @@ bool WriteSnapshot(ICIMNamespace& ns, const std::string& path, std::string* erro
     return false;
   }
   return true;
+}
+
+bool LoadSnapshot(TNamespaceRegistry& namespaces, const std::string& home, const std::string& path,
+                  std::unique_ptr<TMofLoader>* loader) {
+  const TNamespaceRegistry::TEntry* homeEntry = namespaces.Find(home);
+  TMofLoadOptions options;
+  options.namespaceFor = [&namespaces](const std::string& name, std::string* why) {
+    if (const TNamespaceRegistry::TEntry* entry = namespaces.Find(name)) return entry->ns;
+    try {
+      return namespaces.Create(name).ns;
+    } catch (const std::invalid_argument& e) {
+      *why = e.what();
+      return boost::shared_ptr<ICIMNamespace>();
+    }
+  };
+  *loader = std::make_unique<TMofLoader>(homeEntry != nullptr ? homeEntry->ns : namespaces.Create(home).ns,
+                                         std::move(options));
+  return (*loader)->LoadFile(path);
 }

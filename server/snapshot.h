@@ -1,5 +1,9 @@
-// WriteSnapshot: the whole repository as MOF in a file that the server loads
-// again at its next start.
+// WriteSnapshot: every namespace the server serves, as one MOF file that
+// the server loads again at its next start (LoadSnapshot).
+//
+// Each namespace is a section that begins with `#pragma namespace("NAME")`,
+// so other MOF compilers read the file as well. Sections come in the order
+// given: a namespace whose associations point into another comes after it.
 //
 // The file is written whole or not at all: the MOF goes to a temporary file
 // beside it, is flushed to the disk, and then takes the file's name in one
@@ -8,11 +12,32 @@
 #ifndef INMEM_SERVER_SNAPSHOT_H_
 #define INMEM_SERVER_SNAPSHOT_H_
 
+#include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
+class ICIMInstance;
 class ICIMNamespace;
+class TMofLoader;
+class TNamespaceRegistry;
+
+struct TSnapshotSection {
+  std::string name;
+  ICIMNamespace* ns = nullptr;
+  // The instances written; all when empty.
+  std::function<bool(ICIMInstance&)> keep;
+};
 
 // False, with the reason in *error, when the snapshot cannot be written.
-bool WriteSnapshot(ICIMNamespace& ns, const std::string& path, std::string* error);
+bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::string& path, std::string* error);
+
+// Loads the snapshot at `path` into `namespaces`: each section into the
+// namespace it names, made empty when the registry has none of that name;
+// what comes before the first section (a snapshot of a server of one
+// namespace) into `home`. True when it loaded without an error; the
+// loader keeps the diagnostics.
+bool LoadSnapshot(TNamespaceRegistry& namespaces, const std::string& home, const std::string& path,
+                  std::unique_ptr<TMofLoader>* loader);
 
 #endif  // INMEM_SERVER_SNAPSHOT_H_

@@ -309,9 +309,11 @@ int main(int argc, char** argv) {
     files.insert(files.end(), checkFiles.begin(), checkFiles.end());
     struct stat snapshot;
     if (serve->parsed() && !serveOptions.snapshot.empty() && stat(serveOptions.snapshot.c_str(), &snapshot) == 0) {
-      // The snapshot holds what the MOF loaded then, and every change since.
+      // The snapshot holds what the MOF loaded then, and every change since;
+      // serve loads it, into every namespace it names.
       if (!files.empty()) std::cerr << "inmem serve: loading the snapshot " << serveOptions.snapshot << " in place of -m\n";
-      files = {serveOptions.snapshot};
+      files.clear();
+      serveOptions.loadSnapshot = true;
     }
     bool loaded = LoadFiles(options, files, loader, loadOptions.keepGoing);
     TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);

@@ -15,7 +15,10 @@
 #include "browser/repository_graphs.h"
 #include "browser/repository_pages.h"
 #include "core/printable_text.h"
+#include "mof/mof_loader.h"
 #include "server/cim_operations.h"
+#include "server/interop_namespace.h"
+#include "server/namespace_registry.h"
 #include "server/snapshot.h"
 #include "server/user_file.h"
 #include "server/wbem_server.h"
@@ -50,6 +53,43 @@ bool IsLoopback(const std::string& address) {
   return boost::asio::ip::make_address(address, ec).is_loopback() && !ec;
 }
 
+std::string HostName() {
+  char name[256] = {};
+  if (gethostname(name, sizeof name - 1) != 0 || name[0] == '\0') return "localhost";
+  return name;
+}
+
+// Reports what a load said (its errors; everything with -v); true when it
+// loaded without an error.
+bool Loaded(const TMofLoader& loader, bool loaded) {
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    if (d.severity == TMofDiagnostic::kError) std::cerr << d.Format() << "\n";
+  }
+  return loaded;
+}
+
+// The --load options: each file into its namespace, made when new.
+bool LoadNamespaces(const std::vector<std::string>& loads, TNamespaceRegistry& namespaces,
+                    std::vector<std::string>* loaded) {
+  for (const std::string& load : loads) {
+    const size_t equals = load.find('=');
+    const std::string name = load.substr(0, equals);
+    const std::string file = equals == std::string::npos ? std::string() : load.substr(equals + 1);
+    const TNamespaceRegistry::TEntry* entry = namespaces.Find(name);
+    try {
+      if (entry == nullptr) entry = &namespaces.Create(name);
+    } catch (const std::invalid_argument& e) {
+      std::cerr << "inmem: serve: --load " << Printable(load) << ": " << e.what() << "\n";
+      return false;
+    }
+    if (file.empty()) continue;
+    TMofLoader loader(entry->ns);
+    if (!Loaded(loader, loader.LoadFile(file))) return false;
+    loaded->push_back(file + " into " + entry->name);
+  }
+  return true;
+}
+
 std::string Url(const TListenAddress& a, unsigned short port) {
   const bool v6 = a.address.find(':') != std::string::npos;
   return std::string(a.tls ? "https" : "http") + "://" + (v6 ? "[" + a.address + "]" : a.address) + ":" +
@@ -65,7 +105,10 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--key", o.key, "TLS private key (PEM)");
   serve.add_option("--users", o.users, "users allowed in (HTTP Basic), written by inmem passwd");
   serve.add_flag("--insecure", o.insecure, "allow plain HTTP beyond loopback (with --users)");
-  serve.add_option("--namespace", o.namespaceName, "CIM namespace served (default root/cimv2)");
+  serve.set_config("--config", "", "read serve's options from FILE, one 'name = value' a line");
+  serve.add_option("--namespace", o.namespaceName, "the namespace -m loads into (default root/cimv2)");
+  serve.add_option("--load", o.loads, "NAMESPACE=FILE: load FILE into NAMESPACE, made when new (repeatable)");
+  serve.add_option("--interop", o.interop, "the Interop namespace's name (default interop)");
   serve.add_flag("--read-only", o.readOnly, "refuse every write with CIM_ERR_ACCESS_DENIED");
   serve.add_flag("--inventory", o.inventory, "serve this machine's inventory too");
   serve.add_option("--root", o.root, "read /proc and /sys below this folder for --inventory");
@@ -123,13 +166,45 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
   config.idleTimeout = std::chrono::seconds(o.idleTimeout);
   config.requestTimeout = std::chrono::seconds(o.requestTimeout);
 
+  TNamespaceRegistry namespaces(newNamespace);
+  try {
+    namespaces.Add(o.namespaceName, ns);
+  } catch (const std::invalid_argument& e) {
+    return UsageError(std::string("--namespace: ") + e.what());
+  }
+  std::vector<std::string> sources = loaded;
+  if (o.loadSnapshot) {
+    std::unique_ptr<TMofLoader> loader;
+    const bool loadedWhole = LoadSnapshot(namespaces, o.namespaceName, o.snapshot, &loader);
+    if (!Loaded(*loader, loadedWhole)) {
+      std::cerr << "inmem: serve: the snapshot " << o.snapshot << " did not load\n";
+      return kExitUsage;
+    }
+    sources = {"the snapshot " + o.snapshot};
+  }
+  if (!LoadNamespaces(o.loads, namespaces, &sources)) return kExitUsage;
+  if (!TNamespaceRegistry::IsValidName(o.interop)) return UsageError("--interop: not a namespace name: " + o.interop);
+
+  TServerIdentity identity;
+  identity.version = INMEM_VERSION;
+  identity.hostName = HostName();
+  identity.basicAuthentication = !o.users.empty();
+  identity.functionalProfiles = TCimOperations::FunctionalProfiles(o.readOnly);
+  TInteropNamespace interop(namespaces, o.interop, identity);
+  try {
+    interop.Start();
+  } catch (const std::exception& e) {
+    std::cerr << "inmem: serve: " << e.what() << "\n";
+    return kExitUsage;
+  }
+
   TCimOperationsConfig operationsConfig;
-  operationsConfig.namespaceName = o.namespaceName;
   operationsConfig.readOnly = o.readOnly;
   operationsConfig.maxOpenEnumerations = o.maxEnumerations;
-  TCimOperations operations(ns, operationsConfig);
+  operationsConfig.interop = &interop;
+  TCimOperations operations(namespaces, operationsConfig);
   TRepositoryPages pages(ns, o.namespaceName);
-  for (const std::string& file : loaded) pages.NoteLoaded("MOF " + file);
+  for (const std::string& source : sources) pages.NoteLoaded("MOF " + source);
   config.http.pages = [&pages](const THttpRequest& request) { return pages.Answer(request); };
 
   // Changes the snapshot has not seen: writes by clients, and collections.
@@ -160,8 +235,12 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
   }
   const std::vector<unsigned short> ports = server.Ports();
   for (size_t i = 0; i < ports.size(); ++i) {
+    std::string served;
+    for (const TNamespaceRegistry::TEntry* entry : namespaces.Entries()) {
+      served += (served.empty() ? "" : ", ") + entry->name;
+    }
     std::cerr << "inmem serve: listening on " << Url(config.listen[i], ports[i]) << " (namespace "
-              << o.namespaceName << (o.readOnly ? ", read-only" : "") << ")" << std::endl;
+              << o.namespaceName << (o.readOnly ? ", read-only" : "") << "; serving " << served << ")" << std::endl;
   }
   if (feed && o.refresh > 0) server.Every(std::chrono::seconds(o.refresh), collect);
   server.Every(std::chrono::seconds(5), [&] { operations.DropExpiredEnumerations(); });
@@ -169,8 +248,16 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
   auto save = [&](bool always) {
     const uint64_t now = operations.Changes() + collections;
     if (o.snapshot.empty() || (now == saved && !always)) return;
+    // Every namespace, the Interop one last: what users register there
+    // points into the others.
+    std::vector<TSnapshotSection> sections;
+    for (const TNamespaceRegistry::TEntry* entry : namespaces.Entries()) {
+      if (!interop.IsInterop(entry->name)) sections.push_back(TSnapshotSection{entry->name, entry->ns.get(), nullptr});
+    }
+    const TNamespaceRegistry::TEntry* interopEntry = namespaces.Find(interop.Name());
+    sections.push_back(TSnapshotSection{interopEntry->name, interopEntry->ns.get(), interop.SnapshotFilter()});
     std::string error;
-    if (WriteSnapshot(*ns, o.snapshot, &error)) {
+    if (WriteSnapshot(sections, o.snapshot, &error)) {
       saved = now;
       std::cerr << "inmem serve: snapshot written to " << o.snapshot << "\n";
     } else {

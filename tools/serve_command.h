@@ -1,11 +1,14 @@
 // `inmem serve` and `inmem passwd`: the WBEM server on a loaded repository,
 // and the file of its users.
 //
-// serve: the repository (the MOF the tool loaded, or the snapshot when
-// there is one, and with --inventory this machine's inventory, collected
-// again every --refresh seconds) served under one CIM namespace to CIM
-// clients over HTTP and HTTPS until SIGINT or SIGTERM, and to people as
-// pages and pictures at every other path.
+// serve: CIM namespaces served to CIM clients over HTTP and HTTPS until
+// SIGINT or SIGTERM, and to people as pages and pictures at every other
+// path. The repository the tool loaded (-m) is the namespace --namespace;
+// --load adds others, and clients make and delete them through the Interop
+// namespace (--interop), which is always there. With a snapshot file, every
+// namespace comes from it instead. With --inventory, this machine's
+// inventory joins the --namespace one, collected again every --refresh
+// seconds. Options may come from a file too (--config).
 //
 // Only loopback addresses are open to anyone. Any other address needs
 // --users (HTTP Basic) and, unless --insecure, TLS (--https with --cert and
@@ -30,11 +33,18 @@ struct TServeOptions {
   std::string users;
   bool insecure = false;
   std::string namespaceName = "root/cimv2";
+  // NAMESPACE=FILE: FILE loaded into NAMESPACE (made when new); a NAMESPACE
+  // alone is made empty.
+  std::vector<std::string> loads;
+  std::string interop = "interop";
   bool readOnly = false;
   bool inventory = false;
   std::string root = "/";
   unsigned refresh = 0;  // seconds; 0: collected once
   std::string snapshot;
+  // Set by the tool when the snapshot file is there: serve loads it, in
+  // place of the MOF.
+  bool loadSnapshot = false;
   unsigned snapshotEvery = 0;  // seconds; 0: on shutdown only
   size_t maxBody = 16u << 20;
   size_t maxHeader = 16u << 10;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/namespace_directory.h"
 #include "core/tyl_exception.h"
 #include "tests/support/capturing_logger.h"
 #include "tests/support/schema_builder.h"
@@ -234,6 +235,33 @@ TEST_F(ReferenceWithNamespaceTest, GetCIMElementFindsTheInstanceFiledUnderThePat
   EXPECT_EQ(withoutNamespace.GetCIMElement(false), instance);
   EXPECT_EQ(status(TCIMReference()), kStatusNotFound);    // no class at all
   EXPECT_EQ(status(Path("CIM_Plain")), kStatusNotFound);  // no namespace to ask
+}
+
+// A path that names a namespace a host registered resolves there, from
+// whatever namespace it was read in; its keys take that namespace's types.
+TEST_F(ReferenceWithNamespaceTest, ANamedNamespaceResolvesThroughTheDirectory) {
+  auto instance = s_.Instance("CIM_Plain", {{"Id", TCIMValue("1")}});
+  TSchemaBuilder elsewhere;  // another repository, where the path is read
+  const std::string text = "root/Served:CIM_Plain.Id=\"1\"";
+  TCIMReference before = TCIMReference::Parse(text, elsewhere.Namespace());
+  EXPECT_EQ(StatusOf([&] { before.GetCIMElement(false); }), kStatusNotFound);
+  EXPECT_FALSE(before.GetClass());
+
+  TNamespaceDirectory::Register("/ROOT/served/", s_.Namespace());
+  TCIMReference read = TCIMReference::Parse(text, elsewhere.Namespace());
+  EXPECT_EQ(read.GetCIMElement(false), instance);
+  EXPECT_EQ(before.GetCIMElement(false), instance);  // resolved when asked, not when read
+  EXPECT_EQ(read.GetClass(), plain_);
+  EXPECT_EQ(read.GetPath(), "root/Served:cim_plain.id=\"1\"");
+  TCIMReference typed = TCIMReference::Parse("root/served:CIM_Thing.Small=7", elsewhere.Namespace());
+  EXPECT_EQ(typed.FindKeyValue("Small")->GetType(), kCIMTypeUint8);
+
+  // Only the namespace registered under the name unregisters it.
+  TNamespaceDirectory::Unregister("root/served", elsewhere.Namespace().get());
+  EXPECT_EQ(TNamespaceDirectory::Find("root/served"), s_.Namespace());
+  TNamespaceDirectory::Unregister("root/served", s_.Namespace().get());
+  EXPECT_FALSE(TNamespaceDirectory::Find("root/served"));
+  EXPECT_EQ(StatusOf([&] { read.GetCIMElement(false); }), kStatusNotFound);
 }
 
 TEST(CIMReferenceTest, AReferenceKeepsNeitherClassNorNamespaceAlive) {

@@ -242,6 +242,64 @@ TEST_F(MofLoaderTest, AliasesCannotMultiplyTheMof) {
   }
 }
 
+// With a namespace for each name, `#pragma namespace` sends what follows to
+// the namespace it names; each load starts again in the loader's own.
+TEST_F(MofLoaderTest, NamespacePragmasChooseWhereProductionsGo) {
+  std::map<std::string, boost::shared_ptr<ICIMNamespace>> made;
+  TMofLoadOptions options;
+  options.namespaceFor = [&](const std::string& name, std::string* why) {
+    if (name == "no/such") {
+      *why = "not served here";
+      return boost::shared_ptr<ICIMNamespace>();
+    }
+    boost::shared_ptr<ICIMNamespace>& ns = made[name];
+    if (!ns) ns = NewProviderNamespace();
+    return ns;
+  };
+  TMofLoader loader(ns_, options);
+  TCapturingLogger quiet;
+  const std::string twice = std::string(kQualifiers) + "class Thing { [Key] string Id; };\n";
+  ASSERT_TRUE(loader.LoadText("a.mof", twice + "#pragma namespace (\"root/a\")\n" + twice +
+                                           "instance of Thing { Id = \"in a\"; };\n"
+                                           "#pragma namespace (\"root/b\")\n" + twice))
+      << Errors();
+  for (const auto& ns : {ns_, made.at("root/a"), made.at("root/b")}) EXPECT_TRUE(ns->GetClass("Thing", kNone));
+  bool inA = false;
+  made.at("root/a")->GetClass("Thing", kNone)->EnumerateInstances(
+      [&](boost::shared_ptr<ICIMInstance>) { return !(inA = true); }, true, kNone);
+  EXPECT_TRUE(inA);
+  // The next load starts in the loader's namespace again: Thing is there.
+  EXPECT_FALSE(loader.LoadText("b.mof", "class Thing { [Key] string Id; };"));
+  EXPECT_FALSE(loader.LoadText("c.mof", "#pragma namespace (\"no/such\")\n"));
+  EXPECT_NE(loader.Diagnostics().back().message.find("#pragma namespace (\"no/such\"): not served here"),
+            std::string::npos)
+      << loader.Diagnostics().back().Format();
+  // Without a place for it, the pragma changes nothing.
+  boost::shared_ptr<ICIMNamespace> alone = NewProviderNamespace();
+  EXPECT_TRUE(TMofLoader(alone).LoadText("d.mof", std::string(kQualifiers) + "#pragma namespace (\"root/x\")\n"
+                                                                             "class Other { [Key] string Id; };"));
+  EXPECT_TRUE(alone->GetClass("Other", kNone));
+}
+
+// keepDefinedClasses: a class the namespace has stays as it is, and the
+// rest of the file loads on top of it.
+TEST_F(MofLoaderTest, DefinedClassesCanBeKept) {
+  ASSERT_TRUE(Load(std::string(kQualifiers) + "class Base { [Key] string Id; string Mine; };"));
+  TMofLoadOptions options;
+  options.keepDefinedClasses = true;
+  options.keepDeclaredQualifiers = true;
+  TMofLoader loader(ns_, options);
+  TCapturingLogger quiet;
+  ASSERT_TRUE(loader.LoadText("bundled.mof", std::string(kQualifiers) +
+                                                 "class Base { [Key] string Id; };\nclass Derived : Base { };"));
+  EXPECT_TRUE(ns_->GetClass("Derived", kNone)->GetPropertyDecl("Mine", kNone));
+  bool noted = false;
+  for (const TMofDiagnostic& d : loader.Diagnostics()) {
+    noted = noted || (d.severity == TMofDiagnostic::kNote && d.message.find("class Base is defined already") == 0);
+  }
+  EXPECT_TRUE(noted);
+}
+
 TEST_F(MofLoaderTest, DuplicatesAndBadInstancesAreErrors) {
   ASSERT_TRUE(Load(std::string(kQualifiers) +
                    "class A { [Key] string Id; uint32 N; };\n"

@@ -40,7 +40,8 @@ class ExchangeTest : public ::testing::Test {
 
   void Serve(const TCimOperationsConfig& config, const THttpPolicy& policy) {
     exchange_.reset();
-    operations_ = std::make_unique<TCimOperations>(ns_, config);
+    if (!namespaces_) namespaces_ = ServingAlone(ns_);
+    operations_ = std::make_unique<TCimOperations>(*namespaces_, config);
     exchange_ = std::make_unique<TCimHttpExchange>(*operations_, policy);
   }
 
@@ -60,6 +61,7 @@ class ExchangeTest : public ::testing::Test {
   }
 
   boost::shared_ptr<ICIMNamespace> ns_;
+  std::unique_ptr<TNamespaceRegistry> namespaces_;
   std::unique_ptr<TCimOperations> operations_;
   std::unique_ptr<TCimHttpExchange> exchange_;
   TCallRecord last_;

@@ -57,7 +57,8 @@ class HttpFramingTest : public ::testing::Test {
   void SetUp() override {
     ns_ = FixtureNamespace();
     ASSERT_TRUE(ns_);
-    operations_ = std::make_unique<TCimOperations>(ns_, TCimOperationsConfig());
+    namespaces_ = ServingAlone(ns_);
+    operations_ = std::make_unique<TCimOperations>(*namespaces_, TCimOperationsConfig());
     TWbemServerConfig config;
     config.listen.push_back(TListenAddress{"127.0.0.1", 0, false});
     config.maxBodyBytes = kMaxBody;
@@ -91,6 +92,7 @@ class HttpFramingTest : public ::testing::Test {
   }
 
   boost::shared_ptr<ICIMNamespace> ns_;
+  std::unique_ptr<TNamespaceRegistry> namespaces_;
   std::unique_ptr<TCimOperations> operations_;
   std::ostringstream access_;  // read only once the server has stopped
   std::unique_ptr<TWbemServer> server_;

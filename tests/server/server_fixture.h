@@ -10,6 +10,7 @@
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 #include "server/cim_http_exchange.h"
+#include "server/namespace_registry.h"
 #include "tests/support/provider_namespace.h"
 
 // The namespace with tests/server/fixture.mof loaded.
@@ -18,6 +19,14 @@ inline boost::shared_ptr<ICIMNamespace> FixtureNamespace() {
   TMofLoader loader(ns);
   if (!loader.LoadFile(INMEM_SERVER_FIXTURE)) return nullptr;
   return ns;
+}
+
+// The namespaces of a server that serves `ns` alone, as `name`.
+inline std::unique_ptr<TNamespaceRegistry> ServingAlone(boost::shared_ptr<ICIMNamespace> ns,
+                                                        const std::string& name = "root/cimv2") {
+  auto registry = std::make_unique<TNamespaceRegistry>([] { return NewProviderNamespace(); });
+  registry->Add(name, std::move(ns));
+  return registry;
 }
 
 // The repository as MOF: equal texts, equal repositories.
