@@ -118,6 +118,9 @@ struct TCommandLine {
   TWalkFilters filters;
   CLI::App *classes, *cls, *qualifiers, *instances, *get, *associators, *references, *exportCommand,
       *inventory;
+  // query: the text is in `name`.
+  std::string queryLanguage = "wql", queryClass;
+  CLI::App* query;
 
   void Declare(CLI::App& app) {
     classes = app.add_subcommand("classes", "list the classes");
@@ -144,6 +147,11 @@ struct TCommandLine {
     exportCommand = app.add_subcommand("export", "write the repository as MOF");
     inventory = app.add_subcommand("inventory", "this machine's inventory, with display text");
     inventory->add_option("--root", root, "read /proc and /sys below this folder (default /)");
+    query = app.add_subcommand("query", "the instances a WQL, CQL or FQL query selects");
+    query->add_option("query", name, "e.g. \"SELECT Id FROM Disk WHERE Size > 1e9\"")->required();
+    query->add_option("--language", queryLanguage, "wql (default), cql or fql")
+        ->check(CLI::IsMember({"wql", "cql", "fql"}));
+    query->add_option("--class", queryClass, "for fql: the class whose instances it filters");
   }
 
   // Runs the parsed command; kExitUsage when none was given.
@@ -158,6 +166,7 @@ struct TCommandLine {
     if (references->parsed()) return commands.References(name, filters);
     if (exportCommand->parsed()) return commands.Export();
     if (inventory->parsed()) return Inventory(options, ns, root, commands);
+    if (query->parsed()) return commands.Query(name, queryLanguage, queryClass);
     return kExitUsage;
   }
 };

@@ -14,6 +14,7 @@
 #include "include/cim_qualifier_decl.h"
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
+#include "query/bound_query.h"
 #include "display/json_text.h"
 #include "display/shown_value.h"
 #include "core/refusal_reason.h"
@@ -169,7 +170,8 @@ int TRepositoryCommands::Qualifiers() {
   return EndDocument();
 }
 
-void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool onlySet) {
+void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool onlySet,
+                                        const std::function<bool(const std::string&)>& shown) {
   if (json_) {
     out_ << (first ? "" : ",") << "{\"path\":" << JsonString(PathOf(instance)) << ",\"properties\":{";
   } else {
@@ -180,6 +182,7 @@ void TRepositoryCommands::PrintInstance(ICIMInstance& instance, bool first, bool
       [&](boost::shared_ptr<ICIMProperty> property) {
         if (onlySet && property->UsesDefaultValue(kNone)) return true;
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
+        if (shown && !shown(name)) return true;
         const bool hasPrevious = property->HasPrevValue();
         const std::string previous = hasPrevious ? ShownPrevious(*property, json_) : std::string();
         if (json_) {
@@ -205,13 +208,13 @@ int TRepositoryCommands::EndDocument() {
 }
 
 void TRepositoryCommands::PrintInstances(const std::vector<TInstance>& instances, bool namesOnly,
-                                         bool onlySet) {
+                                         bool onlySet, const std::function<bool(const std::string&)>& shown) {
   if (json_) out_ << "[";
   for (size_t i = 0; i < instances.size(); ++i) {
     if (namesOnly) {
       out_ << (json_ ? (i ? "," : "") + JsonString(PathOf(*instances[i])) : PathOf(*instances[i]) + "\n");
     } else {
-      PrintInstance(*instances[i], i == 0, onlySet);
+      PrintInstance(*instances[i], i == 0, onlySet, shown);
     }
   }
   if (json_) out_ << "]";
@@ -228,6 +231,31 @@ int TRepositoryCommands::Instances(const std::string& className, bool deep, bool
       },
       deep, kNone);
   PrintInstances(instances, namesOnly);
+  return EndDocument();
+}
+
+int TRepositoryCommands::Query(const std::string& text, const std::string& language,
+                               const std::string& className) {
+  const bool filter = language == "fql";
+  if (filter == className.empty()) {
+    return Fail(kExitUsage, filter ? "query: --language fql filters the instances of a class: give --class"
+                                   : "query: --class is for --language fql; wql and cql name their class after FROM");
+  }
+  const char* languageName = language == "cql" ? "DMTF:CQL" : filter ? "DMTF:FQL" : "WQL";
+  std::vector<TInstance> matches;
+  try {
+    const TBoundQuery query = TBoundQuery::Prepare(languageName, text, ns_, className);
+    query.EnumerateMatches([&](TInstance instance) {
+      matches.push_back(instance);
+      return true;
+    });
+    PrintInstances(matches, false, false, [&query](const std::string& name) { return query.Selects(name); });
+  } catch (const TQueryError& e) {
+    // A class or property that is not there, or a literal that does not fit
+    // one, is the schema's refusal; anything else is the text's fault.
+    return Fail(e.Kind() == EQueryErrorKind::kSchema ? kExitNotFound : kExitUsage,
+                "query: " + std::string(e.what()));
+  }
   return EndDocument();
 }
 

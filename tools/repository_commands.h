@@ -51,6 +51,11 @@ class TRepositoryCommands {
   int Associators(const std::string& path, const TWalkFilters& filters);
   int References(const std::string& path, const TWalkFilters& filters);
   int Export();
+  // The instances a query selects, each with the properties its SELECT list
+  // names (all for *). `language` is wql, cql or fql; an fql query filters
+  // the instances of `className`, which only it takes. A query that does
+  // not read is a usage error, one that does not fit the schema a refusal.
+  int Query(const std::string& text, const std::string& language, const std::string& className);
   // The system at `systemPath` and each of its components (associators
   // through PELXA_SystemComponent), every property with its display text.
   int Inventory(const std::string& systemPath);
@@ -76,11 +81,14 @@ class TRepositoryCommands {
            const std::vector<std::pair<std::string, std::string>>& classFilters,
            const std::function<void(ICIMInstance&, const TInstanceCallback&)>& walk);
   boost::shared_ptr<ICIMInstance> FindInstance(const std::string& path, int* status);
-  // `onlySet`: leave out properties that hold no value of their own.
-  void PrintInstance(ICIMInstance& instance, bool first, bool onlySet = false);
+  // `onlySet`: leave out properties that hold no value of their own;
+  // `shown`, when given: leave out the properties it refuses by name.
+  void PrintInstance(ICIMInstance& instance, bool first, bool onlySet = false,
+                     const std::function<bool(const std::string&)>& shown = {});
   // The instances, or their paths; in JSON an array.
   void PrintInstances(const std::vector<boost::shared_ptr<ICIMInstance>>& instances,
-                      bool namesOnly, bool onlySet = false);
+                      bool namesOnly, bool onlySet = false,
+                      const std::function<bool(const std::string&)>& shown = {});
   // Ends a command's JSON document (one line each); returns kExitOk.
   int EndDocument();
   void PrintClassJson(ICIMClass& cls);

@@ -1,0 +1,339 @@
+// TBoundQuery::Bind: a parsed query checked against a namespace and
+// compiled into a TBoundProgram.
+
+#include <algorithm>
+
+#include "core/ascii.h"
+#include "core/cim_reference.h"
+#include "core/printable_text.h"
+#include "core/tyl_exception.h"
+#include "core/utf8.h"
+#include "include/cim_property_decl.h"
+#include "query/bound_program.h"
+#include "query/bound_query.h"
+
+namespace {
+
+const TContext kNone;
+
+// What a comparison's type allows, and how its values are written.
+enum class ECategory { kNumber, kString, kChar16, kBoolean, kDateTime, kReference, kOther };
+
+ECategory CategoryOf(ECIMType element) {
+  if (IsUnsignedIntegerType(element) || IsSignedIntegerType(element) || IsRealType(element)) {
+    return ECategory::kNumber;
+  }
+  switch (element) {
+    case kCIMTypeString:
+      return ECategory::kString;
+    case kCIMTypeChar16:
+      return ECategory::kChar16;
+    case kCIMTypeBoolean:
+      return ECategory::kBoolean;
+    case kCIMTypeDateTime:
+      return ECategory::kDateTime;
+    case kCIMTypeReference:
+      return ECategory::kReference;
+    default:
+      return ECategory::kOther;
+  }
+}
+
+// A property of the FROM class as a condition uses it.
+struct TPropertyUse {
+  TBoundOperand operand;
+  ECIMType element = kCIMTypeNone;
+  // "uint32 property Count", for messages.
+  std::string described;
+};
+
+class TQueryBinder {
+ public:
+  TQueryBinder(const TParsedQuery& query, const boost::shared_ptr<ICIMNamespace>& ns,
+               const std::string& filteredClass)
+      : query_(query), ns_(ns), program_(std::make_shared<TBoundProgram>(FindFromClass(filteredClass))) {}
+
+  std::shared_ptr<const TBoundProgram> Run() {
+    TBoundProgram& p = *program_;
+    p.language = query_.Language();
+    p.text = query_.Text();
+    p.fromClassName = p.fromClass->GetName(kNone);
+    p.selectsAll = query_.SelectsAll();
+    for (const TParsedQuery::TSelected& selected : query_.Selected()) {
+      const std::string name = Declaration(selected.name, selected.position)->GetName(kNone);
+      auto same = [&name](const std::string& other) { return EqualsFoldingAscii(name, other); };
+      if (std::none_of(p.selected.begin(), p.selected.end(), same)) p.selected.push_back(name);
+    }
+    if (query_.HasCondition()) p.stackDepth = Compile(query_.Root());
+    if (p.stackDepth > kStackCapacity) {
+      throw TQueryError(EQueryErrorKind::kLimit, 0, "a condition nested too deeply to evaluate");
+    }
+    return program_;
+  }
+
+ private:
+  [[noreturn]] void Fail(size_t position, const std::string& detail) const {
+    throw TQueryError(EQueryErrorKind::kSchema, position, detail);
+  }
+
+  boost::shared_ptr<ICIMClass> FindClass(const std::string& name, size_t position) const {
+    if (!name.empty()) {
+      try {
+        boost::shared_ptr<ICIMClass> cls = ns_->GetClass(name, kNone);
+        if (cls) return cls;
+      } catch (const TTYLException&) {
+        // Reported below, the same for every way of not being there.
+      }
+    }
+    Fail(position, "no class named " + QuotedForMessage(name) + " in the namespace");
+  }
+
+  boost::shared_ptr<ICIMClass> FindFromClass(const std::string& filteredClass) const {
+    if (query_.Language() != EQueryLanguage::kFql) return FindClass(query_.FromClass(), query_.FromPosition());
+    if (filteredClass.empty()) Fail(0, "a filter query is bound to the class it filters, and none was given");
+    return FindClass(filteredClass, 0);
+  }
+
+  boost::shared_ptr<ICIMPropertyDecl> Declaration(const std::string& name, size_t position) const {
+    try {
+      boost::shared_ptr<ICIMPropertyDecl> decl = program_->fromClass->GetPropertyDecl(name, kNone);
+      if (decl) return decl;
+    } catch (const TTYLException&) {
+      // Not declared, or no valid name: the same to the client.
+    }
+    Fail(position, "class " + program_->fromClassName + " has no property " + QuotedForMessage(name));
+  }
+
+  size_t Emit(TBoundStep::EOp op, size_t arg = 0) {
+    program_->steps.push_back({op, static_cast<uint32_t>(arg)});
+    return program_->steps.size() - 1;
+  }
+
+  // Emits the steps of condition `index`; returns the stack depth they need.
+  // The recursion follows the condition tree, whose depth the parser bounds.
+  size_t Compile(size_t index) {
+    const TQueryCondition& condition = query_.Conditions()[index];
+    switch (condition.kind) {
+      case TQueryCondition::EKind::kAnd:
+      case TQueryCondition::EKind::kOr: {
+        const bool isAnd = condition.kind == TQueryCondition::EKind::kAnd;
+        size_t depth = Compile(condition.children[0]);
+        std::vector<size_t> skips;
+        for (size_t i = 1; i < condition.children.size(); ++i) {
+          skips.push_back(Emit(isAnd ? TBoundStep::EOp::kSkipIfFalse : TBoundStep::EOp::kSkipIfTrue));
+          depth = std::max(depth, 1 + Compile(condition.children[i]));
+          Emit(isAnd ? TBoundStep::EOp::kAnd : TBoundStep::EOp::kOr);
+        }
+        for (size_t skip : skips) program_->steps[skip].arg = static_cast<uint32_t>(program_->steps.size());
+        return depth;
+      }
+      case TQueryCondition::EKind::kNot: {
+        const size_t depth = Compile(condition.children[0]);
+        Emit(TBoundStep::EOp::kNot);
+        return depth;
+      }
+      default:
+        program_->tests.push_back(BindTest(condition));
+        Emit(TBoundStep::EOp::kTest, program_->tests.size() - 1);
+        return 1;
+    }
+  }
+
+  TBoundTest BindTest(const TQueryCondition& condition) {
+    TBoundTest test;
+    test.kind = condition.kind;
+    test.quantifier = condition.quantifier;
+    test.op = condition.op;
+    test.negated = condition.negated;
+    switch (condition.kind) {
+      case TQueryCondition::EKind::kIsNull: {
+        TPropertyUse use = Property(condition.left);
+        test.left = std::move(use.operand);
+        break;
+      }
+      case TQueryCondition::EKind::kLike: {
+        TPropertyUse use = ScalarProperty(condition.left, condition.quantifier);
+        if (use.element != kCIMTypeString) {
+          Fail(condition.opPosition, "LIKE takes a string property, and " + use.described + " is none");
+        }
+        test.left = std::move(use.operand);
+        program_->patterns.emplace_back(PatternSyntax(query_.Language()), condition.argument,
+                                        condition.argumentPosition);
+        test.argument = program_->patterns.size() - 1;
+        break;
+      }
+      case TQueryCondition::EKind::kIsa: {
+        if (condition.left.kind == TQueryOperand::EKind::kInstance) {
+          test.left.kind = TBoundOperand::EKind::kInstance;
+        } else {
+          TPropertyUse use = ScalarProperty(condition.left, EQuantifier::kNone);
+          if (use.element != kCIMTypeReference) {
+            Fail(condition.opPosition, "ISA takes the instance or a reference property, and " + use.described +
+                                           " is none");
+          }
+          test.left = std::move(use.operand);
+        }
+        test.argument = ClassSetOf(FindClass(condition.argument, condition.argumentPosition));
+        break;
+      }
+      default:
+        BindComparison(condition, &test);
+        break;
+    }
+    return test;
+  }
+
+  // The index of the set of `cls` and its subclasses, made once per class:
+  // a set near the root of a large schema holds most of it, and a query may
+  // name the same class in each of its conditions.
+  size_t ClassSetOf(const boost::shared_ptr<ICIMClass>& cls) {
+    std::vector<TClassSet>& sets = program_->classSets;
+    for (size_t i = 0; i < sets.size(); ++i) {
+      if (sets[i].Top() == cls) return i;
+    }
+    sets.emplace_back(cls);
+    return sets.size() - 1;
+  }
+
+  void BindComparison(const TQueryCondition& condition, TBoundTest* test) {
+    TPropertyUse left = ScalarProperty(condition.left, condition.quantifier);
+    const ECategory category = CategoryOf(left.element);
+    const bool equality = condition.op == ECompareOp::kEqual || condition.op == ECompareOp::kNotEqual;
+    if (!equality && (category == ECategory::kBoolean || category == ECategory::kReference)) {
+      Fail(condition.opPosition, std::string("the operator ") + CompareOpText(condition.op) +
+                                     " does not order the values of " + left.described +
+                                     " (only = and <> compare them)");
+    }
+    if (category == ECategory::kOther) Fail(condition.left.position, left.described + " cannot be compared");
+    test->left = std::move(left.operand);
+    if (condition.right.kind == TQueryOperand::EKind::kProperty) {
+      TPropertyUse right = ScalarProperty(condition.right, EQuantifier::kNone);
+      if (CategoryOf(right.element) != category) {
+        Fail(condition.right.position, "cannot compare " + left.described + " with " + right.described);
+      }
+      test->right = std::move(right.operand);
+      return;
+    }
+    test->right = Literal(condition.right, category, left.described);
+  }
+
+  // A property named in a condition, whatever its shape.
+  TPropertyUse Property(const TQueryOperand& operand) const {
+    boost::shared_ptr<ICIMPropertyDecl> decl = Declaration(operand.name, operand.position);
+    TPropertyUse use;
+    const ECIMType type = decl->GetType(kNone);
+    use.operand.kind = TBoundOperand::EKind::kProperty;
+    use.operand.name = decl->GetName(kNone);
+    use.operand.isArray = IsArrayType(type);
+    use.operand.indexed = operand.indexed;
+    use.operand.index = operand.index;
+    use.element = ElementTypeOf(type);
+    use.described = CIMTypeName(type) + " property " + use.operand.name;
+    if (operand.indexed && !use.operand.isArray) Fail(operand.position, use.described + " is no array to index");
+    return use;
+  }
+
+  // A property that gives one value to test: a scalar, an array's element,
+  // or (under ANY or EVERY) each element of an array in turn.
+  TPropertyUse ScalarProperty(const TQueryOperand& operand, EQuantifier quantifier) const {
+    TPropertyUse use = Property(operand);
+    if (quantifier != EQuantifier::kNone) {
+      if (!use.operand.isArray || use.operand.indexed) {
+        Fail(operand.position, std::string(quantifier == EQuantifier::kAny ? "ANY" : "EVERY") +
+                                   " takes a whole array property, and " + use.described + " is none");
+      }
+    } else if (use.operand.isArray && !use.operand.indexed) {
+      const char* how = query_.Language() == EQueryLanguage::kFql   ? ": compare it with ANY or EVERY, or name one element"
+                        : query_.Language() == EQueryLanguage::kCql ? ": name one element"
+                                                                    : ", which WQL does not compare";
+      Fail(operand.position, use.described + " is an array" + how);
+    }
+    return use;
+  }
+
+  // A literal given the category of the property it is compared with.
+  TBoundOperand Literal(const TQueryOperand& operand, ECategory category, const std::string& against) const {
+    const TQueryLiteral& literal = operand.literal;
+    TBoundOperand bound;
+    bound.kind = TBoundOperand::EKind::kLiteral;
+    auto refuse = [&](const std::string& expected) {
+      Fail(operand.position, "expected " + expected + " to compare with " + against + ", found " +
+                                 QuotedForMessage(operand.written));
+    };
+    const bool isString = literal.kind == TQueryLiteral::EKind::kString;
+    switch (category) {
+      case ECategory::kNumber:
+        if (literal.kind == TQueryLiteral::EKind::kReal) {
+          bound.literal.kind = TScalar::EKind::kReal;
+          bound.literal.r = literal.real;
+        } else if (literal.kind == TQueryLiteral::EKind::kInteger && literal.negative) {
+          bound.literal.kind = TScalar::EKind::kSigned;
+          // Two's complement holds -2^63, whose magnitude no int64 holds.
+          bound.literal.s = static_cast<int64_t>(0 - literal.magnitude);
+        } else if (literal.kind == TQueryLiteral::EKind::kInteger) {
+          bound.literal.kind = TScalar::EKind::kUnsigned;
+          bound.literal.u = literal.magnitude;
+        } else {
+          refuse("a number");
+        }
+        break;
+      case ECategory::kBoolean:
+        if (literal.kind != TQueryLiteral::EKind::kBoolean) refuse("TRUE or FALSE");
+        bound.literal.kind = TScalar::EKind::kBoolean;
+        bound.literal.u = literal.boolean ? 1 : 0;
+        break;
+      case ECategory::kString:
+        if (!isString) refuse("a string in quotes");
+        bound.literal.kind = TScalar::EKind::kText;
+        bound.text = literal.text;
+        break;
+      case ECategory::kChar16: {
+        char16_t unit = 0;
+        if (!isString || !DecodeChar16(literal.text, &unit)) refuse("one character in quotes");
+        bound.literal.kind = TScalar::EKind::kChar;
+        bound.literal.u = unit;
+        break;
+      }
+      case ECategory::kDateTime: {
+        if (!isString) refuse("a datetime in quotes");
+        TCIMDateTime dateTime;
+        std::string why;
+        if (!TCIMDateTime::TryParse(literal.text, &dateTime, &why)) {
+          Fail(operand.position, QuotedForMessage(literal.text) + " is no CIM datetime (" + why + ")");
+        }
+        bound.literal = DateTimeScalar(dateTime);
+        break;
+      }
+      case ECategory::kReference: {
+        if (!isString) refuse("an object path in quotes");
+        TCIMReference path;
+        std::string why;
+        if (!TCIMReference::TryParse(literal.text, ns_, &path, &why)) {
+          Fail(operand.position, QuotedForMessage(literal.text) + " is no object path (" + why + ")");
+        }
+        bound.literal.kind = TScalar::EKind::kPath;
+        bound.text = path.PathText();
+        break;
+      }
+      case ECategory::kOther:
+        refuse("nothing");
+    }
+    return bound;
+  }
+
+  const TParsedQuery& query_;
+  boost::shared_ptr<ICIMNamespace> ns_;
+  std::shared_ptr<TBoundProgram> program_;
+};
+
+}  // namespace
+
+TBoundQuery TBoundQuery::Bind(const TParsedQuery& query, const boost::shared_ptr<ICIMNamespace>& ns,
+                              const std::string& filteredClass) {
+  return TBoundQuery(TQueryBinder(query, ns, filteredClass).Run());
+}
+
+TBoundQuery TBoundQuery::Prepare(std::string_view languageName, std::string_view text,
+                                 const boost::shared_ptr<ICIMNamespace>& ns, const std::string& filteredClass) {
+  return Bind(TParsedQuery::Parse(languageName, text), ns, filteredClass);
+}
