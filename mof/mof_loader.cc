@@ -280,6 +280,7 @@ bool TMofLoader::Enter(const TMofProduction& production) {
 }
 
 void TMofLoader::LoadProduction(const TMofProduction& production) {
+  if (options_.only && production.kind != TMofProduction::kPragma && !options_.only(production)) return;
   switch (production.kind) {
     case TMofProduction::kPragma:
       Pragma(production.pragma);

@@ -99,6 +99,11 @@ struct TMofLoadOptions {
   // namespace): the namespace of that name, or empty with the reason in
   // *why. Without it, the pragma changes nothing (a note).
   std::function<boost::shared_ptr<ICIMNamespace>(const std::string& name, std::string* why)> namespaceFor;
+  // Which productions are entered: all when empty. The others are read (a
+  // syntax error is still an error) and left out without a word; pragmas
+  // always act. Loading a file twice, classes first and instances after,
+  // lets another file's classes come in between.
+  std::function<bool(const TMofProduction&)> only;
 };
 
 struct TMofDiagnostic {

@@ -19,6 +19,8 @@ packages=(
   openssl             # certificates for the HTTPS tests
   curl                # raw requests in the server's tests
   procps              # pkill: the server's tests stop inmem serve with it
+  python3 python3-requests python3-ply python3-yaml python3-urllib3 python3-certifi
+  python3-idna python3-typing-extensions  # what the pywbem client of the discovery test needs
   graphviz            # dot: the pictures of inmem graph and of the browser's pages
   chromium            # the browser test of the pages (headless)
   pkg-config          # the install test builds a host with it

@@ -33,20 +33,15 @@ const uint16_t kSnia = 11;
 const uint16_t kClassTypeCim = 2;         // CIM_Namespace.ClassType
 const uint16_t kClassInfoUnknown = 0;     // CIM_Namespace.ClassInfo
 
-struct TProfile {
-  uint16_t organization;
-  const char* organizationName;
-  const char* name;
-  const char* version;
-};
-
 // The profiles the server implements, each with the object manager as its
 // central instance.
-const TProfile kProfiles[] = {
+const TRegisteredProfile kProfiles[] = {
     {kDmtf, "DMTF", "Profile Registration", "1.0.0"},
     {kDmtf, "DMTF", "WBEM Server", "1.0.0"},
     {kSnia, "SNIA", "Server", "1.5.0"},
 };
+
+const uint16_t kOtherOrganization = 1;
 
 TCIMValue Uint16(uint16_t value) { return TCIMValue(static_cast<unsigned short>(value)); }
 
@@ -61,6 +56,15 @@ TCIMValue Strings(const std::vector<std::string>& values) {
   for (const std::string& v : values) elements.emplace_back(v);
   return TCIMValue(kCIMTypeString, std::move(elements));
 }
+
+}  // namespace
+
+// The InstanceID of the server's registration of `profile`.
+std::string TInteropNamespace::ProfileId(const TRegisteredProfile& profile) const {
+  return identity_.product + ":" + profile.organizationName + "+" + profile.name + "+" + profile.version;
+}
+
+namespace {
 
 const TCIMValue* FindValue(const TValues& values, const char* name) {
   for (const auto& v : values) {
@@ -203,19 +207,34 @@ void TInteropNamespace::Populate() {
   const TCIMReference mechanismPath = Enter("CIM_CIMXMLCommunicationMechanism", mechanism);
   Enter("CIM_CommMechanismForManager", {{"Antecedent", objectManager_}, {"Dependent", mechanismPath}});
 
-  for (const TProfile& profile : kProfiles) {
-    const TCIMReference path =
-        Enter("CIM_RegisteredProfile",
-              {{"InstanceID", identity_.product + ":" + profile.organizationName + "+" + profile.name + "+" +
-                                  profile.version},
-               {"RegisteredOrganization", Uint16(profile.organization)},
-               {"RegisteredName", profile.name},
-               {"RegisteredVersion", profile.version},
-               {"AdvertiseTypes", Uint16s({kNotAdvertised})},
-               {"ElementName", std::string(profile.organizationName) + " " + profile.name}});
-    Enter("CIM_ElementConformsToProfile", {{"ConformantStandard", path}, {"ManagedElement", objectManager_}});
-  }
+  for (const TRegisteredProfile& profile : kProfiles) EnterProfile(profile, {objectManager_});
+  for (auto& r : registrations_) r.second.entered = EnterProfile(r.second.profile, r.second.central);
   populated_ = Entry().ns.get();
+}
+
+std::vector<TCIMReference> TInteropNamespace::EnterProfile(const TRegisteredProfile& profile,
+                                                           const std::vector<TCIMReference>& central) {
+  TValues values = {{"InstanceID", ProfileId(profile)},
+                    {"RegisteredOrganization", Uint16(profile.organization)},
+                    {"RegisteredName", profile.name},
+                    {"RegisteredVersion", profile.version},
+                    {"AdvertiseTypes", Uint16s({kNotAdvertised})},
+                    {"ElementName", profile.organizationName + " " + profile.name}};
+  if (profile.organization == kOtherOrganization) values.emplace_back("OtherRegisteredOrganization", profile.organizationName);
+  std::vector<TCIMReference> entered = {Enter("CIM_RegisteredProfile", values)};
+  for (const TCIMReference& element : central) {
+    entered.push_back(
+        Enter("CIM_ElementConformsToProfile", {{"ConformantStandard", entered.front()}, {"ManagedElement", element}}));
+  }
+  return entered;
+}
+
+void TInteropNamespace::RegisterProfile(const TRegisteredProfile& profile, const std::vector<TCIMReference>& central) {
+  TRegistration& r = registrations_[ProfileId(profile)];
+  for (auto it = r.entered.rbegin(); it != r.entered.rend(); ++it) Remove(*it);
+  r.profile = profile;
+  r.central = central;
+  r.entered = EnterProfile(profile, central);
 }
 
 void TInteropNamespace::FollowRegistry() {

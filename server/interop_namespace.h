@@ -46,6 +46,14 @@ class ICIMInstance;
 // The bundled classes of the Interop namespace and of indications, as MOF.
 extern const char kInteropSchemaMof[];
 
+// A profile as CIM_RegisteredProfile names it.
+struct TRegisteredProfile {
+  uint16_t organization;  // RegisteredOrganization: 1 Other, 2 DMTF, 11 SNIA
+  std::string organizationName;
+  std::string name;
+  std::string version;
+};
+
 // What the Interop namespace says of the server.
 struct TServerIdentity {
   std::string product = "inmem";
@@ -95,12 +103,19 @@ class TInteropNamespace {
   // CIM_ERR_NAMESPACE_NOT_EMPTY when the namespace holds classes.
   void DeleteNamespace(const TCIMReference& path);
 
+  // Registers a profile the server implements for a model it serves itself
+  // (the inventory it collects), with its central instances (paths that
+  // name their namespace), as the server's own; it takes the place of an
+  // earlier registration of the same profile.
+  void RegisterProfile(const TRegisteredProfile& profile, const std::vector<TCIMReference>& central);
+
   // Which instances of the namespace a snapshot keeps: all but the
   // server's own, which it makes again at every start.
   std::function<bool(ICIMInstance&)> SnapshotFilter() const;
 
  private:
   const TNamespaceRegistry::TEntry& Entry() const;
+  std::string ProfileId(const TRegisteredProfile& profile) const;
   // Enters an instance of `className` with `values` (in place of one with
   // the same path), as the server's own; returns its path.
   TCIMReference Enter(const std::string& className, const std::vector<std::pair<std::string, TCIMValue>>& values);
@@ -112,6 +127,9 @@ class TInteropNamespace {
   // everything again when the Interop namespace's repository is another
   // than the one populated.
   void FollowRegistry();
+  // Enters `profile`, conforming to each of `central`; returns the paths
+  // entered.
+  std::vector<TCIMReference> EnterProfile(const TRegisteredProfile& profile, const std::vector<TCIMReference>& central);
 
   TNamespaceRegistry& namespaces_;
   std::string name_;
@@ -130,6 +148,14 @@ class TInteropNamespace {
   };
   // By TNamespaceDirectory::Key of the namespace's name.
   std::map<std::string, TRepresentation> represented_;
+  // The profiles registered for the server's own models, by InstanceID:
+  // what was asked, and the paths entered for it.
+  struct TRegistration {
+    TRegisteredProfile profile;
+    std::vector<TCIMReference> central;
+    std::vector<TCIMReference> entered;
+  };
+  std::map<std::string, TRegistration> registrations_;
 };
 
 #endif  // INMEM_SERVER_INTEROP_NAMESPACE_H_

@@ -6,6 +6,7 @@
 
 #include <sstream>
 
+#include "core/ascii.h"
 #include "core/collected.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
@@ -16,6 +17,10 @@ namespace {
 
 const TContext kNone;
 
+// The inventory's computer system: its schema is there when this class is,
+// and its profile centres on it.
+const char kSystemClass[] = "PELXA_ComputerSystem";
+
 // Every class below the root, in the order the namespace lists them.
 std::vector<boost::shared_ptr<ICIMClass>> AllClasses(ICIMNamespace& ns) {
   return Collected<ICIMClass>(
@@ -25,7 +30,7 @@ std::vector<boost::shared_ptr<ICIMClass>> AllClasses(ICIMNamespace& ns) {
 bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, const std::string& schema,
                 std::string* error) {
   try {
-    ns.GetClass("PELXA_ComputerSystem", kNone);
+    ns.GetClass(kSystemClass, kNone);
     return true;
   } catch (const TTYLException&) {
   }
@@ -126,4 +131,12 @@ bool TInventoryFeed::Refresh(std::string* error) {
   }
   HandCacheStates(plugin_, collector.CacheStates(), *served_);
   return true;
+}
+
+std::vector<TCIMReference> TInventoryFeed::CentralInstances() const {
+  std::vector<TCIMReference> systems;
+  for (const TCIMReference& path : entered_) {
+    if (EqualsFoldingAscii(path.GetClassName(), kSystemClass)) systems.push_back(path);
+  }
+  return systems;
 }

@@ -40,6 +40,9 @@ class TInventoryFeed {
   // What the last collection left out or could not enter, a line each.
   const std::vector<std::string>& Notes() const { return notes_; }
   size_t Instances() const { return entered_.size(); }
+  // The instances the inventory's profile centres on: the computer system
+  // the last collection entered.
+  std::vector<TCIMReference> CentralInstances() const;
 
  private:
   boost::shared_ptr<ICIMNamespace> served_;

@@ -14,6 +14,7 @@
 #include "browser/page_parts.h"
 #include "browser/repository_graphs.h"
 #include "browser/repository_pages.h"
+#include "core/namespace_directory.h"
 #include "core/printable_text.h"
 #include "mof/mof_loader.h"
 #include "server/cim_operations.h"
@@ -53,6 +54,10 @@ bool IsLoopback(const std::string& address) {
   return boost::asio::ip::make_address(address, ec).is_loopback() && !ec;
 }
 
+// The profile of this machine's inventory, as the Interop namespace
+// registers it: a model of this project's own.
+const TRegisteredProfile kInventoryProfile{1, "inmem", "Linux Inventory", "1.0.0"};
+
 std::string HostName() {
   char name[256] = {};
   if (gethostname(name, sizeof name - 1) != 0 || name[0] == '\0') return "localhost";
@@ -68,9 +73,17 @@ bool Loaded(const TMofLoader& loader, bool loaded) {
   return loaded;
 }
 
-// The --load options: each file into its namespace, made when new.
+// The two passes over the --load options. Files for the Interop namespace
+// are loaded in both: their qualifier declarations and classes first, so
+// that they stand and the bundled classes fill in only what they lack, and
+// their instances once those are there too. Every other file is loaded
+// whole in the first.
+enum class ELoadPass { kFirst, kInteropInstances };
+
+// One pass over the --load options: each file into its namespace, made
+// when new.
 bool LoadNamespaces(const std::vector<std::string>& loads, TNamespaceRegistry& namespaces,
-                    std::vector<std::string>* loaded) {
+                    const std::string& interop, ELoadPass pass, std::vector<std::string>* loaded) {
   for (const std::string& load : loads) {
     const size_t equals = load.find('=');
     const std::string name = load.substr(0, equals);
@@ -82,10 +95,16 @@ bool LoadNamespaces(const std::vector<std::string>& loads, TNamespaceRegistry& n
       std::cerr << "inmem: serve: --load " << Printable(load) << ": " << e.what() << "\n";
       return false;
     }
-    if (file.empty()) continue;
-    TMofLoader loader(entry->ns);
+    const bool isInterop = TNamespaceDirectory::Key(entry->name) == TNamespaceDirectory::Key(interop);
+    if (file.empty() || (pass == ELoadPass::kInteropInstances && !isInterop)) continue;
+    TMofLoadOptions options;
+    if (isInterop) {
+      const bool instances = pass == ELoadPass::kInteropInstances;
+      options.only = [instances](const TMofProduction& p) { return (p.kind == TMofProduction::kInstance) == instances; };
+    }
+    TMofLoader loader(entry->ns, options);
     if (!Loaded(loader, loader.LoadFile(file))) return false;
-    loaded->push_back(file + " into " + entry->name);
+    if (pass == ELoadPass::kFirst) loaded->push_back(file + " into " + entry->name);
   }
   return true;
 }
@@ -182,7 +201,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
     }
     sources = {"the snapshot " + o.snapshot};
   }
-  if (!LoadNamespaces(o.loads, namespaces, &sources)) return kExitUsage;
+  if (!LoadNamespaces(o.loads, namespaces, o.interop, ELoadPass::kFirst, &sources)) return kExitUsage;
   if (!TNamespaceRegistry::IsValidName(o.interop)) return UsageError("--interop: not a namespace name: " + o.interop);
 
   TServerIdentity identity;
@@ -197,6 +216,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
     std::cerr << "inmem: serve: " << e.what() << "\n";
     return kExitUsage;
   }
+  if (!LoadNamespaces(o.loads, namespaces, o.interop, ELoadPass::kInteropInstances, &sources)) return kExitUsage;
 
   TCimOperationsConfig operationsConfig;
   operationsConfig.readOnly = o.readOnly;
@@ -214,6 +234,16 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
     std::string error;
     if (feed->Refresh(&error)) {
       ++collections;
+      operations.NamespaceChanged(o.namespaceName);
+      // The inventory registers its profile as users register theirs: in
+      // the Interop namespace, conforming to the computer system it found.
+      std::vector<TCIMReference> systems = feed->CentralInstances();
+      for (TCIMReference& system : systems) system.SetNameSpaceName(namespaces.Find(o.namespaceName)->name);
+      try {
+        interop.RegisterProfile(kInventoryProfile, systems);
+      } catch (const std::exception& e) {
+        std::cerr << "inmem serve: the inventory's profile is not registered: " << e.what() << "\n";
+      }
       std::cerr << "inmem serve: inventory collected: " << feed->Instances() << " instances\n";
       pages.NoteLoaded("this machine's inventory, " + std::to_string(feed->Instances()) + " instances");
     } else {
