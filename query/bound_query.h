@@ -80,9 +80,9 @@ struct TBoundProgram;
 class TBoundQuery {
  public:
   // Checks `query` against `ns` (see above); throws TQueryError of kind
-  // kSchema (kLimit for a pattern past its bounds). `filteredClass` is the
-  // class an FQL query filters, and is required for FQL; WQL and CQL name
-  // their class in the text and take no other.
+  // kSchema. `filteredClass` is the class an FQL query filters, and is
+  // required for FQL; WQL and CQL name their class in the text, and ignore
+  // it.
   static TBoundQuery Bind(const TParsedQuery& query, const boost::shared_ptr<ICIMNamespace>& ns,
                           const std::string& filteredClass = std::string());
   // Parse and Bind in one step, for a request that names the language and

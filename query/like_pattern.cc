@@ -238,7 +238,8 @@ class TPatternCompiler {
     if (c == '(') {
       if (depth + 1 > kMaxQueryNesting) {
         throw TQueryError(EQueryErrorKind::kLimit, position_,
-                          "groups in a pattern nested deeper than " + std::to_string(kMaxQueryNesting) + " levels");
+                          "groups in a pattern nested deeper than " + std::to_string(kMaxQueryNesting) +
+                              " levels");
       }
       ++at_;
       TFragment group = Alternatives(depth + 1);

@@ -280,10 +280,10 @@ class TQueryParser {
     if (Language() == EQueryLanguage::kFql && (AtKeyword("ANY") || AtKeyword("EVERY"))) {
       condition.quantifier = AtKeyword("ANY") ? EQuantifier::kAny : EQuantifier::kEvery;
       Advance();
+      const char* quantifier = condition.quantifier == EQuantifier::kAny ? "ANY" : "EVERY";
       condition.left = ParseOperand();
       if (condition.left.kind != TQueryOperand::EKind::kProperty) {
-        Fail(condition.left.position, "expected an array property after " +
-                                          std::string(condition.quantifier == EQuantifier::kAny ? "ANY" : "EVERY") +
+        Fail(condition.left.position, std::string("expected an array property after ") + quantifier +
                                           ", found " + QuotedForMessage(condition.left.written));
       }
     } else {
@@ -340,7 +340,8 @@ class TQueryParser {
     const bool leftLiteral = condition.left.kind == TQueryOperand::EKind::kLiteral;
     const bool rightLiteral = condition.right.kind == TQueryOperand::EKind::kLiteral;
     if (leftLiteral && rightLiteral) {
-      Fail(condition.right.position, "expected a property name, found " + QuotedForMessage(condition.right.written));
+      Fail(condition.right.position,
+           "expected a property name, found " + QuotedForMessage(condition.right.written));
     }
     if (leftLiteral) {
       std::swap(condition.left, condition.right);
@@ -363,7 +364,8 @@ class TQueryParser {
     }
     const bool equality = condition.op == ECompareOp::kEqual || condition.op == ECompareOp::kNotEqual;
     if (Language() == EQueryLanguage::kCql) {
-      Fail(condition.right.position, "expected a value (a test for null is written IS NULL or IS NOT NULL), found 'NULL'");
+      Fail(condition.right.position,
+           "expected a value (a test for null is written IS NULL or IS NOT NULL), found 'NULL'");
     }
     if (!equality) {
       Fail(condition.opPosition, std::string("expected = or <> before NULL, found ") +

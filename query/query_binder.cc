@@ -243,9 +243,10 @@ class TQueryBinder {
                                    " takes a whole array property, and " + use.described + " is none");
       }
     } else if (use.operand.isArray && !use.operand.indexed) {
-      const char* how = query_.Language() == EQueryLanguage::kFql   ? ": compare it with ANY or EVERY, or name one element"
-                        : query_.Language() == EQueryLanguage::kCql ? ": name one element"
-                                                                    : ", which WQL does not compare";
+      const EQueryLanguage language = query_.Language();
+      const char* how = language == EQueryLanguage::kFql   ? ": compare it with ANY or EVERY, or name one element"
+                        : language == EQueryLanguage::kCql ? ": name one element"
+                                                           : ", which WQL does not compare";
       Fail(operand.position, use.described + " is an array" + how);
     }
     return use;

@@ -19,7 +19,8 @@ TQueryError::TQueryError(EQueryErrorKind kind, size_t position, const std::strin
 std::string QuotedForMessage(std::string_view text) {
   if (text.empty()) return "the end of the query";
   // A string literal as written carries its own quotes.
-  const bool quoted = text.size() >= 2 && (text.front() == '\'' || text.front() == '"') && text.back() == text.front();
+  const bool quoted =
+      text.size() >= 2 && (text.front() == '\'' || text.front() == '"') && text.back() == text.front();
   if (quoted && text.size() <= kShownBytes) return Printable(text, kShownBytes);
   return "'" + Printable(text, kShownBytes) + "'";
 }

@@ -46,6 +46,10 @@ void TQueryLexer::Fail(size_t offset, const std::string& detail) const {
   throw TQueryError(EQueryErrorKind::kSyntax, offset + 1, detail);
 }
 
+void TQueryLexer::FailExpected(const std::string& what) const {
+  Fail(pos_, "expected " + what + ", found " + QuotedForMessage(text_.substr(pos_, 1)));
+}
+
 TQueryToken TQueryLexer::ReadName() {
   const size_t start = pos_;
   while (pos_ < text_.size() && IsNameChar(text_[pos_])) ++pos_;
@@ -64,7 +68,7 @@ TQueryToken TQueryLexer::ReadNumber() {
     pos_ += 2;
     const size_t digits = pos_;
     while (pos_ < text_.size() && IsHexDigit(text_[pos_])) ++pos_;
-    if (pos_ == digits) Fail(pos_, "expected a hexadecimal digit, found " + QuotedForMessage(text_.substr(pos_, 1)));
+    if (pos_ == digits) FailExpected("a hexadecimal digit");
   } else {
     while (pos_ < text_.size() && IsAsciiDigit(text_[pos_])) ++pos_;
     if (pos_ < text_.size() && text_[pos_] == '.') {
@@ -78,13 +82,11 @@ TQueryToken TQueryLexer::ReadNumber() {
       if (pos_ < text_.size() && (text_[pos_] == '-' || text_[pos_] == '+')) ++pos_;
       const size_t digits = pos_;
       while (pos_ < text_.size() && IsAsciiDigit(text_[pos_])) ++pos_;
-      if (pos_ == digits) Fail(pos_, "expected the digits of an exponent, found " + QuotedForMessage(text_.substr(pos_, 1)));
+      if (pos_ == digits) FailExpected("the digits of an exponent");
     }
   }
   // "12abc" is no number followed by a name: the two would have to be apart.
-  if (pos_ < text_.size() && IsNameChar(text_[pos_])) {
-    Fail(pos_, "expected a blank or a symbol after a number, found " + QuotedForMessage(text_.substr(pos_, 1)));
-  }
+  if (pos_ < text_.size() && IsNameChar(text_[pos_])) FailExpected("a blank or a symbol after a number");
   if (pos_ - start > kMaxLiteralLength) {
     throw TQueryError(EQueryErrorKind::kLimit, start + 1,
                       "a literal longer than " + std::to_string(kMaxLiteralLength) + " bytes");

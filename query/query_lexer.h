@@ -52,6 +52,8 @@ class TQueryLexer {
   TQueryToken ReadSymbol();
   TQueryToken Token(EQueryToken kind, size_t start) const;
   [[noreturn]] void Fail(size_t offset, const std::string& detail) const;
+  // "expected `what`, found" the byte at the current place.
+  [[noreturn]] void FailExpected(const std::string& what) const;
 
   EQueryLanguage language_;
   std::string_view text_;

@@ -31,7 +31,8 @@ EOrder CompareNumbers(const TScalar& a, const TScalar& b) {
            : x.kind == K::kSigned ? static_cast<long double>(x.s)
                                   : static_cast<long double>(x.u);
   };
-  if ((a.kind == K::kReal && std::isnan(a.r)) || (b.kind == K::kReal && std::isnan(b.r))) return EOrder::kUnordered;
+  const bool nan = (a.kind == K::kReal && std::isnan(a.r)) || (b.kind == K::kReal && std::isnan(b.r));
+  if (nan) return EOrder::kUnordered;
   return Order(extended(a), extended(b));
 }
 

@@ -55,10 +55,26 @@ TEST(LikePatternTest, MatchesWholeValues) {
       {ESyntax::kWql, "[\xc3\xa0-\xc3\xbc]", "\xc3\xa9", true},
       // A byte of no UTF-8 sequence is one character, which only the same
       // byte and the wildcards match.
-      {ESyntax::kWql, "a_b", "a\xff" "b", true},
-      {ESyntax::kWql, "a\xff" "b", "a\xff" "b", true},
-      {ESyntax::kWql, "a\xfe" "b", "a\xff" "b", false},
-      {ESyntax::kWql, "a\xc3" "b", "a\xc3\xa9", false},
+      {ESyntax::kWql, "a_b",
+       "a\xff"
+       "b",
+       true},
+      {ESyntax::kWql,
+       "a\xff"
+       "b",
+       "a\xff"
+       "b",
+       true},
+      {ESyntax::kWql,
+       "a\xfe"
+       "b",
+       "a\xff"
+       "b",
+       false},
+      {ESyntax::kWql,
+       "a\xc3"
+       "b",
+       "a\xc3\xa9", false},
       // Regular expressions (CQL, FQL).
       {ESyntax::kRegex, "abc", "abc", true},
       {ESyntax::kRegex, "a.c", "abc", true},
@@ -119,15 +135,22 @@ TEST(LikePatternTest, RefusesWhatDoesNotRead) {
     const char* message;
   };
   const Row rows[] = {
-      {ESyntax::kWql, "[ab", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: a '[' that is never closed at its byte 1"},
+      {ESyntax::kWql, "[ab", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: a '[' that is never closed at its byte 1"},
       {ESyntax::kWql, "x[z-a]", EQueryErrorKind::kSyntax,
        "at position 9: invalid pattern: a range whose end comes before its start at its byte 5"},
-      {ESyntax::kRegex, "*a", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: nothing to repeat before '*' at its byte 1"},
-      {ESyntax::kRegex, "a|+", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: nothing to repeat before '+' at its byte 3"},
-      {ESyntax::kRegex, "(ab", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: a '(' that is never closed at its byte 1"},
-      {ESyntax::kRegex, "ab)", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: a ')' that closes no group at its byte 3"},
-      {ESyntax::kRegex, "ab\\", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: a backslash at the end at its byte 3"},
-      {ESyntax::kRegex, "[a\\", EQueryErrorKind::kSyntax, "at position 9: invalid pattern: a backslash at the end at its byte 3"},
+      {ESyntax::kRegex, "*a", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: nothing to repeat before '*' at its byte 1"},
+      {ESyntax::kRegex, "a|+", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: nothing to repeat before '+' at its byte 3"},
+      {ESyntax::kRegex, "(ab", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: a '(' that is never closed at its byte 1"},
+      {ESyntax::kRegex, "ab)", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: a ')' that closes no group at its byte 3"},
+      {ESyntax::kRegex, "ab\\", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: a backslash at the end at its byte 3"},
+      {ESyntax::kRegex, "[a\\", EQueryErrorKind::kSyntax,
+       "at position 9: invalid pattern: a backslash at the end at its byte 3"},
       {ESyntax::kRegex, std::string(33, '(') + std::string(33, ')'), EQueryErrorKind::kLimit,
        "at position 9: groups in a pattern nested deeper than 32 levels"},
       {ESyntax::kWql, std::string(kMaxPatternLength + 1, 'a'), EQueryErrorKind::kLimit,

@@ -36,12 +36,16 @@ TEST(QueryCommandTest, SelectedPropertiesOfEachMatch) {
     const char* out;
   };
   const Row rows[] = {
-      {false, "SELECT Label, U8 FROM Q_Base WHERE U8 > 100", "wql", "", "q_base.id=\"a\"\n    Label = alpha\n    U8 = 200\n"},
-      {false, "SELECT B.Extra FROM Q_Sub AS B", "cql", "", "q_sub.id=\"b\"\n    Extra = more\nq_subsub.id=\"c\"\n    Extra = null\n"},
+      {false, "SELECT Label, U8 FROM Q_Base WHERE U8 > 100", "wql", "",
+       "q_base.id=\"a\"\n    Label = alpha\n    U8 = 200\n"},
+      {false, "SELECT B.Extra FROM Q_Sub AS B", "cql", "",
+       "q_sub.id=\"b\"\n    Extra = more\nq_subsub.id=\"c\"\n    Extra = null\n"},
       {false, "SELECT * FROM Q_Base WHERE Label = 'none'", "wql", "", ""},
       {true, "SELECT Label FROM Q_Base WHERE Label LIKE '%a'", "wql", "",
-       "[{\"path\":\"q_base.id=\\\"a\\\"\",\"properties\":{\"Label\":{\"value\":\"alpha\",\"display\":\"alpha\"}}},"
-       "{\"path\":\"q_sub.id=\\\"b\\\"\",\"properties\":{\"Label\":{\"value\":\"Beta\",\"display\":\"Beta\"}}}]\n"},
+       "[{\"path\":\"q_base.id=\\\"a\\\"\",\"properties\":{\"Label\":{\"value\":\"alpha\",\"display\":\"alpha\"}}}"
+       ","
+       "{\"path\":\"q_sub.id=\\\"b\\\"\",\"properties\":{\"Label\":{\"value\":\"Beta\",\"display\":\"Beta\"}}}]"
+       "\n"},
       {true, "SELECT Label FROM Q_Base WHERE Label = 'none'", "wql", "", "[]\n"},
   };
   for (const Row& row : rows) {
@@ -54,7 +58,8 @@ TEST(QueryCommandTest, SelectedPropertiesOfEachMatch) {
   TRun filtered = RunQuery(false, "S8 = 7 AND EVERY Tags = \"x\"", "fql", "Q_Base");
   EXPECT_EQ(filtered.status, kExitOk) << filtered.err;
   EXPECT_EQ(filtered.out.substr(0, filtered.out.find('\n') + 1), "q_sub.id=\"b\"\n");
-  EXPECT_NE(filtered.out.find("    Counts = {5, null}\n    Description = null\n"), std::string::npos) << filtered.out;
+  EXPECT_NE(filtered.out.find("    Counts = {5, null}\n    Description = null\n"), std::string::npos)
+      << filtered.out;
   EXPECT_EQ(filtered.out.find("q_base"), std::string::npos) << filtered.out;
 }
 
@@ -69,7 +74,8 @@ TEST(QueryCommandTest, RefusalsAndTheirStatus) {
   const Row rows[] = {
       {"SELECT * FROM Q_Base WHERE", "wql", "", kExitUsage,
        "query: at position 27: expected a property name or a value, found the end of the query"},
-      {"SELECT * FROM Nope", "wql", "", kExitNotFound, "query: at position 15: no class named 'Nope' in the namespace"},
+      {"SELECT * FROM Nope", "wql", "", kExitNotFound,
+       "query: at position 15: no class named 'Nope' in the namespace"},
       {"SELECT * FROM Q_Base WHERE U8 = 'x'", "cql", "", kExitNotFound,
        "query: at position 33: expected a number to compare with uint8 property U8, found 'x'"},
       {"U8 = 1", "fql", "", kExitUsage, "query: --language fql filters the instances of a class: give --class"},
@@ -84,7 +90,8 @@ TEST(QueryCommandTest, RefusalsAndTheirStatus) {
     EXPECT_EQ(text.err, "inmem: " + std::string(row.error) + "\n");
     TRun json = RunQuery(true, row.text, row.language, row.className);
     EXPECT_EQ(json.status, row.status);
-    EXPECT_EQ(json.out, "{\"error\":" + JsonString(row.error) + ",\"status\":" + std::to_string(row.status) + "}\n");
+    EXPECT_EQ(json.out,
+              "{\"error\":" + JsonString(row.error) + ",\"status\":" + std::to_string(row.status) + "}\n");
   }
 }
 

@@ -241,7 +241,8 @@ TEST_F(QueryEvaluationTest, SubclassDefinedAfterBind) {
   EXPECT_EQ(Matching(query), "late");
   EXPECT_EQ(query.MatchableClassNames().size(), 3u);
   EXPECT_TRUE(query.CanMatch(*ns_->GetClass("Q_Late", kNone)));
-  EXPECT_EQ(Matching(links), "q_link.owner=\"q_late.id=\\\"late\\\"\",target=\"q_other.id=\\\"o\\\"\"," + std::string(kLinkB));
+  EXPECT_EQ(Matching(links),
+            "q_link.owner=\"q_late.id=\\\"late\\\"\",target=\"q_other.id=\\\"o\\\"\"," + std::string(kLinkB));
 }
 
 // Evaluation reads only: an instance of another class is refused before any
@@ -255,8 +256,9 @@ TEST_F(QueryEvaluationTest, EvaluatingChangesNothing) {
   EXPECT_EQ(query.Evaluate(*other), ETruth::kFalse);
   EXPECT_THROW(ns_->GetClass("Q_Other", kNone)->GetPropertyDecl("Description", kNone), TTYLException);
   EXPECT_EQ(Matching(query), "a,b,c");
-  for (const char* text : {"SELECT * FROM Q_Base WHERE Label LIKE '%a%' OR Flag = TRUE",
-                           "SELECT U8 FROM Q_Base WHERE __THIS ISA Q_Sub", "SELECT * FROM Q_Link WHERE Owner ISA Q_Sub"}) {
+  for (const char* text :
+       {"SELECT * FROM Q_Base WHERE Label LIKE '%a%' OR Flag = TRUE",
+        "SELECT U8 FROM Q_Base WHERE __THIS ISA Q_Sub", "SELECT * FROM Q_Link WHERE Owner ISA Q_Sub"}) {
     Matching(Bound(kWql, text));
   }
   EXPECT_EQ(Exported(*ns_), before);
@@ -281,13 +283,7 @@ TEST_F(QueryEvaluationTest, PrepareNamesTheLanguage) {
 TEST_F(QueryEvaluationTest, ConcurrentEvaluation) {
   const TBoundQuery query =
       Bound(kFql, "(ANY Counts > 4 OR Label LIKE \"al.*\") AND NOT When = \"20240102000000.000000+000\"");
-  std::vector<boost::shared_ptr<ICIMInstance>> instances;
-  ns_->GetClass("Q_Base", kNone)->EnumerateInstances(
-      [&](boost::shared_ptr<ICIMInstance> instance) {
-        instances.push_back(instance);
-        return true;
-      },
-      true, kNone);
+  const std::vector<boost::shared_ptr<ICIMInstance>> instances = AllInstances(*ns_, "Q_Base");
   std::vector<ETruth> alone;
   for (const auto& instance : instances) alone.push_back(query.Evaluate(*instance));
   EXPECT_EQ(alone, (std::vector<ETruth>{ETruth::kTrue, ETruth::kTrue, ETruth::kUnknown}));

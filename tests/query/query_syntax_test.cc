@@ -50,7 +50,8 @@ TEST(QuerySyntaxTest, RefusalsSayWhereAndWhat) {
        "at position 34: expected =, <>, !=, <, <=, >, >=, IS, LIKE or ISA, found 'a'"},
       {kWql, "SELECT * FROM Q_Base WHERE Label = 'a' Label", kSyntax,
        "at position 40: expected AND, OR or the end of the query, found 'Label'"},
-      {kWql, "SELECT * FROM Q_Base Label", kSyntax, "at position 22: expected WHERE or the end of the query, found 'Label'"},
+      {kWql, "SELECT * FROM Q_Base Label", kSyntax,
+       "at position 22: expected WHERE or the end of the query, found 'Label'"},
       {kWql, "SELECT * FROM Q_Base WHERE Label = 'abc", kSyntax, "at position 36: a string that is never closed"},
       {kWql, "SELECT * FROM Q_Base WHERE Label = 'a\\x'", kSyntax,
        "at position 39: expected \\, ' or \" after a backslash, found 'x'"},
@@ -64,12 +65,14 @@ TEST(QuerySyntaxTest, RefusalsSayWhereAndWhat) {
        "at position 33: the number '18446744073709551616' is out of range"},
       {kWql, "SELECT * FROM Q_Base WHERE S8 = -9223372036854775809", kSyntax,
        "at position 33: the number '-9223372036854775809' is out of range"},
-      {kWql, "SELECT * FROM Q_Base WHERE R64 = 1e999", kSyntax, "at position 34: the number '1e999' is out of range"},
+      {kWql, "SELECT * FROM Q_Base WHERE R64 = 1e999", kSyntax,
+       "at position 34: the number '1e999' is out of range"},
       {kWql, "SELECT * FROM Q_Base WHERE U8 # 1", kSyntax, "at position 31: unexpected character '#'"},
       {kWql, "SELECT * FROM Q_Base WHERE U8 = 1\x01", kSyntax, "at position 34: unexpected character '\\x01'"},
       {kWql, "SELECT * FROM Q_Base WHERE 1 = 1", kSyntax, "at position 32: expected a property name, found '1'"},
       {kWql, "SELECT * FROM Q_Base WHERE __THIS = 1", kSyntax, "at position 35: expected ISA, found '='"},
-      {kWql, "SELECT * FROM Q_Base WHERE Label < NULL", kSyntax, "at position 34: expected = or <> before NULL, found '<'"},
+      {kWql, "SELECT * FROM Q_Base WHERE Label < NULL", kSyntax,
+       "at position 34: expected = or <> before NULL, found '<'"},
       {kWql, "SELECT * FROM Q_Base WHERE 'a' LIKE 'b'", kSyntax,
        "at position 28: expected a property name before LIKE, found 'a'"},
       {kWql, "SELECT * FROM Q_Base WHERE Label LIKE Label", kSyntax,
@@ -90,27 +93,34 @@ TEST(QuerySyntaxTest, RefusalsSayWhereAndWhat) {
        "at position 34: expected =, <>, <, <=, >, >=, IS, LIKE or ISA, found '!='"},
       {kCql, "SELECT * FROM Q_Base WHERE Label = NULL", kSyntax,
        "at position 36: expected a value (a test for null is written IS NULL or IS NOT NULL), found 'NULL'"},
-      {kCql, "SELECT X.Label FROM Q_Base AS B", kSyntax, "at position 8: expected the class name or its alias, found 'X'"},
-      {kCql, "SELECT * FROM Q_Base, Q_Sub", kSyntax, "at position 21: expected WHERE or the end of the query, found ','"},
-      {kCql, "SELECT * FROM Q_Base AS", kSyntax, "at position 24: expected an alias for the class, found the end of the query"},
+      {kCql, "SELECT X.Label FROM Q_Base AS B", kSyntax,
+       "at position 8: expected the class name or its alias, found 'X'"},
+      {kCql, "SELECT * FROM Q_Base, Q_Sub", kSyntax,
+       "at position 21: expected WHERE or the end of the query, found ','"},
+      {kCql, "SELECT * FROM Q_Base AS", kSyntax,
+       "at position 24: expected an alias for the class, found the end of the query"},
       {kCql, "SELECT * FROM Q_Base AS B WHERE B = 1", kSyntax, "at position 35: expected ISA, found '='"},
-      {kCql, "SELECT * FROM Q_Base WHERE Counts[x] = 1", kSyntax, "at position 35: expected an array index, found 'x'"},
+      {kCql, "SELECT * FROM Q_Base WHERE Counts[x] = 1", kSyntax,
+       "at position 35: expected an array index, found 'x'"},
       {kCql, "SELECT * FROM Q_Base WHERE Counts[1 = 1", kSyntax, "at position 37: expected ']', found '='"},
       {kFql, "ANY 5 = 1", kSyntax, "at position 5: expected an array property after ANY, found '5'"},
       {kFql, "Label IS NULL", kSyntax, "at position 7: expected =, <>, <, <=, >, >= or LIKE, found 'IS'"},
       {kFql, "Label ISA Q_Base", kSyntax, "at position 7: expected =, <>, <, <=, >, >= or LIKE, found 'ISA'"},
       {kFql, "Counts[-1] = 1", kSyntax, "at position 8: expected an array index, found '-1'"},
-      {kFql, "EVERY Counts = U8", kSyntax, "at position 16: expected a value to compare the elements with, found 'U8'"},
-      {kFql, "SELECT * FROM Q_Base", kSyntax, "at position 1: expected a property name or a value, found 'SELECT'"},
-      {kFql, "Label = \"a\" AND", kSyntax, "at position 16: expected a property name or a value, found the end of the query"},
+      {kFql, "EVERY Counts = U8", kSyntax,
+       "at position 16: expected a value to compare the elements with, found 'U8'"},
+      {kFql, "SELECT * FROM Q_Base", kSyntax,
+       "at position 1: expected a property name or a value, found 'SELECT'"},
+      {kFql, "Label = \"a\" AND", kSyntax,
+       "at position 16: expected a property name or a value, found the end of the query"},
   };
   for (const TRefusal& row : rows) ExpectRefused(row);
 }
 
 TEST(QuerySyntaxTest, LanguagesByTheirNames) {
   EQueryLanguage language;
-  const std::pair<const char*, EQueryLanguage> known[] = {
-      {"WQL", kWql}, {"wql", kWql}, {"DMTF:CQL", kCql}, {"CQL", kCql}, {"dmtf:cql", kCql}, {"DMTF:FQL", kFql}};
+  const std::pair<const char*, EQueryLanguage> known[] = {{"WQL", kWql}, {"wql", kWql},      {"DMTF:CQL", kCql},
+                                                          {"CQL", kCql}, {"dmtf:cql", kCql}, {"DMTF:FQL", kFql}};
   for (const auto& [name, expected] : known) {
     ASSERT_TRUE(QueryLanguageNamed(name, &language)) << name;
     EXPECT_EQ(language, expected) << name;
@@ -163,7 +173,8 @@ TEST(QuerySyntaxTest, BoundsOnHostileText) {
       {kWql, select + "Label = '" + std::string(kMaxQueryLength, 'x') + "'", kLimit,
        "at position 32769: a query longer than 32768 bytes"},
       {kWql, "SELECT " + repeated("P, ", kMaxSelectedProperties) + "P FROM Q_Base", kLimit,
-       "at position " + std::to_string(7 + 3 * kMaxSelectedProperties + 1) + ": more than 256 selected properties"},
+       "at position " + std::to_string(7 + 3 * kMaxSelectedProperties + 1) +
+           ": more than 256 selected properties"},
       {kFql, "Counts[1048577] = 1", kLimit, "at position 8: an array index above 1048576"},
   };
   for (const TRefusal& row : rows) ExpectRefused(row);
@@ -176,13 +187,7 @@ TEST(QuerySyntaxTest, BoundsOnHostileText) {
 TEST(QuerySyntaxTest, MangledTextIsRefusedOrBound) {
   boost::shared_ptr<ICIMNamespace> ns = QueryFixture();
   ASSERT_TRUE(ns);
-  std::vector<boost::shared_ptr<ICIMInstance>> instances;
-  ns->GetClass("Q_Base", TContext())->EnumerateInstances(
-      [&](boost::shared_ptr<ICIMInstance> instance) {
-        instances.push_back(instance);
-        return true;
-      },
-      true, TContext());
+  const std::vector<boost::shared_ptr<ICIMInstance>> instances = AllInstances(*ns, "Q_Base");
   const std::pair<EQueryLanguage, std::string> seeds[] = {
       {kWql, "SELECT Label, U8 FROM Q_Base WHERE (U8 > 1 OR Label LIKE 'a[b-c]%') AND NOT __THIS ISA Q_Sub"},
       {kCql, "SELECT B.Label FROM Q_Base AS B WHERE B.Counts[1] <> 2 AND B.When < '20240101110000.000000+000'"},
@@ -199,8 +204,8 @@ TEST(QuerySyntaxTest, MangledTextIsRefusedOrBound) {
     }
     for (const std::string& text : variants) {
       try {
-        const TBoundQuery query = TBoundQuery::Bind(TParsedQuery::Parse(language, text), ns,
-                                                    language == kFql ? "Q_Base" : "");
+        const TBoundQuery query =
+            TBoundQuery::Bind(TParsedQuery::Parse(language, text), ns, language == kFql ? "Q_Base" : "");
         for (const auto& instance : instances) query.Evaluate(*instance);
         ++bound;
       } catch (const TQueryError& e) {

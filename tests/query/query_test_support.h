@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/collected.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
@@ -25,6 +26,13 @@ inline boost::shared_ptr<ICIMNamespace> QueryFixture() {
   TMofLoader loader(ns);
   if (!loader.LoadFile(INMEM_QUERY_FIXTURE)) return nullptr;
   return ns;
+}
+
+// The instances of `className` and its subclasses, in enumeration order.
+inline std::vector<boost::shared_ptr<ICIMInstance>> AllInstances(ICIMNamespace& ns, const std::string& className) {
+  return Collected<ICIMInstance>([&](const TInstanceCallback& callback) {
+    ns.GetClass(className, TContext())->EnumerateInstances(callback, true, TContext());
+  });
 }
 
 // How a test names an instance: its Id, or its path when it has none.
