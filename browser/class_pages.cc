@@ -118,12 +118,12 @@ THttpAnswer TRepositoryPages::ClassPage(const std::string& name) {
   cls->EnumerateMethodDecls(
       [&](boost::shared_ptr<ICIMMethodDecl> method) {
         std::string parameters;
-        method->EnumerateParameters(
-            [&](boost::shared_ptr<ICIMParameterDecl> p) {
-              parameters += (parameters.empty() ? "" : ", ") + CIMTypeName(p->GetType(kNone)) + " " + p->GetName(kNone);
-              return true;
-            },
-            kNone);
+        for (const TDeclaredParameter& p : DeclaredParameters(*method, notes_.get())) {
+          const ECIMType type = p.decl->GetType(kNone);
+          std::string typeText = CIMTypeName(type);
+          if (!p.referenceClass.empty()) typeText = p.referenceClass + " ref" + (IsArrayType(type) ? "[]" : "");
+          parameters += (parameters.empty() ? "" : ", ") + typeText + " " + p.decl->GetName(kNone);
+        }
         body += "<li><code>" + Html(CIMTypeName(method->GetReturnType(kNone)) + " " + method->GetName(kNone) + "(" +
                                     parameters + ")") +
                 "</code> " + Origin(method->GetClass(kNone), *cls) + "</li>";
@@ -161,7 +161,7 @@ THttpAnswer TRepositoryPages::ClassPage(const std::string& name) {
           " (with those of subclasses)";
   if (instances > 0) body += ": <a href=\"/class/" + UrlEncoded(className) + "/instances\">show them</a>";
   std::ostringstream mof;
-  TMofWriter(mof).WriteClass(*cls);
+  TMofWriter(mof, notes_.get()).WriteClass(*cls);
   body += "</p><h2>MOF</h2><pre>" + Html(mof.str()) + "</pre>";
   return PageAnswer(http::status::ok, FramedPage(namespaceName_, className, body), kHtml, "/class/" + name);
 }

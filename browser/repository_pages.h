@@ -23,12 +23,14 @@
 #ifndef INMEM_BROWSER_REPOSITORY_PAGES_H_
 #define INMEM_BROWSER_REPOSITORY_PAGES_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_namespace.h"
+#include "mof/schema_notes.h"
 #include "server/cim_http_exchange.h"
 
 class TRepositoryPages {
@@ -36,8 +38,11 @@ class TRepositoryPages {
   // Instances shown on one page of a class's instances.
   static constexpr size_t kPageSize = 100;
 
-  TRepositoryPages(boost::shared_ptr<ICIMNamespace> ns, std::string namespaceName)
-      : ns_(std::move(ns)), namespaceName_(std::move(namespaceName)) {}
+  // `notes`, when given, are the schema notes of `ns`: a class's page shows
+  // its methods as their MOF declared them.
+  TRepositoryPages(boost::shared_ptr<ICIMNamespace> ns, std::string namespaceName,
+                   std::shared_ptr<const TSchemaNotes> notes = nullptr)
+      : ns_(std::move(ns)), namespaceName_(std::move(namespaceName)), notes_(std::move(notes)) {}
 
   // Adds a line to "what was loaded" on the overview ("MOF x.mof",
   // "inventory collected"), with the time it is noted.
@@ -57,6 +62,7 @@ class TRepositoryPages {
 
   boost::shared_ptr<ICIMNamespace> ns_;
   std::string namespaceName_;
+  std::shared_ptr<const TSchemaNotes> notes_;
   std::vector<std::string> loaded_;
 };
 

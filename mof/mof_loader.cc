@@ -249,6 +249,7 @@ bool TMofLoader::Load(F load) {
   int before = ErrorCount();
   filesLeft_ = kMaxFilesPerLoad;
   ns_ = home_;
+  notes_ = options_.notes;
   try {
     load();
   } catch (const TLoadStopped&) {
@@ -343,6 +344,7 @@ void TMofLoader::Pragma(const TMofPragma& pragma) {
       return;
     }
     ns_ = std::move(ns);
+    notes_ = options_.notesFor ? options_.notesFor(pragma.parameter) : nullptr;
     return;
   }
   const bool known = Is(pragma.name, "locale") || Is(pragma.name, "namespace");
@@ -585,7 +587,29 @@ void TMofLoader::LoadClass(const TMofClass& c) {
     }
     cls->AddToNamespace(TContext());
     ++counts_.classes;
+    NoteMethods(c);
   });
+}
+
+void TMofLoader::NoteMethods(const TMofClass& c) {
+  if (notes_ == nullptr) return;
+  notes_->ForgetClass(c.name);
+  for (const TMofFeature& feature : c.features) {
+    if (feature.kind != TMofFeature::kMethod) continue;
+    std::vector<TSchemaNotes::TParameter> parameters;
+    for (const TMofParameter& p : feature.parameters) {
+      std::string referenceClass;
+      if (p.type.type == kCIMTypeReference && !p.type.refClass.empty()) {
+        // As the repository spells the class; AddFeature found it (or it is
+        // the class itself). A reference read from CIM-XML may name none.
+        referenceClass = strcasecmp(p.type.refClass.c_str(), c.name.c_str()) == 0
+                             ? c.name
+                             : ns_->GetClass(p.type.refClass, TContext())->GetName(TContext());
+      }
+      parameters.push_back(TSchemaNotes::TParameter{p.name, referenceClass});
+    }
+    notes_->NoteMethod(c.name, feature.name, std::move(parameters));
+  }
 }
 
 void TMofLoader::AddFeature(const boost::shared_ptr<ICIMClass>& owner, const TMofFeature& feature) {

@@ -39,6 +39,11 @@
 // bytes of MOF read so far, and kAliasTextFloor more; a use past that is an
 // error.
 //
+// What MOF says of a class's methods that the repository does not keep
+// (the class of a reference parameter, the order of the parameters) goes
+// to the schema notes of the namespace, when the options name them, once
+// the class is entered.
+//
 // By default loading stops at the first error; with `keepGoing` it skips
 // the element and goes on, to report every error.
 
@@ -55,6 +60,7 @@
 #include "include/cim_namespace.h"
 #include "include/cim_named_element.h"
 #include "mof/mof_ast.h"
+#include "mof/schema_notes.h"
 
 // One MOF file as a reader hands it to the loader.
 struct TMofFile {
@@ -99,6 +105,13 @@ struct TMofLoadOptions {
   // namespace): the namespace of that name, or empty with the reason in
   // *why. Without it, the pragma changes nothing (a note).
   std::function<boost::shared_ptr<ICIMNamespace>(const std::string& name, std::string* why)> namespaceFor;
+  // Where the loader notes, for each class it enters, what the repository
+  // does not keep of its methods (mof/schema_notes.h): the notes of the
+  // loader's own namespace, and `notesFor` those of a namespace a pragma
+  // chose (by the name the pragma gave). Nothing is noted where either
+  // gives nullptr.
+  TSchemaNotes* notes = nullptr;
+  std::function<TSchemaNotes*(const std::string& name)> notesFor;
   // Which productions are entered: all when empty. The others are read (a
   // syntax error is still an error) and left out without a word; pragmas
   // always act. Loading a file twice, classes first and instances after,
@@ -199,10 +212,15 @@ class TMofLoader {
   template <typename F>
   void Guard(const TMofLocation& where, const std::string& what, F load);
 
+  // Notes what the class `c`, just entered, declared of its methods in
+  // place of what was noted of that class before.
+  void NoteMethods(const TMofClass& c);
+
   // The namespace productions go to: home_, or the one a namespace pragma
-  // chose.
+  // chose; and its notes (none when nullptr).
   boost::shared_ptr<ICIMNamespace> ns_;
   boost::shared_ptr<ICIMNamespace> home_;
+  TSchemaNotes* notes_ = nullptr;
   TMofLoadOptions options_;
   std::vector<TMofDiagnostic> diagnostics_;
   int errors_ = 0;  // reported, up to kMaxErrors

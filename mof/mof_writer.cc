@@ -4,6 +4,7 @@
 #include <set>
 #include <vector>
 
+#include "core/tyl_exception.h"
 #include "core/utf8.h"
 #include "include/cim_method_decl.h"
 #include "include/cim_parameter_decl.h"
@@ -216,20 +217,19 @@ void TMofWriter::WriteClass(ICIMClass& cls, bool showInherited) {
         out_ << "\n" << inheritedNote(owner) << Indented(QualifierList(*method), "   ") << "   "
              << TypeWord(method->GetReturnType(kNone)) << " " << method->GetName(kNone) << "(";
         std::string separator;
-        method->EnumerateParameters(
-            [&](boost::shared_ptr<ICIMParameterDecl> p) {
-              ECIMType type = p->GetType(kNone);
-              std::string qualifiers = QualifierList(*p);
-              for (char& c : qualifiers) c = c == '\n' ? ' ' : c;
-              out_ << separator << qualifiers
-                   << (ElementTypeOf(type) == kCIMTypeReference
-                           ? (owner ? owner->GetName(kNone) : cls.GetName(kNone)) + " REF"
-                           : TypeWord(type))
-                   << " " << p->GetName(kNone) << (IsArrayType(type) ? "[]" : "");
-              separator = ",\n        ";
-              return true;
-            },
-            kNone);
+        for (const TDeclaredParameter& p : DeclaredParameters(*method, notes_)) {
+          ECIMType type = p.decl->GetType(kNone);
+          std::string qualifiers = QualifierList(*p.decl);
+          for (char& c : qualifiers) c = c == '\n' ? ' ' : c;
+          std::string typeText = TypeWord(type);
+          if (ElementTypeOf(type) == kCIMTypeReference) {
+            const std::string fallback = owner ? owner->GetName(kNone) : cls.GetName(kNone);
+            typeText = (p.referenceClass.empty() ? fallback : p.referenceClass) + " REF";
+          }
+          out_ << separator << qualifiers << typeText << " " << p.decl->GetName(kNone)
+               << (IsArrayType(type) ? "[]" : "");
+          separator = ",\n        ";
+        }
         out_ << ");\n";
         return true;
       },
@@ -266,8 +266,9 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIM
       },
       true, kNone);
   // A class waits for the classes it needs: its superclass and the classes
-  // its references point at. A chain of references can be as long as the
-  // schema, so the walk keeps its own stack rather than recursing.
+  // its references (and, by the notes, its reference parameters) point at.
+  // A chain of references can be as long as the schema, so the walk keeps
+  // its own stack rather than recursing.
   struct TPending {
     boost::shared_ptr<ICIMClass> cls;
     std::vector<boost::shared_ptr<ICIMClass>> needs;
@@ -288,6 +289,15 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIM
           return true;
         },
         kNone);
+    if (notes_ != nullptr) {
+      for (const std::string& name : notes_->ReferencedClasses(cls->GetName(kNone))) {
+        try {
+          entry.needs.push_back(ns.GetClass(name, kNone));
+        } catch (const TTYLException&) {
+          // gone since: the parameter is written as the notes have it
+        }
+      }
+    }
     pending.push_back(std::move(entry));
   };
   for (const auto& cls : all) {

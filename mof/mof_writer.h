@@ -6,8 +6,13 @@
 // Only what a class declares itself is written: inherited declarations and
 // qualifiers taken over unchanged from the superclass come back on reload.
 // The repository keeps only the type of a reference parameter, not its
-// class; such parameters are written as references to the method's own
-// class, which reloads to the same declaration.
+// class, and lists a method's parameters by name: with the namespace's
+// schema notes (mof/schema_notes.h) parameters are written in their
+// declared order, each reference with its class (which is then written
+// before the class that refers to it); a method the notes do not know
+// keeps the repository's order, and its reference parameters are written
+// as references to the method's own class, which reloads to the same
+// declaration.
 
 #ifndef INMEM_MOF_MOF_WRITER_H_
 #define INMEM_MOF_MOF_WRITER_H_
@@ -21,6 +26,7 @@
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
 #include "include/cim_namespace.h"
+#include "mof/schema_notes.h"
 
 // A value as a MOF literal: "text" with escapes, 'c', TRUE, NULL, {a, b},
 // 1.5, INF. Every value of every type has a literal that the loader reads
@@ -30,7 +36,8 @@ std::string MofLiteral(const TCIMValue& value);
 
 class TMofWriter {
  public:
-  explicit TMofWriter(std::ostream& out) : out_(out) {}
+  // `notes`, when given, are those of the namespace written.
+  explicit TMofWriter(std::ostream& out, const TSchemaNotes* notes = nullptr) : out_(out), notes_(notes) {}
 
   // Everything: qualifier declarations, classes, instances (those `keep`
   // accepts, when it is given).
@@ -44,6 +51,7 @@ class TMofWriter {
 
  private:
   std::ostream& out_;
+  const TSchemaNotes* notes_;
 };
 
 #endif  // INMEM_MOF_MOF_WRITER_H_

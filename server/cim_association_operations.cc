@@ -5,8 +5,10 @@
 // references walk (indexed by the instances they point at); the far ends are
 // every other reference of each, as DSP0200 defines an associator, each
 // result once. On a class, the association classes are those the repository
-// records on the class and its ancestors.
+// records on the class and its ancestors, and the far ends are the other
+// ends from every end the class can stand at.
 
+#include <algorithm>
 #include <set>
 
 #include "core/ascii.h"
@@ -224,6 +226,32 @@ std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::AssociatorsOf(ICIMI
   return out;
 }
 
+// The ends of an association class: each reference declaration with the
+// class it refers to.
+struct TAssociationEnd {
+  std::string name;
+  boost::shared_ptr<ICIMClass> target;
+};
+
+static std::vector<TAssociationEnd> EndsOf(ICIMClass& association) {
+  std::vector<TAssociationEnd> ends;
+  association.EnumeratePropertyDecls(
+      [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
+        const TCIMValue& prototype = decl->GetDefaultValue(kNone);
+        if (!prototype.IsReference() || !prototype.GetReferencedClass()) return true;
+        ends.push_back(TAssociationEnd{decl->GetName(kNone), prototype.GetReferencedClass()});
+        return true;
+      },
+      kNone);
+  return ends;
+}
+
+// Whether `source` can stand at `end`: the end refers to it or to an
+// ancestor, and is the `role` named (any when empty).
+static bool CanPlay(ICIMClass& source, const TAssociationEnd& end, const std::string& role) {
+  return (role.empty() || EqualsFoldingAscii(end.name, role)) && source.IsSubclassOf(end.target, kNone);
+}
+
 std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::ReferenceClassesOf(ICIMClass& source, TCall& call,
                                                                              const char* resultClassParameter) {
   boost::shared_ptr<ICIMClass> filter =
@@ -231,10 +259,18 @@ std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::ReferenceClassesOf(ICI
   const std::string role = call.reader.String(call.Parameter("Role")).value_or("");
   std::vector<boost::shared_ptr<ICIMClass>> out;
   std::set<const ICIMClass*> seen;
+  // The repository finds the associations of the class and its ancestors;
+  // the role is checked here against every end the source can stand at (a
+  // class may stand at several: a capabilities class is a managed element
+  // too), where the repository looks only at the ancestor the association
+  // was filed under.
   source.EnumerateAssociationClasses([&](boost::shared_ptr<ICIMClass> a) {
-    AddOnce(out, seen, std::move(a));
+    const std::vector<TAssociationEnd> ends = EndsOf(*a);
+    if (std::any_of(ends.begin(), ends.end(), [&](const TAssociationEnd& end) { return CanPlay(source, end, role); })) {
+      AddOnce(out, seen, std::move(a));
+    }
     return true;
-  }, filter ? filter->GetName(kNone) : std::string(), role, kNone);
+  }, filter ? filter->GetName(kNone) : std::string(), std::string(), kNone);
   return out;
 }
 
@@ -246,28 +282,16 @@ std::vector<boost::shared_ptr<ICIMClass>> TCimOperations::AssociatorClassesOf(IC
   std::vector<boost::shared_ptr<ICIMClass>> out;
   std::set<const ICIMClass*> seen;
   for (const auto& association : ReferenceClassesOf(source, call, "AssocClass")) {
-    bool ownEndSeen = false;
-    association->EnumeratePropertyDecls(
-        [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
-          const TCIMValue& prototype = decl->GetDefaultValue(kNone);
-          if (!prototype.IsReference()) return true;
-          boost::shared_ptr<ICIMClass> target = prototype.GetReferencedClass();
-          if (!target) return true;
-          const std::string& name = decl->GetName(kNone);
-          // The source's own end: the Role property, or else the first
-          // reference to the source class or an ancestor of it.
-          const bool ownEnd = role.empty() ? !ownEndSeen && source.IsSubclassOf(target, kNone)
-                                           : EqualsFoldingAscii(name, role);
-          if (ownEnd) {
-            ownEndSeen = true;
-            return true;
-          }
-          if (!resultRole.empty() && !EqualsFoldingAscii(name, resultRole)) return true;
-          if (resultClass && !target->IsSubclassOf(resultClass, kNone)) return true;
-          AddOnce(out, seen, std::move(target));
-          return true;
-        },
-        kNone);
+    const std::vector<TAssociationEnd> ends = EndsOf(*association);
+    // Every end the source can stand at, and from each every other end.
+    for (const TAssociationEnd& own : ends) {
+      if (!CanPlay(source, own, role)) continue;
+      for (const TAssociationEnd& far : ends) {
+        if (&far == &own || (!resultRole.empty() && !EqualsFoldingAscii(far.name, resultRole))) continue;
+        if (resultClass && !far.target->IsSubclassOf(resultClass, kNone)) continue;
+        AddOnce(out, seen, far.target);
+      }
+    }
   }
   return out;
 }
@@ -280,7 +304,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Walk(TCall& call, bool associator
     boost::shared_ptr<ICIMClass> source = FindClass(call, name, kCimInvalidParameter);
     std::vector<boost::shared_ptr<ICIMClass>> classes =
         associators ? AssociatorClassesOf(*source, call) : ReferenceClassesOf(*source, call, "ResultClass");
-    auto options = ReadObjectOptions(call.reader, call.request, false, false);
+    auto options = call.ClassOptions(false, false);
     return std::make_unique<TCimMethodResponse>(
         call.head, EachOf(std::move(classes), [options, namesOnly](TCimXmlWriter& w,
                                                                    const boost::shared_ptr<ICIMClass>& c) {

@@ -161,7 +161,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
       throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
                                             Printable(request.method) + " is not supported");
     }
-    TCall call{request, space->name, space->ns,
+    TCall call{request, space->name, space->ns, space->notes,
                TCimXmlReader(space->ns, space->name, PathTextBudget(request.documentBytes)), head, record};
     return (this->*handler->second)(call);
   } catch (const TCimError& e) {
@@ -226,7 +226,7 @@ std::unique_ptr<TResponseBody> TCimOperations::GetClass(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
   boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimNotFound);
-  auto options = ReadObjectOptions(call.reader, call.request, true, true);
+  auto options = call.ClassOptions(true, true);
   return std::make_unique<TCimMethodResponse>(
       call.head, OneItem([cls, options](TCimXmlWriter& w) { w.Class(*cls, options->options); }));
 }
@@ -244,7 +244,7 @@ std::unique_ptr<TResponseBody> TCimOperations::ClassEnumeration(TCall& call, boo
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
   boost::shared_ptr<ICIMClass> top = name.empty() ? call.ns->GetClass("", kNone) : FindClass(call, name, kCimInvalidClass);
-  auto options = ReadObjectOptions(call.reader, call.request, true, true);
+  auto options = call.ClassOptions(true, true);
   return std::make_unique<TCimMethodResponse>(
       call.head, EachOf(Subclasses(*top, call.Boolean("DeepInheritance", false)),
                         [options, namesOnly](TCimXmlWriter& w, const boost::shared_ptr<ICIMClass>& c) {

@@ -12,9 +12,31 @@
 #include <string>
 #include <vector>
 
+#include "mof/schema_notes.h"
 #include "server/cim_operations.h"
 #include "server/cimxml_reader.h"
 #include "server/cimxml_writer.h"
+
+// The options of the objects a response writes, with the property list they
+// point into; shared by the response's items, which outlive the call.
+struct TObjectOptions {
+  std::optional<std::set<std::string>> propertyList;
+  TCimObjectOptions options;
+  // Keeps the class `options.declaredBy` points at, and the notes
+  // `options.notes` points at.
+  boost::shared_ptr<ICIMClass> declaredBy;
+  std::shared_ptr<const TSchemaNotes> notes;
+
+  TObjectOptions() = default;
+  TObjectOptions(const TObjectOptions&) = delete;
+  TObjectOptions& operator=(const TObjectOptions&) = delete;
+};
+
+// Reads LocalOnly, IncludeQualifiers, IncludeClassOrigin and PropertyList
+// with the defaults given.
+std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
+                                                  const TCimRequest& request, bool localOnly,
+                                                  bool includeQualifiers);
 
 struct TCimOperations::TCall {
   const TCimRequest& request;
@@ -22,6 +44,8 @@ struct TCimOperations::TCall {
   // repository.
   std::string namespaceName;
   boost::shared_ptr<ICIMNamespace> ns;
+  // The schema notes kept beside the repository (never null).
+  std::shared_ptr<TSchemaNotes> notes;
   TCimXmlReader reader;
   TCimResponseHead head;
   TCallRecord* record;
@@ -39,26 +63,15 @@ struct TCimOperations::TCall {
   bool Boolean(const char* name, bool byDefault) const {
     return reader.Boolean(Parameter(name), byDefault);
   }
+  // The options of the classes a response writes: ReadObjectOptions, with
+  // the namespace's schema notes.
+  std::shared_ptr<TObjectOptions> ClassOptions(bool localOnly, bool includeQualifiers) const {
+    std::shared_ptr<TObjectOptions> o = ReadObjectOptions(reader, request, localOnly, includeQualifiers);
+    o->notes = notes;
+    o->options.notes = notes.get();
+    return o;
+  }
 };
-
-// The options of the objects a response writes, with the property list they
-// point into; shared by the response's items, which outlive the call.
-struct TObjectOptions {
-  std::optional<std::set<std::string>> propertyList;
-  TCimObjectOptions options;
-  // Keeps the class `options.declaredBy` points at.
-  boost::shared_ptr<ICIMClass> declaredBy;
-
-  TObjectOptions() = default;
-  TObjectOptions(const TObjectOptions&) = delete;
-  TObjectOptions& operator=(const TObjectOptions&) = delete;
-};
-
-// Reads LocalOnly, IncludeQualifiers, IncludeClassOrigin and PropertyList
-// with the defaults given.
-std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
-                                                  const TCimRequest& request, bool localOnly,
-                                                  bool includeQualifiers);
 
 // Items that write each element of `elements` in turn with `write`.
 template <typename T, typename F>

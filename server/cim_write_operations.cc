@@ -261,7 +261,9 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateClass(TCall& call) {
       throw TCimError(kCimInvalidSuperclass, "no superclass named " + Printable(c.superName));
     }
   }
-  TMofLoader loader(call.ns);
+  TMofLoadOptions options;
+  options.notes = call.notes.get();
+  TMofLoader loader(call.ns, options);
   if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
   ++changes_;
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());

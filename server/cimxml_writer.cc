@@ -12,6 +12,7 @@
 #include "include/cim_property_decl.h"
 #include "include/cim_qualifier.h"
 #include "include/cim_qualifier_decl.h"
+#include "mof/schema_notes.h"
 
 namespace {
 
@@ -39,6 +40,48 @@ bool Wanted(const TCimObjectOptions& options, const std::string& name) {
 
 std::string NameOf(const boost::shared_ptr<ICIMClass>& cls) {
   return cls ? cls->GetName(kNone) : std::string();
+}
+
+// The qualifier `name` of `element`, or empty. (Elements differ in which
+// lookup they answer and in how they report absence; every one lists.)
+boost::shared_ptr<ICIMQualifier> FindQualifier(const ICIMNamedElement& element, const std::string& name) {
+  boost::shared_ptr<ICIMQualifier> found;
+  element.EnumerateQualifiers(
+      [&](boost::shared_ptr<ICIMQualifier> q) {
+        if (EqualsFoldingAscii(q->GetName(kNone), name)) found = std::move(q);
+        return !found;
+      },
+      kNone);
+  return found;
+}
+
+// Whether `q` is a to-subclass qualifier of `overridden` taken over as it
+// is: the same value and flavor.
+bool TakenOver(const ICIMNamedElement& overridden, const ICIMQualifier& q) {
+  boost::shared_ptr<ICIMQualifier> base = FindQualifier(overridden, q.GetName(kNone));
+  if (!base || (base->GetFlavor(kNone) & ICIMQualifierDecl::kFlavorToSubclass) == 0) return false;
+  return base->GetFlavor(kNone) == q.GetFlavor(kNone) && base->GetValue(kNone) == q.GetValue(kNone);
+}
+
+// The name an element's Override qualifier gives, or empty.
+std::string OverrideOf(const ICIMNamedElement& element) {
+  boost::shared_ptr<ICIMQualifier> q = FindQualifier(element, "Override");
+  if (!q || q->GetValue(kNone).IsNull() || q->GetValue(kNone).GetType() != kCIMTypeString) return std::string();
+  return q->GetValue(kNone).GetString();
+}
+
+// The superclass's property or method that `element` (declared by `cls`)
+// overrides, or empty.
+template <typename Decl, typename Lookup>
+boost::shared_ptr<Decl> Overridden(ICIMClass& cls, const ICIMNamedElement& element, Lookup lookup) {
+  const std::string name = OverrideOf(element);
+  boost::shared_ptr<ICIMClass> super = cls.IsTopLevel(kNone) ? nullptr : cls.GetSuperClass(kNone);
+  if (name.empty() || !super) return nullptr;
+  try {
+    return lookup(*super, name);
+  } catch (const TTYLException&) {
+    return nullptr;
+  }
 }
 
 }  // namespace
@@ -186,11 +229,14 @@ void TCimXmlWriter::ClassPath(const std::string& className) {
   out_.Close();
 }
 
-void TCimXmlWriter::Qualifiers(const ICIMNamedElement& element, bool localOnly) {
+void TCimXmlWriter::Qualifiers(const ICIMNamedElement& element, bool localOnly, const TQualifierOrigin& origin) {
   element.EnumerateQualifiers(
       [&](boost::shared_ptr<ICIMQualifier> q) {
-        const bool propagated = q->IsPropagated(kNone);
+        const bool passedOn = (q->GetFlavor(kNone) & ICIMQualifierDecl::kFlavorToSubclass) != 0;
+        if (origin.inherited && !passedOn) return true;  // stays with the class that declares the element
         const TCIMValue& value = q->GetValue(kNone);
+        const bool propagated = q->IsPropagated(kNone) || (origin.inherited && passedOn) ||
+                                (origin.overridden != nullptr && TakenOver(*origin.overridden, *q));
         if ((localOnly && propagated) || ElementTypeOf(value.GetType()) == kCIMTypeReference) {
           return true;
         }
@@ -275,7 +321,16 @@ void TCimXmlWriter::Class(ICIMClass& cls, const TCimObjectOptions& options) {
           out_.Attr("TYPE", ElementTypeOf(type) == kCIMTypeReference ? "string" : TypeName(type));
         }
         originAttributes(origin);
-        if (options.includeQualifiers) Qualifiers(*decl, options.localOnly);
+        if (options.includeQualifiers) {
+          TQualifierOrigin from{origin.get() != &cls, nullptr};
+          boost::shared_ptr<ICIMPropertyDecl> overridden;
+          if (!from.inherited) {
+            overridden = Overridden<ICIMPropertyDecl>(
+                cls, *decl, [](ICIMClass& super, const std::string& n) { return super.GetPropertyDecl(n, kNone); });
+          }
+          from.overridden = overridden.get();
+          Qualifiers(*decl, options.localOnly, from);
+        }
         Value(value);
         out_.Close();
         return true;
@@ -292,21 +347,29 @@ void TCimXmlWriter::Class(ICIMClass& cls, const TCimObjectOptions& options) {
           out_.Attr("TYPE", TypeName(result));
         }
         originAttributes(origin);
-        if (options.includeQualifiers) Qualifiers(*method, options.localOnly);
-        method->EnumerateParameters(
-            [&](boost::shared_ptr<ICIMParameterDecl> parameter) {
-              const ECIMType type = parameter->GetType(kNone);
-              const bool reference = ElementTypeOf(type) == kCIMTypeReference;
-              const bool array = IsArrayType(type);
-              out_.Open(reference ? (array ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE")
-                                  : (array ? "PARAMETER.ARRAY" : "PARAMETER"));
-              out_.Attr("NAME", parameter->GetName(kNone));
-              if (!reference) out_.Attr("TYPE", TypeName(type));
-              if (options.includeQualifiers) Qualifiers(*parameter, options.localOnly);
-              out_.Close();
-              return true;
-            },
-            kNone);
+        const bool inherited = origin.get() != &cls;
+        boost::shared_ptr<ICIMMethodDecl> overridden;
+        if (!inherited && options.includeQualifiers) {
+          overridden = Overridden<ICIMMethodDecl>(
+              cls, *method, [](ICIMClass& super, const std::string& n) { return super.GetMethodDecl(n, kNone); });
+        }
+        if (options.includeQualifiers) Qualifiers(*method, options.localOnly, {inherited, overridden.get()});
+        for (const TDeclaredParameter& parameter : DeclaredParameters(*method, options.notes)) {
+          const ECIMType type = parameter.decl->GetType(kNone);
+          const bool reference = ElementTypeOf(type) == kCIMTypeReference;
+          const bool array = IsArrayType(type);
+          out_.Open(reference ? (array ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE")
+                              : (array ? "PARAMETER.ARRAY" : "PARAMETER"));
+          out_.Attr("NAME", parameter.decl->GetName(kNone));
+          if (!reference) out_.Attr("TYPE", TypeName(type));
+          if (!parameter.referenceClass.empty()) out_.Attr("REFERENCECLASS", parameter.referenceClass);
+          if (options.includeQualifiers) {
+            boost::shared_ptr<ICIMParameterDecl> base;
+            if (overridden) base = overridden->GetParameter(parameter.decl->GetName(kNone), kNone);
+            Qualifiers(*parameter.decl, options.localOnly, {inherited, base.get()});
+          }
+          out_.Close();
+        }
         out_.Close();
         return true;
       },

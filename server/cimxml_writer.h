@@ -28,6 +28,7 @@ class ICIMClass;
 class ICIMInstance;
 class ICIMNamedElement;
 class ICIMQualifierDecl;
+class TSchemaNotes;
 
 // Which parts of a class or instance a request asked for.
 struct TCimObjectOptions {
@@ -41,6 +42,10 @@ struct TCimObjectOptions {
   // When set (an enumeration without deep inheritance), only the properties
   // this class declares.
   ICIMClass* declaredBy = nullptr;
+  // The schema notes of the namespace (mof/schema_notes.h): a class's
+  // method parameters are written in their declared order, and a reference
+  // parameter with its REFERENCECLASS, where they have them.
+  const TSchemaNotes* notes = nullptr;
 };
 
 class TCimXmlWriter {
@@ -71,9 +76,20 @@ class TCimXmlWriter {
   void NamespacePath(const std::string& namespaceName);
   void KeyBinding(const std::string& name, const TCIMValue& value);
   void ReferenceValue(const TCIMReference& path);
+  // How the qualifiers of a class's property, method or parameter came to
+  // it, for PROPAGATED: an element inherited whole passes on its
+  // to-subclass qualifiers (and not its restricted ones); an element the
+  // class declares itself to override another holds, propagated, those of
+  // the overridden element's to-subclass qualifiers it has unchanged (the
+  // repository keeps no mark of them, and cannot tell them from ones the
+  // subclass gave again with the same value, which mean the same).
+  struct TQualifierOrigin {
+    bool inherited;
+    const ICIMNamedElement* overridden;  // or nullptr
+  };
   // The qualifiers of `element`; with `localOnly`, not those taken over
   // unchanged from a base element.
-  void Qualifiers(const ICIMNamedElement& element, bool localOnly);
+  void Qualifiers(const ICIMNamedElement& element, bool localOnly, const TQualifierOrigin& origin = {false, nullptr});
   void ScalarText(const TCIMValue& value);
 
   TXmlOut& out_;

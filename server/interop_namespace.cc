@@ -109,6 +109,7 @@ void TInteropNamespace::Start() {
   TMofLoadOptions options;
   options.keepDefinedClasses = true;
   options.keepDeclaredQualifiers = true;
+  options.notes = Entry().notes.get();
   TMofLoader loader(Entry().ns, options);
   if (!loader.LoadText("interop_schema.mof", kInteropSchemaMof)) {
     for (const TMofDiagnostic& d : loader.Diagnostics()) {

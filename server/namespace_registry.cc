@@ -57,7 +57,8 @@ std::vector<const TNamespaceRegistry::TEntry*> TNamespaceRegistry::Entries() con
 }
 
 const TNamespaceRegistry::TEntry& TNamespaceRegistry::Add(const std::string& name,
-                                                          boost::shared_ptr<ICIMNamespace> ns) {
+                                                          boost::shared_ptr<ICIMNamespace> ns,
+                                                          std::shared_ptr<TSchemaNotes> notes) {
   std::string_view trimmed = name;
   while (!trimmed.empty() && trimmed.front() == '/') trimmed.remove_prefix(1);
   while (!trimmed.empty() && trimmed.back() == '/') trimmed.remove_suffix(1);
@@ -70,6 +71,7 @@ const TNamespaceRegistry::TEntry& TNamespaceRegistry::Add(const std::string& nam
   TEntry& entry = byKey_[key];
   entry.name = std::string(trimmed);
   entry.ns = std::move(ns);
+  entry.notes = notes ? std::move(notes) : std::make_shared<TSchemaNotes>();
   TNamespaceDirectory::Register(key, entry.ns);
   Changed();
   return entry;
@@ -84,10 +86,12 @@ bool TNamespaceRegistry::Remove(std::string_view name) {
   return true;
 }
 
-void TNamespaceRegistry::Replace(std::string_view name, boost::shared_ptr<ICIMNamespace> ns) {
+void TNamespaceRegistry::Replace(std::string_view name, boost::shared_ptr<ICIMNamespace> ns,
+                                 std::shared_ptr<TSchemaNotes> notes) {
   auto it = byKey_.find(TNamespaceDirectory::Key(name));
   if (it == byKey_.end()) throw std::invalid_argument("no namespace " + Printable(std::string(name)));
   it->second.ns = std::move(ns);
+  it->second.notes = notes ? std::move(notes) : std::make_shared<TSchemaNotes>();
   TNamespaceDirectory::Register(it->first, it->second.ns);
   Changed();
 }

@@ -9,6 +9,12 @@
 // is here, so that an object path naming it resolves in it from any other
 // namespace.
 //
+// Each namespace has its schema notes beside its repository
+// (mof/schema_notes.h: what its MOF declared that the repository does not
+// keep), made empty with the namespace unless the host hands them in with
+// a repository it filled; whatever loads MOF into a namespace or writes its
+// classes uses that entry's notes.
+//
 // Observers (OnChange) hear of every namespace added, removed or replaced,
 // after the change: the Interop namespace keeps its CIM_Namespace instances
 // true that way.
@@ -20,6 +26,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +34,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_namespace.h"
+#include "mof/schema_notes.h"
 
 class TNamespaceRegistry {
  public:
@@ -35,6 +43,7 @@ class TNamespaceRegistry {
   struct TEntry {
     std::string name;
     boost::shared_ptr<ICIMNamespace> ns;
+    std::shared_ptr<TSchemaNotes> notes;  // never null
   };
 
   explicit TNamespaceRegistry(TFactory newNamespace);
@@ -54,16 +63,20 @@ class TNamespaceRegistry {
 
   // A new, empty repository from the factory, not yet served.
   boost::shared_ptr<ICIMNamespace> NewRepository() const { return factory_(); }
-  // Serves `ns` as `name`. Throws std::invalid_argument when the name is not
-  // valid or is taken.
-  const TEntry& Add(const std::string& name, boost::shared_ptr<ICIMNamespace> ns);
+  // Serves `ns` as `name`, with `notes` (the notes of the MOF loaded into
+  // it; new, empty ones when null). Throws std::invalid_argument when the
+  // name is not valid or is taken.
+  const TEntry& Add(const std::string& name, boost::shared_ptr<ICIMNamespace> ns,
+                    std::shared_ptr<TSchemaNotes> notes = nullptr);
   // A new, empty namespace called `name`; throws as Add does.
   const TEntry& Create(const std::string& name) { return Add(name, NewRepository()); }
   // Stops serving `name`; false when there is no such namespace.
   bool Remove(std::string_view name);
   // Serves `ns` in place of the repository of the namespace `name`, which
-  // must exist.
-  void Replace(std::string_view name, boost::shared_ptr<ICIMNamespace> ns);
+  // must exist, with `notes` in place of its notes (new, empty ones when
+  // null: the old ones describe the old repository).
+  void Replace(std::string_view name, boost::shared_ptr<ICIMNamespace> ns,
+               std::shared_ptr<TSchemaNotes> notes = nullptr);
 
   void OnChange(std::function<void()> observer) { observers_.push_back(std::move(observer)); }
 

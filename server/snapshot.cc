@@ -23,7 +23,7 @@ bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::str
   mof << "// inmem snapshot: every namespace served, as MOF\n";
   for (const TSnapshotSection& section : sections) {
     mof << "\n#pragma namespace (\"" << section.name << "\")\n\n";
-    TMofWriter(mof).WriteNamespace(*section.ns, section.keep);
+    TMofWriter(mof, section.notes).WriteNamespace(*section.ns, section.keep);
   }
   const std::string text = mof.str();
   const std::string temporary = path + ".tmp";
@@ -63,7 +63,12 @@ bool LoadSnapshot(TNamespaceRegistry& namespaces, const std::string& home, const
       return boost::shared_ptr<ICIMNamespace>();
     }
   };
-  *loader = std::make_unique<TMofLoader>(homeEntry != nullptr ? homeEntry->ns : namespaces.Create(home).ns,
-                                         std::move(options));
+  options.notesFor = [&namespaces](const std::string& name) {
+    const TNamespaceRegistry::TEntry* entry = namespaces.Find(name);
+    return entry != nullptr ? entry->notes.get() : nullptr;
+  };
+  if (homeEntry == nullptr) homeEntry = &namespaces.Create(home);
+  options.notes = homeEntry->notes.get();
+  *loader = std::make_unique<TMofLoader>(homeEntry->ns, std::move(options));
   return (*loader)->LoadFile(path);
 }

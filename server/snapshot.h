@@ -21,12 +21,16 @@ class ICIMInstance;
 class ICIMNamespace;
 class TMofLoader;
 class TNamespaceRegistry;
+class TSchemaNotes;
 
 struct TSnapshotSection {
   std::string name;
   ICIMNamespace* ns = nullptr;
   // The instances written; all when empty.
   std::function<bool(ICIMInstance&)> keep;
+  // The namespace's schema notes, so that methods come back as their MOF
+  // declared them; none when nullptr.
+  const TSchemaNotes* notes = nullptr;
 };
 
 // False, with the reason in *error, when the snapshot cannot be written.
@@ -35,7 +39,7 @@ bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::str
 // Loads the snapshot at `path` into `namespaces`: each section into the
 // namespace it names, made empty when the registry has none of that name;
 // what comes before the first section (a snapshot of a server of one
-// namespace) into `home`. True when it loaded without an error; the
+// namespace) into `home`. Each namespace's schema notes are filled too. True when it loaded without an error; the
 // loader keeps the diagnostics.
 bool LoadSnapshot(TNamespaceRegistry& namespaces, const std::string& home, const std::string& path,
                   std::unique_ptr<TMofLoader>* loader);

@@ -78,7 +78,7 @@ bool IsFolder(const std::string& path) {
 // This machine's inventory: the bundled schema filled by the collector.
 // The bundled schema is loaded first unless the namespace already has it.
 // What the collector left out is noted with -v.
-int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns, TSchemaNotes* notes,
               const std::string& root, TRepositoryCommands& commands) {
   if (!IsFolder(root)) {
     return commands.Fail(kExitUsage, "inventory: --root " + Printable(root) + ": no such folder");
@@ -88,6 +88,7 @@ int Inventory(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& n
   } catch (const TTYLException&) {
     TMofLoadOptions loadOptions;
     loadOptions.keepDeclaredQualifiers = true;  // beside another schema, its declarations stay
+    loadOptions.notes = notes;
     TMofLoader loader(ns, loadOptions);
     if (!LoadFiles(options, {InventorySchemaPath()}, loader, false)) {
       return commands.LoadFailed(loader);
@@ -155,7 +156,7 @@ struct TCommandLine {
   }
 
   // Runs the parsed command; kExitUsage when none was given.
-  int Run(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
+  int Run(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns, TSchemaNotes* notes,
           TRepositoryCommands& commands) {
     if (classes->parsed()) return commands.Classes(tree);
     if (cls->parsed()) return commands.Class(name);
@@ -165,7 +166,7 @@ struct TCommandLine {
     if (associators->parsed()) return commands.Associators(name, filters);
     if (references->parsed()) return commands.References(name, filters);
     if (exportCommand->parsed()) return commands.Export();
-    if (inventory->parsed()) return Inventory(options, ns, root, commands);
+    if (inventory->parsed()) return Inventory(options, ns, notes, root, commands);
     if (query->parsed()) return commands.Query(name, queryLanguage, queryClass);
     return kExitUsage;
   }
@@ -196,7 +197,7 @@ std::vector<std::string> SplitLine(const std::string& line) {
 
 // Reads commands until "quit", end of input or an empty line at the end;
 // with a terminal, lines are edited and kept in a history.
-int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
+int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns, TSchemaNotes* notes) {
   bool terminal = isatty(STDIN_FILENO) != 0;
   const char* home = std::getenv("HOME");
   std::string historyFile = std::string(home != nullptr ? home : ".") + "/.inmem_history";
@@ -220,7 +221,7 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
     app.require_subcommand(1);
     TCommandLine command;
     command.Declare(app);
-    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
+    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr, notes);
     bool known = words[0] == "help";
     for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->get_name() == words[0];
     if (!known) {
@@ -241,7 +242,7 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns) {
       continue;
     }
     try {
-      status = command.Run(options, ns, commands);
+      status = command.Run(options, ns, notes, commands);
     } catch (const TTYLException& e) {
       status = commands.Fail(kExitNotFound, Refused(e));
     }
@@ -307,10 +308,14 @@ int main(int argc, char** argv) {
   TRootObject::SetCoreLogger(&logger);
   int status = kExitOk;
   boost::shared_ptr<ICIMNamespace> ns;
+  // What the MOF declares of methods that the repository does not keep,
+  // for the commands (and the server) that write classes.
+  auto notes = std::make_shared<TSchemaNotes>();
   try {
     ns = NewNamespace(options);
     TMofLoadOptions loadOptions;
     loadOptions.includePaths = options.includePaths;
+    loadOptions.notes = notes.get();
     loadOptions.keepGoing = options.keepGoing || check->parsed();
     TMofLoader loader(ns, loadOptions);
     std::vector<std::string> files;
@@ -325,20 +330,20 @@ int main(int argc, char** argv) {
       serveOptions.loadSnapshot = true;
     }
     bool loaded = LoadFiles(options, files, loader, loadOptions.keepGoing);
-    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr);
+    TRepositoryCommands commands(ns, options.format == "json", std::cout, std::cerr, notes.get());
     if (check->parsed()) {
       status = commands.Check(loader);
     } else if (!loaded) {
       status = commands.LoadFailed(loader);
     } else if (shell->parsed()) {
-      status = Shell(options, ns);
+      status = Shell(options, ns, notes.get());
     } else if (serve->parsed()) {
-      status = Serve(serveOptions, ns, files, [&] { return NewNamespace(options); }, InventorySchemaPath(),
+      status = Serve(serveOptions, ns, notes, files, [&] { return NewNamespace(options); }, InventorySchemaPath(),
                      options.plugin);
     } else if (graph->parsed()) {
       status = Graph(*ns, ns, graphClass->parsed(), graphOf, hops, graphFormat, std::cout);
     } else {
-      status = command.Run(options, ns, commands);
+      status = command.Run(options, ns, notes.get(), commands);
     }
   } catch (const TTYLException& e) {
     // Failures of the plug-in or the repository that no command reports.

@@ -27,8 +27,8 @@ std::vector<boost::shared_ptr<ICIMClass>> AllClasses(ICIMNamespace& ns) {
       [&](const auto& callback) { ns.GetClass("", kNone)->EnumerateSubclasses(callback, true, kNone); });
 }
 
-bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, const std::string& schema,
-                std::string* error) {
+bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& shared, TSchemaNotes* notes,
+                const std::string& schema, std::string* error) {
   try {
     ns.GetClass(kSystemClass, kNone);
     return true;
@@ -36,6 +36,7 @@ bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& share
   }
   TMofLoadOptions options;
   options.keepDeclaredQualifiers = true;  // beside another schema, its declarations stay
+  options.notes = notes;
   TMofLoader loader(shared, options);
   if (loader.LoadFile(schema)) return true;
   for (const TMofDiagnostic& d : loader.Diagnostics()) {
@@ -63,10 +64,11 @@ void HandCacheStates(const std::string& plugin, const TCacheStates& states, ICIM
       ->EnumerateInstances([](boost::shared_ptr<ICIMInstance>) { return true; }, false, kNone);
 }
 
-TInventoryFeed::TInventoryFeed(boost::shared_ptr<ICIMNamespace> served,
+TInventoryFeed::TInventoryFeed(boost::shared_ptr<ICIMNamespace> served, TSchemaNotes* notes,
                                std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace,
                                std::string schema, std::string root, std::string plugin)
     : served_(std::move(served)),
+      schemaNotes_(notes),
       newNamespace_(std::move(newNamespace)),
       schema_(std::move(schema)),
       root_(std::move(root)),
@@ -75,7 +77,8 @@ TInventoryFeed::TInventoryFeed(boost::shared_ptr<ICIMNamespace> served,
 bool TInventoryFeed::Refresh(std::string* error) {
   notes_.clear();
   boost::shared_ptr<ICIMNamespace> scratch = newNamespace_();
-  if (!LoadSchema(*scratch, scratch, schema_, error) || !LoadSchema(*served_, served_, schema_, error)) {
+  if (!LoadSchema(*scratch, scratch, nullptr, schema_, error) ||
+      !LoadSchema(*served_, served_, schemaNotes_, schema_, error)) {
     return false;
   }
   TLinuxCollector collector(root_);

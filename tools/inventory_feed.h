@@ -20,6 +20,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_namespace.h"
+#include "mof/schema_notes.h"
 #include "tools/linux_collector.h"
 
 // Hands the processors' cache states to the plug-in at `plugin` (its
@@ -28,9 +29,10 @@ void HandCacheStates(const std::string& plugin, const TCacheStates& states, ICIM
 
 class TInventoryFeed {
  public:
+  // `notes` are the schema notes of `served` (none when nullptr);
   // `newNamespace` makes an empty namespace of the same plug-in; `schema`
   // is the inventory schema's MOF; `root` where /proc and /sys are read.
-  TInventoryFeed(boost::shared_ptr<ICIMNamespace> served,
+  TInventoryFeed(boost::shared_ptr<ICIMNamespace> served, TSchemaNotes* notes,
                  std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace, std::string schema,
                  std::string root, std::string plugin);
 
@@ -46,6 +48,7 @@ class TInventoryFeed {
 
  private:
   boost::shared_ptr<ICIMNamespace> served_;
+  TSchemaNotes* schemaNotes_;
   std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace_;
   std::string schema_;
   std::string root_;

@@ -137,7 +137,7 @@ int TRepositoryCommands::Class(const std::string& name) {
   if (json_) {
     PrintClassJson(*cls);
   } else {
-    TMofWriter(out_).WriteClass(*cls, true);
+    TMofWriter(out_, notes_).WriteClass(*cls, true);
   }
   return EndDocument();
 }
@@ -312,7 +312,7 @@ int TRepositoryCommands::References(const std::string& path, const TWalkFilters&
 
 int TRepositoryCommands::Export() {
   if (!json_) {
-    TMofWriter(out_).WriteNamespace(*ns_);
+    TMofWriter(out_, notes_).WriteNamespace(*ns_);
     return kExitOk;
   }
   out_ << "{\"qualifiers\":[";

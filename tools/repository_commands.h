@@ -25,6 +25,7 @@
 #include "include/cim_namespace.h"
 
 class TMofLoader;
+class TSchemaNotes;
 
 constexpr int kExitOk = 0;
 constexpr int kExitNotFound = 1;
@@ -39,9 +40,11 @@ struct TWalkFilters {
 
 class TRepositoryCommands {
  public:
+  // `notes`, when given, are the schema notes of what was loaded into `ns`
+  // (class and export then write methods as their MOF declared them).
   TRepositoryCommands(boost::shared_ptr<ICIMNamespace> ns, bool json, std::ostream& out,
-                      std::ostream& err)
-      : ns_(std::move(ns)), json_(json), out_(out), err_(err) {}
+                      std::ostream& err, const TSchemaNotes* notes = nullptr)
+      : ns_(std::move(ns)), json_(json), out_(out), err_(err), notes_(notes) {}
 
   int Classes(bool tree);
   int Class(const std::string& name);
@@ -101,6 +104,7 @@ class TRepositoryCommands {
   bool json_;
   std::ostream& out_;
   std::ostream& err_;
+  const TSchemaNotes* notes_;
 };
 
 #endif  // INMEM_TOOLS_REPOSITORY_COMMANDS_H_

@@ -98,6 +98,7 @@ bool LoadNamespaces(const std::vector<std::string>& loads, TNamespaceRegistry& n
     const bool isInterop = TNamespaceDirectory::Key(entry->name) == TNamespaceDirectory::Key(interop);
     if (file.empty() || (pass == ELoadPass::kInteropInstances && !isInterop)) continue;
     TMofLoadOptions options;
+    options.notes = entry->notes.get();
     if (isInterop) {
       const bool instances = pass == ELoadPass::kInteropInstances;
       options.only = [instances](const TMofProduction& p) { return (p.kind == TMofProduction::kInstance) == instances; };
@@ -145,7 +146,8 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
                    "seconds to read a request body or write a piece of an answer (default 60)");
 }
 
-int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, const std::vector<std::string>& loaded,
+int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
+          const std::shared_ptr<TSchemaNotes>& notes, const std::vector<std::string>& loaded,
           const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
           const std::string& inventorySchema, const std::string& plugin) {
   TWbemServerConfig config;
@@ -187,7 +189,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
 
   TNamespaceRegistry namespaces(newNamespace);
   try {
-    namespaces.Add(o.namespaceName, ns);
+    namespaces.Add(o.namespaceName, ns, notes);
   } catch (const std::invalid_argument& e) {
     return UsageError(std::string("--namespace: ") + e.what());
   }
@@ -223,7 +225,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
   operationsConfig.maxOpenEnumerations = o.maxEnumerations;
   operationsConfig.interop = &interop;
   TCimOperations operations(namespaces, operationsConfig);
-  TRepositoryPages pages(ns, o.namespaceName);
+  TRepositoryPages pages(ns, o.namespaceName, notes);
   for (const std::string& source : sources) pages.NoteLoaded("MOF " + source);
   config.http.pages = [&pages](const THttpRequest& request) { return pages.Answer(request); };
 
@@ -252,7 +254,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
     for (const std::string& note : feed->Notes()) std::cerr << "inmem serve: note: " << note << "\n";
   };
   if (o.inventory) {
-    feed = std::make_unique<TInventoryFeed>(ns, newNamespace, inventorySchema, o.root, plugin);
+    feed = std::make_unique<TInventoryFeed>(ns, notes.get(), newNamespace, inventorySchema, o.root, plugin);
     collect();
   }
 
@@ -282,10 +284,13 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns, co
     // points into the others.
     std::vector<TSnapshotSection> sections;
     for (const TNamespaceRegistry::TEntry* entry : namespaces.Entries()) {
-      if (!interop.IsInterop(entry->name)) sections.push_back(TSnapshotSection{entry->name, entry->ns.get(), nullptr});
+      if (!interop.IsInterop(entry->name)) {
+        sections.push_back(TSnapshotSection{entry->name, entry->ns.get(), nullptr, entry->notes.get()});
+      }
     }
     const TNamespaceRegistry::TEntry* interopEntry = namespaces.Find(interop.Name());
-    sections.push_back(TSnapshotSection{interopEntry->name, interopEntry->ns.get(), interop.SnapshotFilter()});
+    sections.push_back(TSnapshotSection{interopEntry->name, interopEntry->ns.get(), interop.SnapshotFilter(),
+                                        interopEntry->notes.get()});
     std::string error;
     if (WriteSnapshot(sections, o.snapshot, &error)) {
       saved = now;

@@ -17,6 +17,7 @@
 #ifndef INMEM_TOOLS_SERVE_COMMAND_H_
 #define INMEM_TOOLS_SERVE_COMMAND_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_namespace.h"
+#include "mof/schema_notes.h"
 
 struct TServeOptions {
   std::vector<std::string> listen;  // ADDR:PORT, HTTP
@@ -60,11 +62,12 @@ struct TServeOptions {
 void DeclareServeOptions(CLI::App& command, TServeOptions& options);
 
 // Serves `ns` until a signal; returns the tool's exit status (2 for a
-// usage error, such as an address that needs credentials).
+// usage error, such as an address that needs credentials). `notes` are the
+// schema notes of what was loaded into `ns`.
 // `newNamespace` and the plug-in path serve the inventory.
 // `loaded` names what the namespace was loaded from, for the overview page.
 int Serve(const TServeOptions& options, const boost::shared_ptr<ICIMNamespace>& ns,
-          const std::vector<std::string>& loaded,
+          const std::shared_ptr<TSchemaNotes>& notes, const std::vector<std::string>& loaded,
           const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
           const std::string& inventorySchema, const std::string& plugin);
 

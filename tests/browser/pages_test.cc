@@ -94,6 +94,34 @@ TEST(RepositoryPagesTest, InstancesComeAPageAtATime) {
   }
 }
 
+// A class's methods as their MOF declared them, when the namespace's notes
+// are given: parameters in order, references with their class.
+TEST(RepositoryPagesTest, MethodsShowTheirDeclaredParameters) {
+  boost::shared_ptr<ICIMNamespace> ns = FixtureNamespace();
+  ASSERT_TRUE(ns);
+  auto notes = std::make_shared<TSchemaNotes>();
+  TMofLoadOptions options;
+  options.notes = notes.get();
+  ASSERT_TRUE(TMofLoader(ns, options).LoadText("runner.mof", "class Test_Job { [Key] string Id; };\n"
+                                                             "class Test_Runner { [Key] string Id;\n"
+                                                             "  uint32 Start([In] string Zone, [In] Test_Job REF Job); };"));
+  const struct {
+    std::shared_ptr<TSchemaNotes> notes;
+    const char* method;
+    const char* mof;
+  } cases[] = {
+      {notes, "uint32 Start(string Zone, Test_Job ref Job)", "[In(TRUE)] string Zone,\n        [In(TRUE)] Test_Job REF Job"},
+      {nullptr, "uint32 Start(reference Job, string Zone)", "[In(TRUE)] Test_Runner REF Job,\n        [In(TRUE)] string Zone"},
+  };
+  for (const auto& c : cases) {
+    TRepositoryPages pages(ns, "root/cimv2", c.notes);
+    THttpAnswer answer = pages.Answer(Get("/class/Test_Runner"));
+    const std::string body = Drained(answer);
+    EXPECT_NE(body.find(c.method), std::string::npos) << body;
+    EXPECT_NE(body.find(c.mof), std::string::npos) << body;
+  }
+}
+
 TEST(RepositoryGraphsTest, PicturesShowTheirWalksWithinTheCap) {
   boost::shared_ptr<ICIMNamespace> ns = FixtureNamespace();
   ASSERT_TRUE(ns);

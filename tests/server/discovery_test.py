@@ -2,11 +2,12 @@
 """inmem serve as a management tool discovers it, with the pywbem client:
 the Interop namespace, the namespaces, the brand, the registered profiles
 and their central instances (across namespaces, both ways), namespaces made
-and deleted through CIM_Namespace, and all of it again after a restart from
-the snapshot. Talks to loopback only; every call and the server itself are
-bounded in time, and the server is stopped whatever happens.
+and deleted through CIM_Namespace, classes whose methods have reference
+parameters written as MOF by the client, and all of it again after a restart
+from the snapshot. Talks to loopback only; every call and the server itself
+are bounded in time, and the server is stopped whatever happens.
 
-    discovery_test.py TOOL FIXTURE PROFILE MACHINE-ROOT WORKDIR
+    discovery_test.py TOOL FIXTURE PROFILE MACHINE-ROOT WORKDIR CLASSES
 
 INMEM_PYWBEM names the folder that holds the pywbem package; without it the
 test is skipped (exit 77).
@@ -19,7 +20,7 @@ import subprocess
 import sys
 import time
 
-tool, fixture, profile, machine, work = sys.argv[1:6]
+tool, fixture, profile, machine, work, classes = sys.argv[1:7]
 pywbem_path = os.environ.get('INMEM_PYWBEM', '')
 if not pywbem_path or not os.path.isdir(os.path.join(pywbem_path, 'pywbem')):
     print('INMEM_PYWBEM does not name the pywbem client: skipped')
@@ -108,16 +109,29 @@ def discover(conn, namespaces):
     return wbem
 
 
+def methods_as_declared(conn):
+    # The client prints a class as MOF only when each reference parameter
+    # names its class; the parameters come in the order the MOF gave them.
+    cls = conn.GetClass('Test_EnabledElement', namespace='root/classes', LocalOnly=False)
+    method = cls.methods['RequestStateChange']
+    expect('the parameters', list(method.parameters), ['RequestedState', 'Job', 'TimeoutPeriod'])
+    expect("Job's class", method.parameters['Job'].reference_class, 'Test_ConcreteJob')
+    mof = cls.tomof()
+    if 'Test_ConcreteJob REF Job' not in mof:
+        fail('the class as MOF lacks the reference parameter:\n' + mof)
+
+
 conn = start('-m', fixture, 'serve', '--listen', '127.0.0.1:0', '--inventory', '--root', machine,
-             '--load', 'interop=' + profile, '--snapshot', snapshot)
-discover(conn, ['interop', 'root/cimv2'])
+             '--load', 'interop=' + profile, '--load', 'root/classes=' + classes, '--snapshot', snapshot)
+discover(conn, ['interop', 'root/cimv2', 'root/classes'])
+methods_as_declared(conn)
 
 # A namespace made and deleted the standard way.
 made = conn.CreateInstance(pywbem.CIMInstance('CIM_Namespace', properties={'Name': 'root/made'}),
                            namespace='interop')
 expect('the new namespace', made['Name'], 'root/made')
 expect('the namespaces after the create', sorted(pywbem.WBEMServer(conn).namespaces),
-       ['interop', 'root/cimv2', 'root/made'])
+       ['interop', 'root/cimv2', 'root/classes', 'root/made'])
 expect('an empty namespace', conn.EnumerateClassNames(namespace='root/made'), [])
 conn.CreateInstance(pywbem.CIMInstance('CIM_Namespace', properties={'Name': 'root/kept'}), namespace='interop')
 conn.DeleteInstance(made)
@@ -136,6 +150,7 @@ expect('the server stopped', stop(), 0)
 
 # Restarted from the snapshot alone: the same namespaces and profiles.
 conn = start('serve', '--listen', '127.0.0.1:0', '--inventory', '--root', machine, '--snapshot', snapshot)
-discover(conn, ['interop', 'root/cimv2', 'root/kept'])
+discover(conn, ['interop', 'root/cimv2', 'root/classes', 'root/kept'])
+methods_as_declared(conn)
 expect('the server stopped', stop(), 0)
 print('discovery test: passed')

@@ -20,16 +20,6 @@ namespace http = boost::beast::http;
 
 namespace {
 
-const std::string kSda =
-    "<INSTANCENAME CLASSNAME=\"Test_Disk\"><KEYBINDING NAME=\"Id\"><KEYVALUE>sda</KEYVALUE></KEYBINDING>"
-    "<KEYBINDING NAME=\"Slot\"><KEYVALUE VALUETYPE=\"numeric\">0</KEYVALUE></KEYBINDING></INSTANCENAME>";
-const std::string kAlpha =
-    "<INSTANCENAME CLASSNAME=\"Test_System\"><KEYBINDING NAME=\"Name\"><KEYVALUE>alpha</KEYVALUE>"
-    "</KEYBINDING></INSTANCENAME>";
-
-std::string ClassName(const std::string& name) { return "<CLASSNAME NAME=\"" + name + "\"/>"; }
-std::string Value(const std::string& text) { return "<VALUE>" + text + "</VALUE>"; }
-
 class ExchangeTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -416,18 +406,9 @@ TEST_F(ExchangeTest, AnswersAreValidByTheCimXmlDtd) {
       {"OpenReferenceInstancePaths", Param("InstanceName", kAlpha) + Param("MaxObjectCount", Value("1"))},
       {"GetClass", Param("ClassName", ClassName("Nope"))},
   };
-  const std::string file = ::testing::TempDir() + "inmem_answer.xml";
   for (const auto& c : cases) {
-    std::ofstream(file) << Call(c.method, c.parameters);
-    const std::string command = "xmllint --noout --dtdvalid '" + std::string(dtd) + "' '" + file + "' 2>&1";
-    FILE* run = popen(command.c_str(), "r");
-    ASSERT_NE(run, nullptr);
-    std::string complaints;
-    char buffer[256];
-    while (fgets(buffer, sizeof buffer, run) != nullptr) complaints += buffer;
-    EXPECT_EQ(pclose(run), 0) << c.method << ":\n" << complaints;
+    EXPECT_EQ(DtdComplaints(dtd, Call(c.method, c.parameters)), "") << c.method;
   }
-  std::remove(file.c_str());
 }
 
 }  // namespace

@@ -37,8 +37,6 @@ std::string NamespaceXml(const std::string& name) {
   return xml;
 }
 
-std::string ClassName(const std::string& name) { return "<CLASSNAME NAME=\"" + name + "\"/>"; }
-std::string Value(const std::string& text) { return "<VALUE>" + text + "</VALUE>"; }
 std::string StringProperty(const std::string& name, const std::string& value) {
   return "<PROPERTY NAME=\"" + name + "\" TYPE=\"string\"><VALUE>" + value + "</VALUE></PROPERTY>";
 }

@@ -4,8 +4,15 @@
 #ifndef INMEM_TESTS_SERVER_SERVER_FIXTURE_H_
 #define INMEM_TESTS_SERVER_SERVER_FIXTURE_H_
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
@@ -35,6 +42,18 @@ inline std::string Exported(ICIMNamespace& ns) {
   TMofWriter(out).WriteNamespace(ns);
   return out.str();
 }
+
+// The fixture's disk sda and system alpha, as requests name them.
+const std::string kSda =
+    "<INSTANCENAME CLASSNAME=\"Test_Disk\"><KEYBINDING NAME=\"Id\"><KEYVALUE>sda</KEYVALUE></KEYBINDING>"
+    "<KEYBINDING NAME=\"Slot\"><KEYVALUE VALUETYPE=\"numeric\">0</KEYVALUE></KEYBINDING></INSTANCENAME>";
+const std::string kAlpha =
+    "<INSTANCENAME CLASSNAME=\"Test_System\"><KEYBINDING NAME=\"Name\"><KEYVALUE>alpha</KEYVALUE>"
+    "</KEYBINDING></INSTANCENAME>";
+
+// A CLASSNAME, and a VALUE, as parameters of a request.
+inline std::string ClassName(const std::string& name) { return "<CLASSNAME NAME=\"" + name + "\"/>"; }
+inline std::string Value(const std::string& text) { return "<VALUE>" + text + "</VALUE>"; }
 
 // A whole CIM-XML request for the intrinsic method `method`.
 inline std::string Envelope(const std::string& method, const std::string& parameters,
@@ -70,6 +89,49 @@ inline std::string Drained(THttpAnswer& answer) {
     }
   }
   return text;
+}
+
+// CIM operations on `namespaces` as a client sends them, through the HTTP
+// exchange without a socket.
+class TExchangeClient {
+ public:
+  explicit TExchangeClient(TNamespaceRegistry& namespaces, TCimOperationsConfig config = TCimOperationsConfig())
+      : operations_(namespaces, config), exchange_(operations_, THttpPolicy()) {}
+
+  // The response document of `method` with `parameters` (IPARAMVALUEs).
+  std::string Call(const std::string& method, const std::string& parameters) {
+    THttpAnswer answer = exchange_.Answer(CimPost(method, Envelope(method, parameters)), "localhost");
+    return Drained(answer);
+  }
+  TCimOperations& Operations() { return operations_; }
+
+ private:
+  TCimOperations operations_;
+  TCimHttpExchange exchange_;
+};
+
+// The CIM status code of a response document (0 for success).
+inline int CimCodeOf(const std::string& document) {
+  const size_t at = document.find("<ERROR CODE=\"");
+  return at == std::string::npos ? 0 : std::atoi(document.c_str() + at + 13);
+}
+
+// What xmllint says against `document` by the DTD at `dtd`; empty when it
+// is valid.
+inline std::string DtdComplaints(const std::string& dtd, const std::string& document) {
+  // One file per process: ctest runs the tests of a suite side by side.
+  const std::string file = ::testing::TempDir() + "inmem_answer_" + std::to_string(getpid()) + ".xml";
+  std::ofstream(file) << document;
+  const std::string command = "xmllint --noout --dtdvalid '" + dtd + "' '" + file + "' 2>&1";
+  FILE* run = popen(command.c_str(), "r");
+  if (run == nullptr) return "xmllint did not start";
+  std::string complaints;
+  char buffer[256];
+  while (fgets(buffer, sizeof buffer, run) != nullptr) complaints += buffer;
+  const int status = pclose(run);
+  std::remove(file.c_str());
+  if (status == 0) return std::string();
+  return complaints.empty() ? std::string("xmllint failed") : complaints;
 }
 
 #endif  // INMEM_TESTS_SERVER_SERVER_FIXTURE_H_

@@ -117,3 +117,20 @@ endif()
 foreach(document IN LISTS documents)
   check_json("shell in JSON" "${document}")
 endforeach()
+
+# `class` and `export` write a method's parameters in the order the MOF
+# declared them, each reference with its class; the export loads back to
+# the same.
+file(WRITE ${WORK}/methods.mof [[
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier In : boolean = true, Scope(parameter), Flavor(DisableOverride, ToSubclass);
+class Z_Job { [Key] string Id; };
+class A_Element { [Key] string Name;
+   uint32 RequestStateChange([In] uint16 RequestedState, [In(false)] Z_Job REF Job, [In] datetime Timeout); };
+class A_Device : A_Element { };
+]])
+set(declared "uint16 RequestedState,\n        \\[In\\(FALSE\\)\\] Z_Job REF Job,\n        \\[In\\(TRUE\\)\\] datetime Timeout\\)")
+expect_run(0 "${declared}" -m ${WORK}/methods.mof class A_Device)
+expect_run(0 "${declared}" -m ${WORK}/methods.mof export)
+file(WRITE ${WORK}/methods-export.mof "${out}")
+expect_run(0 "${declared}" -m ${WORK}/methods-export.mof class A_Element)
