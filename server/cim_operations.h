@@ -172,10 +172,12 @@ class TCimOperations {
   std::unique_ptr<TResponseBody> ClassEnumeration(TCall& call, bool namesOnly);
   // An association walk of either kind on an instance or a class.
   std::unique_ptr<TResponseBody> Walk(TCall& call, bool associators, bool namesOnly);
-  // An Open... operation over `instances`.
+  // An Open... operation over `instances`; with `declaredBy`, only the
+  // properties that class declares are delivered.
   std::unique_ptr<TResponseBody> OpenEnumeration(TCall& call,
                                                  std::vector<boost::shared_ptr<ICIMInstance>> instances,
-                                                 bool pathsOnly);
+                                                 bool pathsOnly,
+                                                 boost::shared_ptr<ICIMClass> declaredBy = nullptr);
   // Delivers up to `count` items of `enumeration` and closes it at its end.
   std::unique_ptr<TResponseBody> Deliver(TCall& call, const std::string& id,
                                          TEnumeration& enumeration, uint32_t count);

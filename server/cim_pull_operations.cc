@@ -16,7 +16,8 @@ const TContext kNone;
 }  // namespace
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
-    TCall& call, std::vector<boost::shared_ptr<ICIMInstance>> instances, bool pathsOnly) {
+    TCall& call, std::vector<boost::shared_ptr<ICIMInstance>> instances, bool pathsOnly,
+    boost::shared_ptr<ICIMClass> declaredBy) {
   if (call.reader.String(call.Parameter("FilterQueryLanguage")) || call.reader.String(call.Parameter("FilterQuery"))) {
     throw TCimError(kCimFilteredEnumerationNotSupported, "filter queries are not supported");
   }
@@ -35,6 +36,7 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
   enumeration.pathsOnly = pathsOnly;
   enumeration.includeClassOrigin = call.Boolean("IncludeClassOrigin", false);
   enumeration.propertyList = call.reader.PropertyList(call.Parameter("PropertyList"));
+  enumeration.declaredBy = std::move(declaredBy);
   enumeration.items.assign(instances.begin(), instances.end());
   const uint32_t count = call.reader.Uint32(call.Parameter("MaxObjectCount")).value_or(0);
   const auto now = TEnumerationContexts::TClock::now();
@@ -63,6 +65,8 @@ std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::s
   options->propertyList = enumeration.propertyList;
   if (options->propertyList) options->options.propertyList = &*options->propertyList;
   options->options.includeClassOrigin = enumeration.includeClassOrigin;
+  options->declaredBy = enumeration.declaredBy;
+  options->options.declaredBy = options->declaredBy.get();
   const bool pathsOnly = enumeration.pathsOnly;
   if (end) contexts_.Close(id);  // `enumeration` is gone from here on
   return std::make_unique<TCimMethodResponse>(
@@ -79,7 +83,11 @@ std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::s
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstances(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  return OpenEnumeration(call, InstancesOf(*FindClass(call, name, kCimInvalidClass)), false);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimInvalidClass);
+  // As EnumerateInstances: without deep inheritance, only what the class
+  // itself declares.
+  const bool deep = call.Boolean("DeepInheritance", true);
+  return OpenEnumeration(call, InstancesOf(*cls), false, deep ? nullptr : cls);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall& call) {

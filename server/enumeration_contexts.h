@@ -25,6 +25,7 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
+class ICIMClass;
 class ICIMInstance;
 
 struct TEnumeration {
@@ -35,6 +36,9 @@ struct TEnumeration {
   bool pathsOnly = false;
   bool includeClassOrigin = false;
   std::optional<std::set<std::string>> propertyList;
+  // Without deep inheritance, the class whose declared properties alone
+  // are delivered; all of them when empty.
+  boost::shared_ptr<ICIMClass> declaredBy;
   std::vector<boost::weak_ptr<ICIMInstance>> items;
   size_t next = 0;
   std::chrono::seconds timeout{0};
