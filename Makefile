@@ -1,4 +1,7 @@
-# The two commands of the README, and the builds behind them.
+# The two commands of the README, and the builds behind them. Each job
+# installs only the Debian packages it needs (scripts/install-deps.sh): the
+# main job's build leaves the tests out, and so needs none of what only they
+# use.
 #   make run       set up, build and run the main job
 #   make test      set up, build and run every test
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
@@ -19,14 +22,19 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
 .PHONY: deps build run test sanitize bench fuzz deb clean
 
+# What the tests need; `install-deps.sh run` is what the main job alone does.
 deps:
-	@bash scripts/install-deps.sh
+	@bash scripts/install-deps.sh test
 
 build: deps
-	cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS)
+	cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS) -DBUILD_TESTING=ON
 	cmake --build $(BUILD_DIR) -j $(JOBS)
 
-run: build
+# The tool, its plug-in and libraries, without the tests.
+run:
+	@bash scripts/install-deps.sh run
+	cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF
+	cmake --build $(BUILD_DIR) -j $(JOBS)
 	$(BUILD_DIR)/tools/inmem inventory
 
 test: build
@@ -40,7 +48,8 @@ sanitize: deps
 	LSAN_OPTIONS=report_objects=1 \
 	ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j $(JOBS)
 
-bench: deps
+bench:
+	@bash scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_bench
 	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
@@ -56,7 +65,8 @@ fuzz:
 	bash scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS) $(FUZZ_HARNESSES)
 
 # The package installs under /usr, with the service's options in /etc/inmem.
-deb: deps
+deb:
+	@bash scripts/install-deps.sh deb
 	cmake -S . -B $(DEB_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DBUILD_TESTING=OFF \
 	  -DCMAKE_INSTALL_PREFIX=/usr -DINMEM_PACKAGE_DEB=ON
 	cmake --build $(DEB_DIR) -j $(JOBS)

@@ -1,19 +1,37 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and testing need, and only
+# Installs the Debian packages one of the Makefile's jobs needs, and only
 # those that are missing, so that a machine that has them all is not touched.
-# With the argument "fuzz", also what the fuzz build needs (make fuzz).
+#
+#   install-deps.sh run        building the tool and running the main job (make run)
+#   install-deps.sh test       that, and what the tests need (make test, make sanitize)
+#   install-deps.sh bench      that of run, and the benchmark library (make bench)
+#   install-deps.sh deb        that of run, and what makes the Debian package (make deb)
+#   install-deps.sh fuzz       that of run, and clang with its fuzzer runtime (make fuzz)
+#   install-deps.sh --list SET the packages of SET, one a line, installing nothing
+#
+# Every set holds the main job's, since each of those jobs builds it too.
 set -euo pipefail
 
-packages=(
+list=false
+if [ "${1:-}" = --list ]; then
+  list=true
+  shift
+fi
+set_name="${1:-test}"
+
+# Building the libraries and the tool, and running `inmem inventory`.
+run=(
   g++ cmake make
   libboost-dev        # shared_ptr, weak_ptr, function
-  libgtest-dev libgmock-dev
-  libbenchmark-dev
   libcli11-dev        # command lines of the host tools
   libedit-dev         # line editing and history in the tool's shell
   libabsl-dev         # flat hash table of the instances by path
-  libexpat1-dev       # reads the XML of CIM requests (inmem serve)
+  libexpat1-dev       # reads the XML of CIM requests (inmem serve, built into the tool)
   libssl-dev          # TLS and password hashes of inmem serve
+)
+# The tests, beyond the main job.
+test=(
+  libgtest-dev libgmock-dev
   sblim-wbemcli       # a real CIM client, for the server's tests
   libxml2-utils       # xmllint: the server's answers checked against the CIM-XML DTD
   openssl             # certificates for the HTTPS tests
@@ -24,14 +42,34 @@ packages=(
   graphviz            # dot: the pictures of inmem graph and of the browser's pages
   chromium            # the browser test of the pages (headless)
   pkg-config          # the install test builds a host with it
-  dpkg-dev            # dpkg-shlibdeps: the library dependencies of make deb
   man-db              # the install test reads the manual page
 )
-if [ "${1:-}" = fuzz ]; then
-  packages+=(
-    clang               # libFuzzer comes with clang
-    libclang-rt-14-dev  # the fuzzer and sanitizer runtimes of Debian 12's clang
-  )
+bench=(
+  libbenchmark-dev
+)
+deb=(
+  dpkg-dev            # dpkg-shlibdeps: the library dependencies of make deb
+)
+fuzz=(
+  clang               # libFuzzer comes with clang
+  libclang-rt-14-dev  # the fuzzer and sanitizer runtimes of Debian 12's clang
+)
+
+case "$set_name" in
+  run) packages=("${run[@]}") ;;
+  test) packages=("${run[@]}" "${test[@]}") ;;
+  bench) packages=("${run[@]}" "${bench[@]}") ;;
+  deb) packages=("${run[@]}" "${deb[@]}") ;;
+  fuzz) packages=("${run[@]}" "${fuzz[@]}") ;;
+  *)
+    echo "install-deps.sh: no set '$set_name' (run, test, bench, deb or fuzz)" >&2
+    exit 2
+    ;;
+esac
+
+if $list; then
+  printf '%s\n' "${packages[@]}"
+  exit 0
 fi
 
 missing=()
