@@ -250,7 +250,8 @@ void TMofWriter::WriteInstance(ICIMInstance& instance) {
   out_ << "};\n\n";
 }
 
-void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep) {
+void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep,
+                                const std::function<bool(ICIMClass&)>& keepClass) {
   ns.EnumerateQualifierDecls(
       [&](boost::shared_ptr<ICIMQualifierDecl> decl) {
         WriteQualifierDecl(*decl);
@@ -261,7 +262,7 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIM
   std::vector<boost::shared_ptr<ICIMClass>> all;
   ns.GetClass("", kNone)->EnumerateSubclasses(
       [&](boost::shared_ptr<ICIMClass> cls) {
-        all.push_back(cls);
+        if (!keepClass || keepClass(*cls)) all.push_back(cls);
         return true;
       },
       true, kNone);
@@ -277,7 +278,7 @@ void TMofWriter::WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIM
   std::set<const ICIMClass*> seen;
   std::vector<TPending> pending;
   auto visit = [&](const boost::shared_ptr<ICIMClass>& cls) {
-    if (!seen.insert(cls.get()).second) return;
+    if ((keepClass && !keepClass(*cls)) || !seen.insert(cls.get()).second) return;
     TPending entry{cls, {}};
     if (!cls->IsTopLevel(kNone)) entry.needs.push_back(cls->GetSuperClass(kNone));
     cls->EnumeratePropertyDecls(

@@ -39,9 +39,11 @@ class TMofWriter {
   // `notes`, when given, are those of the namespace written.
   explicit TMofWriter(std::ostream& out, const TSchemaNotes* notes = nullptr) : out_(out), notes_(notes) {}
 
-  // Everything: qualifier declarations, classes, instances (those `keep`
-  // accepts, when it is given).
-  void WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep = nullptr);
+  // Everything: qualifier declarations, classes and instances (those
+  // `keep` and `keepClass` accept, when they are given; a class left out
+  // takes its instances along).
+  void WriteNamespace(ICIMNamespace& ns, const std::function<bool(ICIMInstance&)>& keep = nullptr,
+                      const std::function<bool(ICIMClass&)>& keepClass = nullptr);
   void WriteQualifierDecl(ICIMQualifierDecl& decl);
   // With `showInherited`, inherited members are written too, each marked
   // with a comment naming the class that declares it (for people; the

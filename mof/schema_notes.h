@@ -55,7 +55,6 @@ class TSchemaNotes {
   std::vector<std::string> ReferencedClasses(std::string_view className) const;
   // Drops every note of `className`: it was deleted or is defined again.
   void ForgetClass(std::string_view className);
-  size_t Classes() const { return classes_.size(); }
 
  private:
   struct TFolded {

@@ -34,6 +34,7 @@
 #define INMEM_SERVER_CIM_OPERATIONS_H_
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -46,8 +47,11 @@
 #include "server/cim_response.h"
 #include "server/cimxml_request.h"
 #include "server/enumeration_contexts.h"
+#include "server/cim_status.h"
 #include "server/namespace_registry.h"
+#include "server/schema_rebuild.h"
 
+class TBoundQuery;
 class TCimXmlReader;
 class TInteropNamespace;
 
@@ -122,6 +126,12 @@ class TCimOperations {
   std::unique_ptr<TResponseBody> SetProperty(TCall& call);
   std::unique_ptr<TResponseBody> CreateClass(TCall& call);
   std::unique_ptr<TResponseBody> SetQualifier(TCall& call);
+  std::unique_ptr<TResponseBody> ModifyClass(TCall& call);
+  std::unique_ptr<TResponseBody> DeleteClass(TCall& call);
+  std::unique_ptr<TResponseBody> DeleteQualifier(TCall& call);
+  std::unique_ptr<TResponseBody> ExecQuery(TCall& call);
+  std::unique_ptr<TResponseBody> OpenQueryInstances(TCall& call);
+  std::unique_ptr<TResponseBody> PullInstances(TCall& call);
   std::unique_ptr<TResponseBody> OpenEnumerateInstances(TCall& call);
   std::unique_ptr<TResponseBody> OpenEnumerateInstancePaths(TCall& call);
   std::unique_ptr<TResponseBody> OpenAssociatorInstances(TCall& call);
@@ -178,9 +188,33 @@ class TCimOperations {
                                                  std::vector<boost::shared_ptr<ICIMInstance>> instances,
                                                  bool pathsOnly,
                                                  boost::shared_ptr<ICIMClass> declaredBy = nullptr);
-  // Delivers up to `count` items of `enumeration` and closes it at its end.
-  std::unique_ptr<TResponseBody> Deliver(TCall& call, const std::string& id,
-                                         TEnumeration& enumeration, uint32_t count);
+  // Opens `enumeration` in the call's namespace with the request's
+  // OperationTimeout (ContinueOnError refused), and delivers its first
+  // MaxObjectCount items; `more` as for Deliver.
+  std::unique_ptr<TResponseBody> Open(TCall& call, TEnumeration enumeration,
+                                      std::function<void(TXmlOut&)> more = nullptr);
+  // Delivers up to `count` items of `enumeration` and closes it at its end;
+  // `more` writes output parameters of the operation's own after the
+  // enumeration's.
+  std::unique_ptr<TResponseBody> Deliver(TCall& call, const std::string& id, TEnumeration& enumeration,
+                                         uint32_t count, std::function<void(TXmlOut&)> more = nullptr);
+  // The query a request's `queryParameter` holds in the language its
+  // `languageParameter` names (WQL or DMTF:CQL), bound to the call's
+  // namespace; refusals as CIM errors.
+  TBoundQuery ReadQuery(TCall& call, const char* languageParameter, const char* queryParameter);
+  // `instances` less those the request's FilterQuery (DMTF:FQL) does not
+  // select; all when it has none. `filteredClass` is the class the
+  // enumeration walks; empty when its instances may be of any class (each
+  // class is bound on its own).
+  std::vector<boost::shared_ptr<ICIMInstance>> Filtered(TCall& call,
+                                                        std::vector<boost::shared_ptr<ICIMInstance>> instances,
+                                                        const std::string& filteredClass);
+  // Enters what `rebuild` holds into a new repository and serves it in place
+  // of the call's namespace; when a production does not enter, throws what
+  // `refusal` makes of it, and nothing changes.
+  void SwapRebuilt(TCall& call, TSchemaRebuild& rebuild,
+                   const std::function<TCimError(const TSchemaRebuild::TFailure&)>& refusal,
+                   const std::function<bool(const TMofProduction&, const std::string&)>& refuses = nullptr);
   // Refuses a write when the server is read-only.
   void RequireWritable(const TCall& call) const;
   // Refuses a change of an instance the server owns (in the Interop

@@ -18,13 +18,20 @@ const TContext kNone;
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
     TCall& call, std::vector<boost::shared_ptr<ICIMInstance>> instances, bool pathsOnly,
     boost::shared_ptr<ICIMClass> declaredBy) {
-  if (call.reader.String(call.Parameter("FilterQueryLanguage")) || call.reader.String(call.Parameter("FilterQuery"))) {
-    throw TCimError(kCimFilteredEnumerationNotSupported, "filter queries are not supported");
-  }
+  TEnumeration enumeration;
+  enumeration.pathsOnly = pathsOnly;
+  enumeration.includeClassOrigin = call.Boolean("IncludeClassOrigin", false);
+  enumeration.propertyList = call.reader.PropertyList(call.Parameter("PropertyList"));
+  enumeration.declaredBy = std::move(declaredBy);
+  enumeration.items.assign(instances.begin(), instances.end());
+  return Open(call, std::move(enumeration));
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::Open(TCall& call, TEnumeration enumeration,
+                                                    std::function<void(TXmlOut&)> more) {
   if (call.Boolean("ContinueOnError", false)) {
     throw TCimError(kCimContinuationOnErrorNotSupported, "ContinueOnError is not supported");
   }
-  TEnumeration enumeration;
   enumeration.namespaceKey = TNamespaceDirectory::Key(call.namespaceName);
   const std::optional<uint32_t> timeout = call.reader.Uint32(call.Parameter("OperationTimeout"));
   enumeration.timeout = timeout ? std::chrono::seconds(*timeout) : config_.defaultOperationTimeout;
@@ -33,11 +40,6 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
                     "OperationTimeout must be 1 to " + std::to_string(config_.maxOperationTimeout.count()) +
                         " seconds");
   }
-  enumeration.pathsOnly = pathsOnly;
-  enumeration.includeClassOrigin = call.Boolean("IncludeClassOrigin", false);
-  enumeration.propertyList = call.reader.PropertyList(call.Parameter("PropertyList"));
-  enumeration.declaredBy = std::move(declaredBy);
-  enumeration.items.assign(instances.begin(), instances.end());
   const uint32_t count = call.reader.Uint32(call.Parameter("MaxObjectCount")).value_or(0);
   const auto now = TEnumerationContexts::TClock::now();
   const std::optional<std::string> id = contexts_.Open(std::move(enumeration), now);
@@ -45,11 +47,11 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumeration(
     throw TCimError(kCimServerLimitsExceeded, std::to_string(config_.maxOpenEnumerations) +
                                                   " enumerations are open already");
   }
-  return Deliver(call, *id, *contexts_.Find(*id, now), count);
+  return Deliver(call, *id, *contexts_.Find(*id, now), count, std::move(more));
 }
 
-std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::string& id,
-                                                       TEnumeration& enumeration, uint32_t count) {
+std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::string& id, TEnumeration& enumeration,
+                                                       uint32_t count, std::function<void(TXmlOut&)> more) {
   auto live = [&](size_t index) {
     boost::shared_ptr<ICIMInstance> instance = enumeration.items[index].lock();
     return instance && StillThere(instance) ? instance : boost::shared_ptr<ICIMInstance>();
@@ -68,16 +70,20 @@ std::unique_ptr<TResponseBody> TCimOperations::Deliver(TCall& call, const std::s
   options->declaredBy = enumeration.declaredBy;
   options->options.declaredBy = options->declaredBy.get();
   const bool pathsOnly = enumeration.pathsOnly;
+  const bool withoutPaths = enumeration.withoutPaths;
   if (end) contexts_.Close(id);  // `enumeration` is gone from here on
-  return std::make_unique<TCimMethodResponse>(
-      call.head,
-      InstancesWithPaths(std::move(delivered), options, pathsOnly,
-                         [this, home = call.ns.get()](ICIMInstance& i) { return PathIn(home, i); }),
-      [id, end](TXmlOut& xml) {
-        ParamValue(xml, "EnumerationContext", "string", end ? nullptr : &id);
-        const std::string endText = end ? "TRUE" : "FALSE";
-        ParamValue(xml, "EndOfSequence", "boolean", &endText);
-      });
+  TCimMethodResponse::TItems items =
+      withoutPaths ? EachOf(std::move(delivered), [options](TCimXmlWriter& w, const boost::shared_ptr<ICIMInstance>& i) {
+        w.Instance(*i, options->options);
+      })
+                   : InstancesWithPaths(std::move(delivered), options, pathsOnly,
+                                        [this, home = call.ns.get()](ICIMInstance& i) { return PathIn(home, i); });
+  return std::make_unique<TCimMethodResponse>(call.head, std::move(items), [id, end, more](TXmlOut& xml) {
+    ParamValue(xml, "EnumerationContext", "string", end ? nullptr : &id);
+    const std::string endText = end ? "TRUE" : "FALSE";
+    ParamValue(xml, "EndOfSequence", "boolean", &endText);
+    if (more) more(xml);
+  });
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstances(TCall& call) {
@@ -87,43 +93,53 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstances(TCall& cal
   // As EnumerateInstances: without deep inheritance, only what the class
   // itself declares.
   const bool deep = call.Boolean("DeepInheritance", true);
-  return OpenEnumeration(call, InstancesOf(*cls), false, deep ? nullptr : cls);
+  return OpenEnumeration(call, Filtered(call, InstancesOf(*cls), cls->GetName(kNone)), false, deep ? nullptr : cls);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenEnumerateInstancePaths(TCall& call) {
   const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
   call.record->target = name;
-  return OpenEnumeration(call, InstancesOf(*FindClass(call, name, kCimInvalidClass)), true);
+  boost::shared_ptr<ICIMClass> cls = FindClass(call, name, kCimInvalidClass);
+  return OpenEnumeration(call, Filtered(call, InstancesOf(*cls), cls->GetName(kNone)), true);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstances(TCall& call) {
-  return OpenEnumeration(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), false);
+  return OpenEnumeration(call, Filtered(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), ""), false);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenAssociatorInstancePaths(TCall& call) {
-  return OpenEnumeration(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), true);
+  return OpenEnumeration(call, Filtered(call, AssociatorsOf(*NamedInstance(call, "InstanceName"), call), ""), true);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstances(TCall& call) {
-  return OpenEnumeration(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), false);
+  return OpenEnumeration(
+      call, Filtered(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), ""), false);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstancePaths(TCall& call) {
-  return OpenEnumeration(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), true);
+  return OpenEnumeration(
+      call, Filtered(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), ""), true);
 }
 
 // The open enumeration a Pull... (or CloseEnumeration) names, which must
 // have been opened in the call's namespace.
+enum class EPull { kAny, kInstancesWithPaths, kPaths, kInstances };
+
 static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id,
-                                 const std::string& namespaceName, std::optional<bool> pathsOnly) {
+                                 const std::string& namespaceName, EPull pull) {
   TEnumeration* enumeration = contexts.Find(id, TEnumerationContexts::TClock::now());
   const char* why = nullptr;
   if (enumeration == nullptr) {
     why = " (never opened, ended, closed or expired)";
   } else if (enumeration->namespaceKey != TNamespaceDirectory::Key(namespaceName)) {
     why = " in this namespace";
-  } else if (pathsOnly && enumeration->pathsOnly != *pathsOnly) {
-    why = *pathsOnly ? " of paths" : " of instances";
+  } else if (pull != EPull::kAny) {
+    const EPull opened = enumeration->withoutPaths ? EPull::kInstances
+                         : enumeration->pathsOnly  ? EPull::kPaths
+                                                   : EPull::kInstancesWithPaths;
+    if (opened != pull) {
+      why = pull == EPull::kPaths ? " of paths" : pull == EPull::kInstances ? " of query answers" : " of instances";
+    }
   }
   if (why != nullptr) throw TCimError(kCimInvalidEnumerationContext, "no open enumeration " + Printable(id) + why);
   return *enumeration;
@@ -133,19 +149,26 @@ std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call
   const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, false), *count);
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kInstancesWithPaths), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstancePaths(TCall& call) {
   const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, true), *count);
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kPaths), *count);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::PullInstances(TCall& call) {
+  const std::string id = call.RequiredString("EnumerationContext");
+  const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
+  if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kInstances), *count);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::CloseEnumeration(TCall& call) {
   const std::string id = call.RequiredString("EnumerationContext");
-  OpenContext(contexts_, id, call.namespaceName, std::nullopt);
+  OpenContext(contexts_, id, call.namespaceName, EPull::kAny);
   contexts_.Close(id);
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }

@@ -18,6 +18,7 @@
 #include "mof/mof_loader.h"
 #include "server/cim_operations_internal.h"
 #include "server/interop_namespace.h"
+#include "server/schema_rebuild.h"
 
 namespace {
 
@@ -62,6 +63,21 @@ void Guarded(EMissing missing, F change) {
   } catch (const TTYLException& e) {
     throw CimErrorOf(e, capture, missing);
   }
+}
+
+// A production as a refusal names it: "class X", "an instance of X".
+std::string What(const TMofProduction& p) {
+  switch (p.kind) {
+    case TMofProduction::kClass:
+      return "class " + p.cls.name;
+    case TMofProduction::kInstance:
+      return "an instance of " + p.instance.className;
+    case TMofProduction::kQualifierDecl:
+      return "qualifier declaration " + p.qualifierDecl.name;
+    case TMofProduction::kPragma:
+      break;
+  }
+  return "a pragma";
 }
 
 // The first error of a load that failed.
@@ -281,11 +297,180 @@ std::unique_ptr<TResponseBody> TCimOperations::SetQualifier(TCall& call) {
   } catch (const TTYLException&) {
   }
   if (existing) {
-    throw TCimError(kCimNotSupported, "qualifier " + Printable(name) +
-                                          " is declared already; a declaration is not changed");
+    // Changed, the declaration must still fit every use of it.
+    TSchemaRebuild rebuild(*call.ns, *call.notes, nullptr, nullptr);
+    rebuild.ReplaceQualifierDecl(production);
+    SwapRebuilt(call, rebuild, [&](const TSchemaRebuild::TFailure& failure) {
+      return TCimError(kCimFailed, "qualifier " + Printable(name) + " changed so would not fit " +
+                                       What(failure.production) + ": " + failure.reason);
+    });
+    return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
   }
   TMofLoader loader(call.ns);
   if (!loader.Enter(production)) throw TCimError(kCimInvalidParameter, FirstError(loader));
   ++changes_;
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+void TCimOperations::SwapRebuilt(TCall& call, TSchemaRebuild& rebuild,
+                                 const std::function<TCimError(const TSchemaRebuild::TFailure&)>& refusal,
+                                 const std::function<bool(const TMofProduction&, const std::string&)>& refuses) {
+  boost::shared_ptr<ICIMNamespace> fresh = namespaces_.NewRepository();
+  auto notes = std::make_shared<TSchemaNotes>();
+  if (std::optional<TSchemaRebuild::TFailure> failure = rebuild.Build(fresh, notes.get(), refuses)) {
+    throw refusal(*failure);
+  }
+  namespaces_.Replace(call.namespaceName, fresh, notes);
+  ++changes_;
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::ModifyClass(TCall& call) {
+  RequireWritable(call);
+  const TMofProduction production = call.reader.Class(call.Content("ModifiedClass", "CLASS"));
+  const TMofClass& c = production.cls;
+  call.record->target = c.name;
+  boost::shared_ptr<ICIMClass> existing = FindClass(call, c.name, kCimNotFound);
+  if (!c.superName.empty()) {
+    try {
+      call.ns->GetClass(c.superName, kNone);
+    } catch (const TTYLException&) {
+      throw TCimError(kCimInvalidSuperclass, "no superclass named " + Printable(c.superName));
+    }
+  }
+  // What the class's change may break: its subclasses and the instances of
+  // it and of them.
+  std::set<std::string> family = {Lower(existing->GetName(kNone))};
+  existing->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> sub) {
+        family.insert(Lower(sub->GetName(kNone)));
+        return true;
+      },
+      true, kNone);
+  // The properties the change takes away or retypes: a subclass that
+  // overrides one of them no longer fits (the repository enters it all the
+  // same, with a warning that names the property).
+  std::set<std::string> changed;
+  existing->EnumeratePropertyDecls(
+      [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
+        const TMofFeature* kept = nullptr;
+        for (const TMofFeature& f : c.features) {
+          if (f.kind == TMofFeature::kProperty && EqualsFoldingAscii(f.name, decl->GetName(kNone))) kept = &f;
+        }
+        const ECIMType type = decl->GetType(kNone);
+        if (kept == nullptr || kept->type.isArray != IsArrayType(type) ||
+            kept->type.type != (IsArrayType(type) ? ElementTypeOf(type) : type)) {
+          changed.insert(Lower(decl->GetName(kNone)));
+        }
+        return true;
+      },
+      kNone);
+  TSchemaRebuild rebuild(*call.ns, *call.notes, nullptr, nullptr);
+  rebuild.ReplaceClass(production);
+  auto overridesChanged = [&](const TMofProduction& p, const std::string& warning) {
+    if (p.kind != TMofProduction::kClass || family.count(Lower(p.cls.name)) == 0) return false;
+    for (const TMofFeature& f : p.cls.features) {
+      if (changed.count(Lower(f.name)) != 0 && warning.find("property " + f.name) != std::string::npos) return true;
+    }
+    return false;
+  };
+  SwapRebuilt(call, rebuild, [&](const TSchemaRebuild::TFailure& failure) {
+    const TMofProduction& p = failure.production;
+    if (p.kind == TMofProduction::kClass && EqualsFoldingAscii(p.cls.name, c.name)) {
+      return TCimError(kCimInvalidParameter, failure.reason);
+    }
+    if (p.kind == TMofProduction::kClass && family.count(Lower(p.cls.name)) != 0) {
+      return TCimError(kCimClassHasChildren, "subclass " + p.cls.name + " would not fit the changed class: " +
+                                                 failure.reason);
+    }
+    if (p.kind == TMofProduction::kInstance && family.count(Lower(p.instance.className)) != 0) {
+      return TCimError(kCimClassHasInstances, "an instance of " + p.instance.className +
+                                                  " would not fit the changed class: " + failure.reason);
+    }
+    return TCimError(kCimFailed, What(p) + " would not fit the changed class: " + failure.reason);
+  }, overridesChanged);
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::DeleteClass(TCall& call) {
+  RequireWritable(call);
+  const std::string name = call.reader.ClassName(call.Parameter("ClassName"));
+  call.record->target = name;
+  boost::shared_ptr<ICIMClass> doomed = FindClass(call, name, kCimNotFound);
+  // The class goes with its subclasses, the instances of all of them, and
+  // the associations that point at those instances (in this namespace and
+  // in others).
+  std::set<const ICIMClass*> classes = {doomed.get()};
+  doomed->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> sub) {
+        classes.insert(sub.get());
+        return true;
+      },
+      true, kNone);
+  std::set<const ICIMInstance*> instances;
+  std::vector<boost::shared_ptr<ICIMInstance>> foreign;
+  for (const auto& instance : InstancesOf(*doomed)) {
+    if (InInterop(call) && config_.interop->Owns(instance->GetReference(kNone))) {
+      throw TCimError(kCimAccessDenied, "class " + doomed->GetName(kNone) + " has instances that are the "
+                                                                          "server's own");
+    }
+    instances.insert(instance.get());
+    instance->EnumerateAssociationInstances(
+        [&](boost::shared_ptr<ICIMInstance> a) {
+          instances.insert(a.get());
+          return true;
+        },
+        "", "", kNone);
+    for (auto& a : ForeignReferrers(call, *instance, "", "")) foreign.push_back(std::move(a));
+  }
+  // A class that stays must not refer to one that goes.
+  call.ns->GetClass("", kNone)->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> cls) {
+        if (classes.count(cls.get()) != 0) return true;
+        cls->EnumeratePropertyDecls(
+            [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
+              boost::shared_ptr<ICIMClass> target = decl->GetDefaultValue(kNone).IsReference()
+                                                        ? decl->GetDefaultValue(kNone).GetReferencedClass()
+                                                        : boost::shared_ptr<ICIMClass>();
+              if (target && classes.count(target.get()) != 0) {
+                throw TCimError(kCimFailed, "class " + cls->GetName(kNone) + " refers to " + target->GetName(kNone) +
+                                                " in " + decl->GetName(kNone) + ": delete or change it first");
+              }
+              return true;
+            },
+            kNone);
+        return true;
+      },
+      true, kNone);
+  TSchemaRebuild rebuild(
+      *call.ns, *call.notes, [&](ICIMClass& cls) { return classes.count(&cls) == 0; },
+      [&](ICIMInstance& instance) { return instances.count(&instance) == 0; });
+  SwapRebuilt(call, rebuild, [&](const TSchemaRebuild::TFailure& failure) {
+    return TCimError(kCimFailed, What(failure.production) + " does not stand without " + doomed->GetName(kNone) +
+                                     ": " + failure.reason);
+  });
+  Guarded(EMissing::kInstance, [&] {
+    for (const auto& a : foreign) {
+      if (StillThere(a)) a->Delete(kNone);
+    }
+  });
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::DeleteQualifier(TCall& call) {
+  RequireWritable(call);
+  const std::string name = call.RequiredString("QualifierName");
+  call.record->target = name;
+  boost::shared_ptr<ICIMQualifierDecl> existing;
+  try {
+    existing = call.ns->GetQualifierDecl(name, kNone);
+  } catch (const TTYLException&) {
+  }
+  if (!existing) throw TCimError(kCimNotFound, "no qualifier declaration " + Printable(name));
+  TSchemaRebuild rebuild(*call.ns, *call.notes, nullptr, nullptr);
+  rebuild.RemoveQualifierDecl(name);
+  SwapRebuilt(call, rebuild, [&](const TSchemaRebuild::TFailure& failure) {
+    return TCimError(kCimFailed, "qualifier " + Printable(name) + " is still used by " + What(failure.production) +
+                                     ": " + failure.reason);
+  });
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }

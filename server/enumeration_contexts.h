@@ -32,8 +32,10 @@ struct TEnumeration {
   // The namespace it was opened in (as TNamespaceDirectory::Key has it):
   // pulls must name the same.
   std::string namespaceKey;
-  // What a pull delivers: instances with their paths, or paths only.
+  // What a pull delivers: instances with their paths, or paths only, or
+  // (the answers of a query) instances alone.
   bool pathsOnly = false;
+  bool withoutPaths = false;
   bool includeClassOrigin = false;
   std::optional<std::set<std::string>> propertyList;
   // Without deep inheritance, the class whose declared properties alone

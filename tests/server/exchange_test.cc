@@ -127,12 +127,10 @@ TEST_F(ExchangeTest, FailuresAreCimErrorsWithTheirStatus) {
        "no property HealthState"},
       {"Associators", Param("ObjectName", kAlpha) + Param("AssocClass", ClassName("Nope")), 4,
        "no class named Nope (AssocClass)"},
-      {"ExecQuery", "", 7, "operation ExecQuery is not supported"},
-      {"DeleteClass", Param("ClassName", ClassName("Test_Disk")), 7, "not supported"},
-      {"OpenEnumerateInstances",
-       Param("ClassName", ClassName("Test_Disk")) + Param("FilterQueryLanguage", Value("DMTF:FQL")) +
-           Param("FilterQuery", Value("Slot = 0")),
-       25, "filter"},
+      {"ExecQuery", "", 4, "parameter QueryLanguage is required"},
+      {"DeleteClass", Param("ClassName", ClassName("Test_Disk")), 1, "class Test_SystemDisk refers to Test_Disk"},
+      {"OpenEnumerateInstances", Param("ClassName", ClassName("Test_Disk")) + Param("FilterQuery", Value("Slot = 0")),
+       4, "FilterQuery and FilterQueryLanguage come together"},
       {"OpenEnumerateInstances", Param("ClassName", ClassName("Test_Disk")) + Param("ContinueOnError", Value("TRUE")),
        26, "ContinueOnError"},
       {"OpenEnumerateInstances", Param("ClassName", ClassName("Test_Disk")) + Param("OperationTimeout", Value("0")),
@@ -200,8 +198,8 @@ TEST_F(ExchangeTest, RefusedWritesLeaveTheRepositoryAsItWas) {
       {"CreateClass", Param("NewClass", "<CLASS NAME=\"Test_New\" SUPERCLASS=\"Nope\"></CLASS>"), 10},
       {"CreateClass", Param("NewClass", "<CLASS NAME=\"Test_New\"><QUALIFIER NAME=\"Undeclared\" TYPE=\"boolean\">"
                                         "<VALUE>TRUE</VALUE></QUALIFIER></CLASS>"), 4},
-      {"SetQualifier", Param("QualifierDeclaration", "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"boolean\">"
-                                                     "</QUALIFIER.DECLARATION>"), 7},
+      {"SetQualifier", Param("QualifierDeclaration", "<QUALIFIER.DECLARATION NAME=\"Key\" TYPE=\"string\">"
+                                                     "<SCOPE PROPERTY=\"true\"/></QUALIFIER.DECLARATION>"), 1},
       {"DeleteInstance", Param("InstanceName", "<INSTANCENAME CLASSNAME=\"Test_Disk\"><KEYBINDING NAME=\"Id\">"
                                                "<KEYVALUE>x</KEYVALUE></KEYBINDING></INSTANCENAME>"), 6},
   };

@@ -24,19 +24,6 @@ namespace {
 
 const TContext kNone;
 
-// NAMESPACE elements for "a/b".
-std::string NamespaceXml(const std::string& name) {
-  std::string xml;
-  size_t start = 0;
-  while (start <= name.size()) {
-    size_t end = name.find('/', start);
-    if (end == std::string::npos) end = name.size();
-    xml += "<NAMESPACE NAME=\"" + name.substr(start, end - start) + "\"/>";
-    start = end + 1;
-  }
-  return xml;
-}
-
 std::string StringProperty(const std::string& name, const std::string& value) {
   return "<PROPERTY NAME=\"" + name + "\" TYPE=\"string\"><VALUE>" + value + "</VALUE></PROPERTY>";
 }
@@ -91,40 +78,15 @@ void Collect(const TXmlElement& element, const std::string& ns, TResults* result
   for (const auto& child : element.children) Collect(*child, inner, results);
 }
 
-class NamespacesTest : public ::testing::Test {
+class NamespacesTest : public ::testing::Test, protected TServedWithInterop {
  protected:
   void SetUp() override { Serve(false); }
 
-  void Serve(bool readOnly) {
-    exchange_.reset();
-    operations_.reset();
-    interop_.reset();
-    namespaces_ = ServingAlone(FixtureNamespace());
-    TServerIdentity identity;
-    identity.version = "9.8.7";
-    identity.hostName = "testhost";
-    identity.functionalProfiles = TCimOperations::FunctionalProfiles(readOnly);
-    interop_ = std::make_unique<TInteropNamespace>(*namespaces_, "interop", identity);
-    interop_->Start();
-    TCimOperationsConfig config;
-    config.readOnly = readOnly;
-    config.interop = interop_.get();
-    operations_ = std::make_unique<TCimOperations>(*namespaces_, config);
-    exchange_ = std::make_unique<TCimHttpExchange>(*operations_, THttpPolicy());
-  }
-
   // Runs `method` in the namespace `ns`; returns the response document.
   std::string Call(const std::string& ns, const std::string& method, const std::string& parameters) {
-    THttpRequest request = CimPost(method, Envelope(method, parameters, NamespaceXml(ns)));
-    request.set("CIMObject", ns);
-    THttpAnswer answer = exchange_->Answer(request, "localhost");
-    return Drained(answer);
+    return client->Call(ns, method, parameters);
   }
-
-  static int CodeOf(const std::string& document) {
-    const size_t at = document.find("<ERROR CODE=\"");
-    return at == std::string::npos ? 0 : std::atoi(document.c_str() + at + 13);
-  }
+  static int CodeOf(const std::string& document) { return CimCodeOf(document); }
 
   // The instances and instance names a response holds.
   static TResults Found(const std::string& document) {
@@ -169,10 +131,6 @@ class NamespacesTest : public ::testing::Test {
                                          "</INSTANCE>"));
   }
 
-  std::unique_ptr<TNamespaceRegistry> namespaces_;
-  std::unique_ptr<TInteropNamespace> interop_;
-  std::unique_ptr<TCimOperations> operations_;
-  std::unique_ptr<TCimHttpExchange> exchange_;
 };
 
 TEST_F(NamespacesTest, TheInteropNamespaceDescribesTheServer) {
@@ -273,7 +231,7 @@ TEST_F(NamespacesTest, NamespacesComeAndGoWithTheirCimNamespaceInstances) {
 // The server's instances describe the server: clients may read them, not
 // change them; what clients add beside them is theirs.
 TEST_F(NamespacesTest, TheServersOwnInstancesAreRefusedToClients) {
-  const std::string before = Exported(*namespaces_->Find("interop")->ns);
+  const std::string before = Exported(*namespaces->Find("interop")->ns);
   const std::string manager = OnlyName("CIM_ObjectManager");
   auto namespacePath = [&](const std::string& name) {
     for (const std::string& document :
@@ -317,7 +275,7 @@ TEST_F(NamespacesTest, TheServersOwnInstancesAreRefusedToClients) {
   for (const auto& c : cases) {
     const std::string document = Call("interop", c.method, c.parameters);
     EXPECT_EQ(CodeOf(document), c.code) << c.what << ": " << document;
-    EXPECT_EQ(Exported(*namespaces_->Find("interop")->ns), before) << c.what;
+    EXPECT_EQ(Exported(*namespaces->Find("interop")->ns), before) << c.what;
   }
   // A profile of the user's own comes and goes.
   const std::string profile =
@@ -333,7 +291,7 @@ TEST_F(NamespacesTest, TheServersOwnInstancesAreRefusedToClients) {
                                               "NAME=\"InstanceID\"><KEYVALUE>mine:1</KEYVALUE></KEYBINDING>"
                                               "</INSTANCENAME>"))),
             0);
-  EXPECT_EQ(Exported(*namespaces_->Find("interop")->ns), before);
+  EXPECT_EQ(Exported(*namespaces->Find("interop")->ns), before);
 }
 
 TEST_F(NamespacesTest, AReadOnlyServerOffersNoWrites) {
@@ -425,13 +383,13 @@ TEST_F(NamespacesTest, AssociationsCrossNamespacesBothWays) {
 // instances are not in it, since the server makes them at start.
 TEST_F(NamespacesTest, SnapshotsHoldEveryNamespace) {
   ASSERT_EQ(CodeOf(CreateNamespace("root/empty")), 0);
-  const TNamespaceRegistry::TEntry& other = namespaces_->Create("root/other");
+  const TNamespaceRegistry::TEntry& other = namespaces->Create("root/other");
   ASSERT_TRUE(TMofLoader(other.ns).LoadFile(INMEM_SERVER_FIXTURE));
   std::vector<TSnapshotSection> sections;
-  for (const TNamespaceRegistry::TEntry* entry : namespaces_->Entries()) {
-    if (!interop_->IsInterop(entry->name)) sections.push_back(TSnapshotSection{entry->name, entry->ns.get(), nullptr});
+  for (const TNamespaceRegistry::TEntry* entry : namespaces->Entries()) {
+    if (!interop->IsInterop(entry->name)) sections.push_back(TSnapshotSection{entry->name, entry->ns.get(), nullptr});
   }
-  sections.push_back(TSnapshotSection{"interop", namespaces_->Find("interop")->ns.get(), interop_->SnapshotFilter()});
+  sections.push_back(TSnapshotSection{"interop", namespaces->Find("interop")->ns.get(), interop->SnapshotFilter()});
   const std::string path = ::testing::TempDir() + "namespaces_snapshot.mof";
   std::string error;
   ASSERT_TRUE(WriteSnapshot(sections, path, &error)) << error;
@@ -446,10 +404,10 @@ TEST_F(NamespacesTest, SnapshotsHoldEveryNamespace) {
   TInteropNamespace interop(restored, "interop", identity);
   interop.Start();
   std::vector<std::string> names, restoredNames;
-  for (const auto* entry : namespaces_->Entries()) names.push_back(entry->name);
+  for (const auto* entry : namespaces->Entries()) names.push_back(entry->name);
   for (const auto* entry : restored.Entries()) restoredNames.push_back(entry->name);
   EXPECT_EQ(restoredNames, names);
-  for (const auto* entry : namespaces_->Entries()) {
+  for (const auto* entry : namespaces->Entries()) {
     EXPECT_EQ(Exported(*restored.Find(entry->name)->ns), Exported(*entry->ns)) << entry->name;
   }
   // The file itself: a section per namespace, and none of the server's own

@@ -1,7 +1,9 @@
 // The pull operations deliver what the operation they page would answer:
 // for each Open... operation and the same parameters, the instances (or
 // paths) pulled to the end are those of the matching plain operation, with
-// the same properties, and a refusal is the same refusal.
+// the same properties, and a refusal is the same refusal. (What only the
+// pull operations take, OperationTimeout and ContinueOnError, is in
+// exchange_test.cc.)
 
 #include <algorithm>
 #include <vector>
@@ -144,37 +146,6 @@ TEST_F(PullTest, OpenOperationsAnswerAsTheOperationsTheyPage) {
     }
   }
   EXPECT_EQ(client_->Operations().OpenEnumerations(), 0u) << "every enumeration ran to its end";
-}
-
-// What only the pull operations take: how long an enumeration may wait,
-// whether it goes on after an error, a filter; and how many come at once.
-TEST_F(PullTest, ParametersOfTheirOwn) {
-  const std::string disks = Param("ClassName", ClassName("Test_Disk"));
-  const struct {
-    std::string parameters;
-    int code;
-  } cases[] = {
-      {Param("OperationTimeout", Value("1")), 0},
-      {Param("OperationTimeout", Value("3600")), 0},
-      {Param("OperationTimeout", Value("0")), 22},  // never ending: this server does not keep them so
-      {Param("OperationTimeout", Value("3601")), 22},
-      {Param("ContinueOnError", Value("FALSE")), 0},
-      {Param("ContinueOnError", Value("TRUE")), 26},
-      {Param("MaxObjectCount", Value("-1")), 4},
-  };
-  for (const auto& c : cases) {
-    const std::string answer = client_->Call("OpenEnumerateInstances", disks + c.parameters);
-    EXPECT_EQ(CimCodeOf(answer), c.code) << c.parameters << ": " << answer;
-  }
-  // MaxObjectCount defaults to none at once, and an enumeration stays open
-  // until it is pulled to its end or closed.
-  const std::string opened = client_->Call("OpenEnumerateInstancePaths", disks);
-  EXPECT_TRUE(Elements(opened, "INSTANCEPATH").empty()) << opened;
-  EXPECT_EQ(ParamValue(opened, "EndOfSequence"), "FALSE");
-  const std::string all = client_->Call("PullInstancePaths", Param("EnumerationContext",
-                                                                   Value(ParamValue(opened, "EnumerationContext"))) +
-                                                                 Param("MaxObjectCount", Value("2")));
-  EXPECT_EQ(Elements(all, "INSTANCEPATH").size(), 2u) << all;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 #include "server/cim_http_exchange.h"
+#include "server/interop_namespace.h"
 #include "server/namespace_registry.h"
 #include "tests/support/provider_namespace.h"
 
@@ -69,6 +70,19 @@ inline std::string Param(const std::string& name, const std::string& content) {
   return "<IPARAMVALUE NAME=\"" + name + "\">" + content + "</IPARAMVALUE>";
 }
 
+// NAMESPACE elements for the namespace "a/b".
+inline std::string NamespaceXml(const std::string& name) {
+  std::string xml;
+  size_t start = 0;
+  while (start <= name.size()) {
+    size_t end = name.find('/', start);
+    if (end == std::string::npos) end = name.size();
+    xml += "<NAMESPACE NAME=\"" + name.substr(start, end - start) + "\"/>";
+    start = end + 1;
+  }
+  return xml;
+}
+
 // A POST to /cimom with the headers a client sends for `method`.
 inline THttpRequest CimPost(const std::string& method, const std::string& body) {
   THttpRequest request{boost::beast::http::verb::post, "/cimom", 11};
@@ -98,9 +112,16 @@ class TExchangeClient {
   explicit TExchangeClient(TNamespaceRegistry& namespaces, TCimOperationsConfig config = TCimOperationsConfig())
       : operations_(namespaces, config), exchange_(operations_, THttpPolicy()) {}
 
-  // The response document of `method` with `parameters` (IPARAMVALUEs).
+  // The response document of `method` with `parameters` (IPARAMVALUEs),
+  // in root/cimv2 or in `ns`.
   std::string Call(const std::string& method, const std::string& parameters) {
     THttpAnswer answer = exchange_.Answer(CimPost(method, Envelope(method, parameters)), "localhost");
+    return Drained(answer);
+  }
+  std::string Call(const std::string& ns, const std::string& method, const std::string& parameters) {
+    THttpRequest request = CimPost(method, Envelope(method, parameters, NamespaceXml(ns)));
+    request.set("CIMObject", ns);
+    THttpAnswer answer = exchange_.Answer(request, "localhost");
     return Drained(answer);
   }
   TCimOperations& Operations() { return operations_; }
@@ -108,6 +129,33 @@ class TExchangeClient {
  private:
   TCimOperations operations_;
   TCimHttpExchange exchange_;
+};
+
+// A server of the fixture's namespace and the Interop namespace, with a
+// client: what the tests of namespaces, the Interop namespace and class
+// writes start from.
+struct TServedWithInterop {
+  std::unique_ptr<TNamespaceRegistry> namespaces;
+  std::unique_ptr<TInteropNamespace> interop;
+  std::unique_ptr<TExchangeClient> client;
+
+  // (Again) from the fixture alone, the host "testhost", version "9.8.7".
+  void Serve(bool readOnly) {
+    client.reset();
+    interop.reset();
+    namespaces = ServingAlone(FixtureNamespace());
+    TServerIdentity identity;
+    identity.version = "9.8.7";
+    identity.hostName = "testhost";
+    identity.functionalProfiles = TCimOperations::FunctionalProfiles(readOnly);
+    interop = std::make_unique<TInteropNamespace>(*namespaces, "interop", identity);
+    interop->Start();
+    TCimOperationsConfig config;
+    config.readOnly = readOnly;
+    config.interop = interop.get();
+    client = std::make_unique<TExchangeClient>(*namespaces, config);
+  }
+  ICIMNamespace& Repository(const std::string& ns) { return *namespaces->Find(ns)->ns; }
 };
 
 // The CIM status code of a response document (0 for success).
