@@ -36,6 +36,14 @@ class TInventoryFeed {
                  std::function<boost::shared_ptr<ICIMNamespace>()> newNamespace, std::string schema,
                  std::string root, std::string plugin);
 
+  // Feeds `served` (with its schema notes `notes`) from now on: the
+  // namespace was built again (a class changed), and the previous
+  // collection's instances are there under the same paths.
+  void Retarget(boost::shared_ptr<ICIMNamespace> served, TSchemaNotes* notes) {
+    served_ = std::move(served);
+    schemaNotes_ = notes;
+  }
+
   // Collects again and replaces the previous collection's instances. False,
   // with the reason in *error, when nothing was replaced.
   bool Refresh(std::string* error);

@@ -256,6 +256,11 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   if (o.inventory) {
     feed = std::make_unique<TInventoryFeed>(ns, notes.get(), newNamespace, inventorySchema, o.root, plugin);
     collect();
+    // A class write builds the namespace again: the feed follows it.
+    namespaces.OnChange([&] {
+      const TNamespaceRegistry::TEntry* entry = namespaces.Find(o.namespaceName);
+      if (entry != nullptr) feed->Retarget(entry->ns, entry->notes.get());
+    });
   }
 
   TWbemServer server(operations, config, std::cerr);

@@ -121,7 +121,7 @@ def methods_as_declared(conn):
         fail('the class as MOF lacks the reference parameter:\n' + mof)
 
 
-conn = start('-m', fixture, 'serve', '--listen', '127.0.0.1:0', '--inventory', '--root', machine,
+conn = start('-m', fixture, 'serve', '--listen', '127.0.0.1:0', '--inventory', '--root', machine, '--refresh', '1',
              '--load', 'interop=' + profile, '--load', 'root/classes=' + classes, '--snapshot', snapshot)
 discover(conn, ['interop', 'root/cimv2', 'root/classes'])
 methods_as_declared(conn)
@@ -140,6 +140,23 @@ try:
     fail('a deleted namespace still answers')
 except pywbem.CIMError as e:
     expect('a deleted namespace', e.status_code, pywbem.CIM_ERR_INVALID_NAMESPACE)
+# A class of the inventory changed: the namespace is built again, and the
+# collections that follow feed the new one (a disk deleted comes back).
+disk_class = conn.GetClass('PELXA_DiskDrive', namespace='root/cimv2', LocalOnly=True, IncludeQualifiers=True)
+disk_class.properties['Shelf'] = pywbem.CIMProperty('Shelf', None, type='string')
+conn.ModifyClass(disk_class, namespace='root/cimv2')
+sda = pywbem.CIMInstanceName('PELXA_DiskDrive', {'DeviceID': 'sda'}, namespace='root/cimv2')
+conn.DeleteInstance(sda)
+for _ in range(50):
+    try:
+        back = conn.GetInstance(sda)
+        break
+    except pywbem.CIMError as e:
+        expect('a deleted disk before the next collection', e.status_code, pywbem.CIM_ERR_NOT_FOUND)
+        time.sleep(0.1)
+else:
+    fail('the collections after the class change did not reach the served namespace')
+expect('the changed class of the disk collected again', 'Shelf' in back.properties, True)
 om = conn.EnumerateInstanceNames('CIM_ObjectManager', namespace='interop')[0]
 try:
     conn.DeleteInstance(om)
