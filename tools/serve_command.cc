@@ -125,7 +125,6 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--key", o.key, "TLS private key (PEM)");
   serve.add_option("--users", o.users, "users allowed in (HTTP Basic), written by inmem passwd");
   serve.add_flag("--insecure", o.insecure, "allow plain HTTP beyond loopback (with --users)");
-  serve.set_config("--config", "", "read serve's options from FILE, one 'name = value' a line");
   serve.add_option("--namespace", o.namespaceName, "the namespace -m loads into (default root/cimv2)");
   serve.add_option("--load", o.loads, "NAMESPACE=FILE: load FILE into NAMESPACE, made when new (repeatable)");
   serve.add_option("--interop", o.interop, "the Interop namespace's name (default interop)");

@@ -8,7 +8,7 @@
 // namespace (--interop), which is always there. With a snapshot file, every
 // namespace comes from it instead. With --inventory, this machine's
 // inventory joins the --namespace one, collected again every --refresh
-// seconds. Options may come from a file too (--config).
+// seconds. Options may come from a file too (inmem --config FILE).
 //
 // Only loopback addresses are open to anyone. Any other address needs
 // --users (HTTP Basic) and, unless --insecure, TLS (--https with --cert and

@@ -165,8 +165,12 @@ except pywbem.CIMError as e:
     expect('deleting the object manager', e.status_code, pywbem.CIM_ERR_ACCESS_DENIED)
 expect('the server stopped', stop(), 0)
 
-# Restarted from the snapshot alone: the same namespaces and profiles.
-conn = start('serve', '--listen', '127.0.0.1:0', '--inventory', '--root', machine, '--snapshot', snapshot)
+# Restarted from the snapshot alone, its options from a file: the same
+# namespaces and profiles.
+conf = os.path.join(work, 'serve.conf')
+with open(conf, 'w') as out:
+    out.write('[serve]\nlisten = ["127.0.0.1:0"]\ninventory = true\nroot = "%s"\nsnapshot = "%s"\n' % (machine, snapshot))
+conn = start('--config', conf, 'serve')
 discover(conn, ['interop', 'root/cimv2', 'root/classes', 'root/kept'])
 methods_as_declared(conn)
 expect('the server stopped', stop(), 0)
