@@ -253,8 +253,8 @@ int Shell(const TOptions& options, const boost::shared_ptr<ICIMNamespace>& ns, T
 
 int main(int argc, char** argv) {
   CLI::App app{"inmem: an in-memory CIM repository on the command line"};
-  // The options may come from a file too (/etc/inmem/serve.conf for the
-  // service): `name = value` lines, a command's own under `[serve]`.
+  // The options may come from a file too: `name = value` lines, a
+  // command's own under `[COMMAND]` (`[serve]`).
   app.set_config("--config", "", "read options from FILE: 'name = value' lines, a command's under [COMMAND]");
   app.set_help_all_flag("--help-all", "help for every command");
   app.set_version_flag("--version", "inmem " INMEM_VERSION);
