@@ -10,6 +10,11 @@
 // host name the client used). A reference value is written as INSTANCENAME,
 // or LOCALINSTANCEPATH when it names a namespace of its own.
 //
+// A class is written with what its namespace's schema notes add (the
+// declared order of a method's parameters, the class of a reference
+// parameter), and with PROPAGATED on every qualifier it took over from its
+// superclass, on itself and on its properties, methods and parameters.
+//
 // Values the DTD has no room for are written as near as it allows: a
 // reference-array property as an array of path texts, an array key as the
 // text of the array, characters XML 1.0 cannot carry as U+FFFD (TXmlOut).
