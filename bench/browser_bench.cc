@@ -9,6 +9,7 @@
 #include "bench/workloads.h"
 #include "browser/repository_pages.h"
 #include "mof/mof_loader.h"
+#include "server/namespace_registry.h"
 
 namespace {
 
@@ -25,7 +26,9 @@ size_t PageBytes(TRepositoryPages& pages, const std::string& target) {
 void BM_InstancesPage(benchmark::State& state) {
   boost::shared_ptr<ICIMNamespace> ns = ItemSchema();
   for (size_t i = 0; i < static_cast<size_t>(state.range(0)); ++i) NewItem(*ns, i)->AddToNamespace(TContext());
-  TRepositoryPages pages(ns, "root/cimv2");
+  TNamespaceRegistry namespaces(NewNamespace);
+  namespaces.Add("root/cimv2", ns);
+  TRepositoryPages pages(namespaces, "root/cimv2");
   size_t bytes = 0;
   for (auto _ : state) bytes = PageBytes(pages, "/class/Item/instances");
   state.counters["page_bytes"] = static_cast<double>(bytes);
@@ -41,7 +44,9 @@ void BM_ClassTreePage(benchmark::State& state) {
   const bool loaded = file != nullptr && *file != '\0' ? loader.LoadFile(file)
                                                       : loader.LoadText("generated.mof", GeneratedSchema(1500));
   if (!loaded) state.SkipWithError("the schema did not load");
-  TRepositoryPages pages(ns, "root/cimv2");
+  TNamespaceRegistry namespaces(NewNamespace);
+  namespaces.Add("root/cimv2", ns);
+  TRepositoryPages pages(namespaces, "root/cimv2");
   size_t bytes = 0;
   for (auto _ : state) bytes = PageBytes(pages, "/classes");
   state.counters["classes"] = static_cast<double>(loader.Counts().classes);

@@ -10,13 +10,28 @@ const char kContentSecurityPolicy[] =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; base-uri 'none'; "
     "form-action 'self'; frame-ancestors 'none'";
 
-std::string FramedPage(const std::string& namespaceName, const std::string& title, const std::string& body) {
+std::string NamespaceLink(const TFrameNamespaces::TServed& ns, bool markCurrent) {
+  return "<a href=\"" + Html(ns.overview) + "\"" + (markCurrent && ns.current ? " aria-current=\"true\"" : "") + ">" +
+         Html(ns.name) + "</a>" + (ns.interop ? " <span class=\"badge\">Interop</span>" : "");
+}
+
+std::string FramedPage(const TFrameNamespaces& where, const std::string& title, const std::string& body) {
+  // The switch: the page's namespace, opening (without a script) into the
+  // list of every served one, the page's own marked.
+  const std::string shown =
+      where.current.empty() ? std::string("namespaces") : "<span class=\"namespace\">" + Html(where.current) + "</span>";
+  std::string served;
+  for (const TFrameNamespaces::TServed& ns : where.served) {
+    served += (ns.current ? "<li class=\"current\">" : "<li>") + NamespaceLink(ns, true) + "</li>";
+  }
+  std::string nav = "<a href=\"" + Html(where.overview) + "\">Overview</a>";
+  if (!where.classes.empty()) nav += "<a href=\"" + Html(where.classes) + "\">Classes</a>";
   return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">"
          "<title>" + Html(title) + " \xC2\xB7 inmem</title><link rel=\"stylesheet\" href=\"/style.css\"></head>\n"
-         "<body><header><a class=\"brand\" href=\"/\">inmem</a><span class=\"namespace\">" + Html(namespaceName) +
-         "</span><nav><a href=\"/\">Overview</a><a href=\"/classes\">Classes</a></nav></header>\n<main>" + body +
-         "</main></body></html>\n";
+         "<body><header><a class=\"brand\" href=\"/\">inmem</a><details class=\"switch\"><summary title=\"Switch "
+         "to another namespace\">" + shown + "</summary><ul>" + served + "</ul></details><nav>" + nav +
+         "</nav></header>\n<main>" + body + "</main></body></html>\n";
 }
 
 THttpAnswer PageAnswer(http::status status, std::string body, const char* contentType, const std::string& what) {
@@ -33,17 +48,18 @@ THttpAnswer PageAnswer(http::status status, std::string body, const char* conten
   return answer;
 }
 
-THttpAnswer NotFoundPage(const std::string& namespaceName, const std::string& what) {
+THttpAnswer NotFoundPage(const TFrameNamespaces& where, const std::string& what) {
+  const std::string back = where.classes.empty() ? "<a href=\"" + Html(where.overview) + "\">Overview</a>"
+                                                 : "<a href=\"" + Html(where.classes) + "\">All classes</a>";
   return PageAnswer(http::status::not_found,
-                    FramedPage(namespaceName, "Not found",
-                               "<h1>Not found</h1><p class=\"problem\">" + Html(what) +
-                                   "</p><p><a href=\"/classes\">All classes</a></p>"),
+                    FramedPage(where, "Not found",
+                               "<h1>Not found</h1><p class=\"problem\">" + Html(what) + "</p><p>" + back + "</p>"),
                     "text/html; charset=utf-8", what);
 }
 
-THttpAnswer BadRequestPage(const std::string& namespaceName, const std::string& why) {
+THttpAnswer BadRequestPage(const TFrameNamespaces& where, const std::string& why) {
   return PageAnswer(http::status::bad_request,
-                    FramedPage(namespaceName, "Bad request",
+                    FramedPage(where, "Bad request",
                                "<h1>Bad request</h1><p class=\"problem\">" + Html(why) + "</p>"),
                     "text/html; charset=utf-8", why);
 }
@@ -56,6 +72,16 @@ header { display: flex; gap: 1.2em; align-items: baseline; padding: .7em 1.5em; 
 header a { color: #fff; text-decoration: none; }
 header .brand { font-weight: 700; font-size: 1.15em; }
 header .namespace { color: #b8cde2; font-family: ui-monospace, monospace; }
+header details.switch { position: relative; }
+header details.switch summary { cursor: pointer; color: #b8cde2; }
+header details.switch ul { position: absolute; z-index: 1; list-style: none; margin: .4em 0 0; padding: .3em 0;
+  min-width: 16em; background: #fff; border: 1px solid var(--line); border-radius: .3em;
+  box-shadow: 0 .2em .8em rgba(0, 0, 0, .2); }
+header details.switch li { display: flex; align-items: baseline; gap: .6em; padding: .15em .9em; white-space: nowrap; }
+header details.switch li a { color: var(--accent); font-family: ui-monospace, monospace; }
+header details.switch li.current { background: var(--soft); }
+header details.switch li.current a { color: var(--ink); font-weight: 700; }
+header details.switch li.current a::before { content: "\2713\00a0"; }
 header nav { margin-left: auto; display: flex; gap: 1em; }
 main { padding: 1em 1.5em 3em; max-width: 80em; }
 a { color: var(--accent); }
@@ -85,6 +111,10 @@ ul.tree li.match > a, ul.tree li.match > details > summary > a { background: #ff
 ul.tree li.prefix > a, ul.tree li.prefix > details > summary > a { font-weight: 700; }
 #filter { font: inherit; padding: .35em .6em; width: 22em; max-width: 100%; margin: .3em 0 .8em; }
 nav.pages { display: flex; gap: 1em; margin: .6em 0; }
+tr.current td { background: var(--soft); }
+form.filter { display: flex; flex-wrap: wrap; gap: .5em; align-items: center; margin: .6em 0; }
+form.filter input { font: 14px/1.3 ui-monospace, monospace; padding: .35em .6em; width: 32em; max-width: 100%; }
+form.filter button { font: inherit; padding: .3em .9em; }
 )";
 
 const char kTreeScript[] = R"(

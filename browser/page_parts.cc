@@ -1,4 +1,4 @@
-// Links, property tables, the class tree and the machine section.
+// Links, counts, property tables, the class tree and the machine section.
 
 #include "browser/page_parts.h"
 
@@ -6,6 +6,7 @@
 
 #include "browser/html_text.h"
 #include "core/ascii.h"
+#include "core/cim_reference.h"
 #include "core/collected.h"
 #include "core/printable_text.h"
 #include "core/tyl_exception.h"
@@ -25,19 +26,19 @@ std::vector<boost::shared_ptr<ICIMClass>> Subclasses(ICIMClass& cls) {
 
 // One class and its subclasses; the loader keeps inheritance within 256
 // levels, so the recursion stays shallow.
-void TreeItem(ICIMClass& cls, std::string* out) {
+void TreeItem(const TNamespaceLinks& links, ICIMClass& cls, std::string* out) {
   const std::string& name = cls.GetName(kNone);
   std::string lower = name;
   for (char& c : lower) c = ToLowerAscii(c);
   const std::vector<boost::shared_ptr<ICIMClass>> subclasses = Subclasses(cls);
   *out += "<li data-name=\"" + Html(lower) + "\"";
   if (subclasses.empty()) {
-    *out += " class=\"leaf\">" + ClassLink(name) + "</li>\n";
+    *out += " class=\"leaf\">" + ClassLink(links, name) + "</li>\n";
     return;
   }
-  *out += "><details><summary>" + ClassLink(name) + " <span class=\"muted\">" + std::to_string(subclasses.size()) +
+  *out += "><details><summary>" + ClassLink(links, name) + " <span class=\"muted\">" + std::to_string(subclasses.size()) +
           "</span></summary><ul>\n";
-  for (const auto& sub : subclasses) TreeItem(*sub, out);
+  for (const auto& sub : subclasses) TreeItem(links, *sub, out);
   *out += "</ul></details></li>\n";
 }
 
@@ -69,13 +70,27 @@ boost::shared_ptr<ICIMInstance> FindInstanceOrNull(const boost::shared_ptr<ICIMN
   return instance;
 }
 
-std::string ClassLink(const std::string& name) {
-  return "<a href=\"/class/" + UrlEncoded(name) + "\">" + Html(name) + "</a>";
+std::string ClassLink(const TNamespaceLinks& links, const std::string& name) {
+  return "<a href=\"" + Html(links.Class(name)) + "\">" + Html(name) + "</a>";
 }
 
-std::string InstanceLink(const TCIMReference& path, const std::string& text) {
-  return "<a href=\"/instance?path=" + UrlEncoded(path.PathText()) + "\">" +
-         Html(text.empty() ? path.PathText() : text) + "</a>";
+std::string InstanceLink(const TNamespaceLinks& links, ICIMInstance& instance, const std::string& text) {
+  return "<a href=\"" + Html(links.Instance(instance)) + "\">" +
+         Html(text.empty() ? instance.GetReference(kNone).PathText() : text) + "</a>";
+}
+
+TNamespaceCounts CountsOf(ICIMNamespace& ns) {
+  TNamespaceCounts counts;
+  ns.GetClass("", kNone)->EnumerateSubclasses(
+      [&](boost::shared_ptr<ICIMClass> cls) {
+        ++counts.classes;
+        if (cls->IsAssociation(kNone)) ++counts.associations;
+        cls->EnumerateInstances([&](boost::shared_ptr<ICIMInstance>) { return ++counts.instances, true; }, false, kNone);
+        return true;
+      },
+      true, kNone);
+  ns.EnumerateQualifierDecls([&](boost::shared_ptr<ICIMQualifierDecl>) { return ++counts.qualifiers, true; }, kNone);
+  return counts;
 }
 
 std::string PropertyTable(ICIMInstance& instance) {
@@ -95,13 +110,13 @@ std::string PropertyTable(ICIMInstance& instance) {
          (previous ? "previous" : "") + "</th></tr>\n" + rows + "</table>";
 }
 
-std::string ClassTreeList(ICIMNamespace& ns) {
+std::string ClassTreeList(const TNamespaceLinks& links, ICIMNamespace& ns) {
   std::string out = "<ul class=\"tree\" id=\"tree\">\n";
-  for (const auto& top : Subclasses(*ns.GetClass("", kNone))) TreeItem(*top, &out);
+  for (const auto& top : Subclasses(*ns.GetClass("", kNone))) TreeItem(links, *top, &out);
   return out + "</ul>\n";
 }
 
-std::string MachineSection(ICIMNamespace& ns) {
+std::string MachineSection(const TNamespaceLinks& links, ICIMNamespace& ns) {
   boost::shared_ptr<ICIMClass> systems = FindClassOrNull(ns, "PELXA_ComputerSystem");
   if (!systems || !FindClassOrNull(ns, "PELXA_SystemComponent")) return std::string();
   std::string out;
@@ -110,12 +125,12 @@ std::string MachineSection(ICIMNamespace& ns) {
         const TCIMReference path = system->GetReference(kNone);
         out += "<h2>This machine: " + Html(path.FindKeyValue("Name") ? path.FindKeyValue("Name")->ToString()
                                                                      : path.PathText()) +
-               "</h2><div class=\"part\"><h3>" + InstanceLink(path, system->GetClass(kNone)->GetName(kNone)) +
+               "</h2><div class=\"part\"><h3>" + InstanceLink(links, *system, system->GetClass(kNone)->GetName(kNone)) +
                "</h3>" + PropertyTable(*system) + "</div>";
         system->EnumerateAssociatedInstances(
             [&](boost::shared_ptr<ICIMInstance> part) {
               out += "<div class=\"part\"><h3>" +
-                     InstanceLink(part->GetReference(kNone), part->GetClass(kNone)->GetName(kNone)) + "</h3>" +
+                     InstanceLink(links, *part, part->GetClass(kNone)->GetName(kNone)) + "</h3>" +
                      PropertyTable(*part) + "</div>";
               return true;
             },

@@ -2,7 +2,9 @@
 
 #include "browser/repository_graphs.h"
 
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <set>
 #include <vector>
@@ -10,7 +12,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "browser/association_ends.h"
-#include "browser/html_text.h"
+#include "browser/namespace_links.h"
 #include "core/ascii.h"
 #include "core/tyl_exception.h"
 #include "core/utf8.h"
@@ -62,8 +64,10 @@ class TDot {
   }
 
   // The node's id, adding it when it is new; empty when the cap is reached.
-  std::string Node(const std::string& key, const std::string& label, const std::string& link,
-                   const char* style = nullptr) {
+  // `link` makes the address of its page, called only when the picture
+  // links its nodes.
+  std::string Node(const std::string& key, const std::string& label,
+                   const std::function<std::string(const TNamespaceLinks&)>& link, const char* style = nullptr) {
     auto known = ids_.find(key);
     if (known != ids_.end()) return known->second;
     if (ids_.size() >= limits_.maxNodes) {
@@ -73,7 +77,7 @@ class TDot {
     const std::string id = "n" + std::to_string(ids_.size());
     ids_[key] = id;
     text_ += "  " + id + " [label=" + Quoted(label);
-    if (limits_.links) text_ += ", URL=" + Quoted(link, std::string::npos);
+    if (limits_.links != nullptr) text_ += ", URL=" + Quoted(link(*limits_.links), std::string::npos);
     if (style != nullptr) text_ += std::string(", ") + style;
     text_ += "];\n";
     return id;
@@ -118,7 +122,7 @@ const char kAssociation[] = "shape=hexagon, fillcolor=\"#e6f2e6\"";
 
 std::string ClassNode(TDot& dot, ICIMClass& cls, const char* style = nullptr) {
   const std::string& name = cls.GetName(kNone);
-  return dot.Node("class:" + Lower(name), name, "/class/" + UrlEncoded(name), style);
+  return dot.Node("class:" + Lower(name), name, [&](const TNamespaceLinks& links) { return links.Class(name); }, style);
 }
 
 // "Test_Disk\nId=sda, Slot=0": the class and the keys of an instance.
@@ -129,6 +133,15 @@ std::string InstanceLabel(const TCIMReference& path) {
             (key.second.IsReference() ? key.second.GetReference().GetClassName() : key.second.ToString());
   }
   return path.GetClassName() + (keys.empty() ? "" : "\n" + keys);
+}
+
+// An instance's node key: its path within its namespace, and which
+// namespace that is, since an association may reach into another namespace
+// where an instance has the same path.
+std::string InstanceKey(ICIMInstance& instance) {
+  const ICIMNamespace* ns = instance.GetClass(kNone)->GetNamespace(kNone).get();
+  return "instance:" + std::to_string(reinterpret_cast<uintptr_t>(ns)) + ":" +
+         instance.GetReference(kNone).PathText();
 }
 
 }  // namespace
@@ -198,10 +211,16 @@ std::string ClassGraph(ICIMClass& cls, const TGraphLimits& limits) {
 
 std::string InstanceGraph(ICIMInstance& start, const TGraphLimits& limits) {
   TDot dot(limits, "LR");
+  const boost::shared_ptr<ICIMNamespace> home = start.GetClass(kNone)->GetNamespace(kNone);
   auto node = [&](ICIMInstance& instance, const char* style = nullptr) {
-    const TCIMReference path = instance.GetReference(kNone);
-    return dot.Node("instance:" + path.PathText(), InstanceLabel(path),
-                    "/instance?path=" + UrlEncoded(path.PathText()), style);
+    std::string label = InstanceLabel(instance.GetReference(kNone));
+    // An instance that an association reaches in another namespace says
+    // where it is, when the namespaces are known.
+    if (limits.links != nullptr && instance.GetClass(kNone)->GetNamespace(kNone) != home) {
+      label += "\nin " + limits.links->NamespaceOf(instance);
+    }
+    return dot.Node(InstanceKey(instance), label,
+                    [&](const TNamespaceLinks& links) { return links.Instance(instance); }, style);
   };
   node(start, kFocus);
   std::deque<std::pair<boost::shared_ptr<ICIMInstance>, int>> queue;
@@ -224,7 +243,7 @@ std::string InstanceGraph(ICIMInstance& start, const TGraphLimits& limits) {
       std::vector<std::pair<std::string, std::string>> ends;  // role, node id
       bool cut = false;  // an end left out by the cap: the association is not drawn
       VisitAssociationEnds(*association, [&](const std::string& role, const boost::shared_ptr<ICIMInstance>& end) {
-        const bool known = dot.Has("instance:" + end->GetReference(kNone).PathText());
+        const bool known = dot.Has(InstanceKey(*end));
         const std::string id = node(*end);
         if (id.empty()) {
           cut = true;

@@ -12,14 +12,16 @@
 
 class ICIMClass;
 class ICIMInstance;
+class TNamespaceLinks;
 
 struct TGraphLimits {
   size_t maxNodes = 60;
   // For an instance's neighbourhood: association hops from it (1 to 4).
   int hops = 1;
-  // Node links to the browser's pages ("/class/NAME", "/instance?path=..."),
+  // When given, each node links to its page in the browser (made by these
+  // links: the class's, the instance's in the namespace that holds it),
   // for a picture opened on its own from the server.
-  bool links = false;
+  const TNamespaceLinks* links = nullptr;
 };
 
 // The class with its ancestors up to the top, its direct subclasses, and

@@ -224,7 +224,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   operationsConfig.maxOpenEnumerations = o.maxEnumerations;
   operationsConfig.interop = &interop;
   TCimOperations operations(namespaces, operationsConfig);
-  TRepositoryPages pages(ns, o.namespaceName, notes);
+  TRepositoryPages pages(namespaces, o.namespaceName, o.interop);
   for (const std::string& source : sources) pages.NoteLoaded("MOF " + source);
   config.http.pages = [&pages](const THttpRequest& request) { return pages.Answer(request); };
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The repository browser in a real browser: headless Chromium (Debian's)
-# loads the overview, the class tree (searched), a class, an instance and a
-# picture from an inmem serve started here on a loopback port, the rendered
+# loads the overview, the class tree (searched), a class, an instance, a
+# filtered list of instances, a picture and a page of the Interop namespace
+# from an inmem serve started here on a loopback port, the rendered
 # DOM of each is checked, and each is photographed for a person to look at
 # (the PNG files stay in WORKDIR). Skipped (exit 77) where Chromium cannot
 # run; scripts/install-deps.sh installs it so that CI runs it.
@@ -52,7 +53,10 @@ page() {
   [ -s $name.png ] || fail "$name: empty screenshot"
 }
 
-page overview / '<h1>Repository</h1>' '<b>5</b>instances' 'MOF .*fixture.mof'
+# The overview names its namespace, lists every namespace served (the
+# Interop one too) with a link to switch to it, and says what was loaded.
+page overview / '<h1>Namespace <code>root/cimv2</code></h1>' '<b>5</b>instances' 'MOF .*fixture.mof' \
+  '<a href="/ns/interop/"[^>]*>interop</a>' '<summary[^>]*><span class="namespace">root/cimv2</span></summary>'
 # The search (the page's script) ran: the classes whose names start with
 # the text are marked, the branch above them stays open, the rest is hidden.
 page classes '/classes?q=TEST_S' '2 classes match, 2 by their start' \
@@ -62,6 +66,15 @@ page class /class/Test_Disk '<h1>Test_Disk</h1>' '<img src="/graph/class/Test_Di
 page instance '/instance?path=test_disk.id%3D%22sdb%22%2Cslot%3D1' '&lt;script&gt;alert\(1\)&lt;/script&gt;' \
   'Test_SystemDisk</a> <span class="muted">as System'
 grep -q '<script>alert' instance.html && fail "instance: a string from the repository became markup"
+# The filter form round-trips: the list keeps what the FQL condition keeps,
+# the form shows the condition, the pages' links carry it.
+page filtered '/class/Test_Disk/instances?filter=Slot%20%3E%200' '1 instance kept by the filter' \
+  'value="Slot &gt; 0"' 'Id=sdb, Slot=1'
+grep -q 'Id=sda' filtered.html && fail "filtered: an instance the filter drops is listed"
+page badfilter '/class/Test_Disk/instances?filter=Slot%20%3E' 'The filter is not one this class takes'
+# Another namespace's pages live below /ns/NAME, and link within it.
+page interop '/ns/interop/class/CIM_RegisteredProfile/instances' 'Instances of' \
+  'href="/ns/interop/instance\?path=' 'Profile Registration'
 page picture /graph/class/Test_Disk.svg '<svg' 'Test_SystemDisk'
 page missing /class/Nope 'There is no class named Nope'
 
