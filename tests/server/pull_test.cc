@@ -58,14 +58,8 @@ std::string ParamValue(const std::string& document, const std::string& name) {
   return document.substr(value + 7, document.find("</VALUE>", value) - value - 7);
 }
 
-class PullTest : public ::testing::Test {
+class PullTest : public TServedFixtureTest {
  protected:
-  void SetUp() override {
-    ns_ = FixtureNamespace();
-    ASSERT_TRUE(ns_);
-    namespaces_ = ServingAlone(ns_);
-    client_ = std::make_unique<TExchangeClient>(*namespaces_);
-  }
 
   // Opens with `parameters` and `count` at first, then pulls `count` (at
   // least one) at a time to the end; the answers, the last failed if one did.
@@ -81,10 +75,6 @@ class PullTest : public ::testing::Test {
     }
     return answers;
   }
-
-  boost::shared_ptr<ICIMNamespace> ns_;
-  std::unique_ptr<TNamespaceRegistry> namespaces_;
-  std::unique_ptr<TExchangeClient> client_;
 };
 
 TEST_F(PullTest, OpenOperationsAnswerAsTheOperationsTheyPage) {

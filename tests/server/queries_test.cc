@@ -22,13 +22,10 @@ const std::string kSda =
     "<INSTANCENAME CLASSNAME=\"Test_Disk\"><KEYBINDING NAME=\"Id\"><KEYVALUE>sda</KEYVALUE></KEYBINDING>"
     "<KEYBINDING NAME=\"Slot\"><KEYVALUE VALUETYPE=\"numeric\">0</KEYVALUE></KEYBINDING></INSTANCENAME>";
 
-class QueriesTest : public ::testing::Test {
+class QueriesTest : public TServedFixtureTest {
  protected:
   void SetUp() override {
-    ns_ = FixtureNamespace();
-    ASSERT_TRUE(ns_);
-    namespaces_ = ServingAlone(ns_);
-    client_ = std::make_unique<TExchangeClient>(*namespaces_);
+    TServedFixtureTest::SetUp();
     before_ = Exported(*ns_);
   }
   void TearDown() override { EXPECT_EQ(Exported(*ns_), before_) << "a query changed the repository"; }
@@ -61,9 +58,6 @@ class QueriesTest : public ::testing::Test {
     return names;
   }
 
-  boost::shared_ptr<ICIMNamespace> ns_;
-  std::unique_ptr<TNamespaceRegistry> namespaces_;
-  std::unique_ptr<TExchangeClient> client_;
   std::string before_;
 };
 

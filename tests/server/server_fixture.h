@@ -131,6 +131,23 @@ class TExchangeClient {
   TCimHttpExchange exchange_;
 };
 
+// The fixture's namespace served alone as root/cimv2, with a client: what
+// the tests of single-namespace operations start from. `ns` stays the
+// served repository.
+class TServedFixtureTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ns_ = FixtureNamespace();
+    ASSERT_TRUE(ns_);
+    namespaces_ = ServingAlone(ns_);
+    client_ = std::make_unique<TExchangeClient>(*namespaces_);
+  }
+
+  boost::shared_ptr<ICIMNamespace> ns_;
+  std::unique_ptr<TNamespaceRegistry> namespaces_;
+  std::unique_ptr<TExchangeClient> client_;
+};
+
 // A server of the fixture's namespace and the Interop namespace, with a
 // client: what the tests of namespaces, the Interop namespace and class
 // writes start from.
