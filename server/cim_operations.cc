@@ -111,10 +111,13 @@ const std::map<std::string, TCimOperations::THandler>& TCimOperations::Handlers(
 }
 
 std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles(bool readOnly) {
+  // `languages`: the query languages the operations take, said after
+  // them, since the mechanism's class has no property of its own for them.
   struct TProfile {
     uint16_t number;
     bool writes;
     std::vector<const char*> operations;
+    const char* languages = nullptr;
   };
   static const TProfile kProfiles[] = {
       {2, false, {"GetClass", "EnumerateClasses", "EnumerateClassNames", "GetInstance", "EnumerateInstances",
@@ -123,13 +126,14 @@ std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles
       {4, true, {"CreateClass", "ModifyClass", "DeleteClass"}},
       {5, true, {"CreateInstance", "ModifyInstance", "DeleteInstance"}},
       {6, false, {"Associators", "AssociatorNames", "References", "ReferenceNames"}},
-      {7, false, {"ExecQuery"}},
+      {7, false, {"ExecQuery"}, "query languages WQL, DMTF:CQL"},
       {8, true, {"GetQualifier", "SetQualifier", "DeleteQualifier", "EnumerateQualifiers"}},
       {10, false, {"OpenEnumerateInstances", "OpenEnumerateInstancePaths", "OpenAssociatorInstances",
                    "OpenAssociatorInstancePaths", "OpenReferenceInstances", "OpenReferenceInstancePaths",
-                   "PullInstancesWithPath", "PullInstancePaths", "CloseEnumeration"}},
+                   "PullInstancesWithPath", "PullInstancePaths", "CloseEnumeration"},
+       "filter query language DMTF:FQL"},
       {11, false, {"EnumerationCount"}},
-      {12, false, {"OpenQueryInstances", "PullInstances"}},
+      {12, false, {"OpenQueryInstances", "PullInstances"}, "query languages WQL, DMTF:CQL"},
   };
   std::vector<std::pair<uint16_t, std::string>> supported;
   for (const TProfile& profile : kProfiles) {
@@ -140,6 +144,7 @@ std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles
       all = all && Handlers().count(Lower(operation)) != 0;
       operations += (operations.empty() ? "" : ", ") + std::string(operation);
     }
+    if (profile.languages != nullptr) operations += std::string(" (") + profile.languages + ")";
     if (all) supported.emplace_back(profile.number, operations);
   }
   return supported;

@@ -99,7 +99,8 @@ class TCimOperations {
   // The functional profiles of CIM-XML (the numbers of
   // CIM_ObjectManagerCommunicationMechanism.FunctionalProfilesSupported)
   // that every operation of is implemented, each with the operations it
-  // covers; those that write only when `readOnly` is false.
+  // covers (and the query languages they take); those that write only when
+  // `readOnly` is false.
   static std::vector<std::pair<uint16_t, std::string>> FunctionalProfiles(bool readOnly);
 
  private:

@@ -3,8 +3,11 @@
 // what each selects and projects, the errors clients get, and that no query
 // changes the repository.
 
+#include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <set>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -173,6 +176,45 @@ TEST_F(QueriesTest, OpenQueryInstancesDeliversAnswersWithoutPaths) {
   EXPECT_NE(rest.find("<VALUE>TRUE</VALUE>"), std::string::npos) << rest;  // the end of the sequence
   EXPECT_EQ(Keys(document + rest, "Id").size(), 0u);  // answers carry no paths, hence no key bindings
   EXPECT_NE(rest.find("<INSTANCE CLASSNAME=\"Test_Disk\""), std::string::npos) << rest;
+}
+
+// The languages the communication mechanism advertises after each query
+// profile's operations are ones those operations take: a client that picks
+// one from discovery gets answers, not CIM_ERR_QUERY_LANGUAGE_NOT_SUPPORTED.
+TEST_F(QueriesTest, AdvertisedQueryLanguagesAreAnswered) {
+  auto languagesOf = [](const std::string& description) {
+    std::vector<std::string> languages;
+    const size_t open = description.find(" (");
+    if (open == std::string::npos) return languages;
+    std::string list = description.substr(open + 2, description.size() - open - 3);
+    list = list.substr(list.find("language") + 8);
+    if (list[0] == 's') list.erase(0, 1);
+    for (size_t at = 0; at < list.size();) {
+      const size_t comma = std::min(list.find(',', at), list.size());
+      languages.push_back(list.substr(at + 1, comma - at - 1));  // after the blank
+      at = comma + 1;
+    }
+    return languages;
+  };
+  std::map<uint16_t, std::vector<std::string>> advertised;
+  for (const auto& profile : TCimOperations::FunctionalProfiles(false)) advertised[profile.first] = languagesOf(profile.second);
+  ASSERT_EQ(advertised[7], (std::vector<std::string>{"WQL", "DMTF:CQL"}));
+  ASSERT_EQ(advertised[12], advertised[7]);
+  ASSERT_EQ(advertised[10], std::vector<std::string>{"DMTF:FQL"});
+  for (const std::string& language : advertised[7]) {
+    const std::string query = Value("SELECT Id FROM Test_Disk WHERE Slot = 1");
+    const std::string exec = Call("ExecQuery", Param("QueryLanguage", Value(language)) + Param("Query", query));
+    EXPECT_NE(exec.find("<VALUE>sdb</VALUE>"), std::string::npos) << language << ": " << exec;
+    const std::string open = Call("OpenQueryInstances", Param("FilterQueryLanguage", Value(language)) +
+                                                            Param("FilterQuery", query) +
+                                                            Param("MaxObjectCount", Value("5")));
+    EXPECT_NE(open.find("<VALUE>sdb</VALUE>"), std::string::npos) << language << ": " << open;
+  }
+  const std::string filtered =
+      Call("OpenEnumerateInstances", Param("ClassName", ClassName("Test_Disk")) +
+                                         Param("FilterQueryLanguage", Value(advertised[10][0])) +
+                                         Param("FilterQuery", Value("Slot = 1")) + Param("MaxObjectCount", Value("5")));
+  EXPECT_EQ(Keys(filtered, "Id"), std::multiset<std::string>{"sdb"}) << filtered;
 }
 
 }  // namespace
