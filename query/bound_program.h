@@ -33,11 +33,18 @@
 constexpr size_t kStackCapacity = 2 * kMaxQueryNesting + 4;
 
 struct TBoundOperand {
-  enum class EKind : uint8_t { kProperty, kLiteral, kInstance };
+  // kMember: a property of the instance that the property `name` embeds;
+  // kEmbedded: that instance itself (what ISA tests). The embedded
+  // instance's class is known only when the condition runs, so a member's
+  // type is too: its values compare as they come (scalar.h), and a literal
+  // keeps the type it was written with.
+  enum class EKind : uint8_t { kProperty, kLiteral, kInstance, kMember, kEmbedded };
   EKind kind = EKind::kLiteral;
-  // kProperty: the name as declared, and whether the declaration is an
-  // array; with an index, the element it names.
+  // kProperty, kMember, kEmbedded: the name as declared, and whether the
+  // declaration is an array; with an index, the element it names.
   std::string name;
+  // kMember: the member's name as written.
+  std::string member;
   bool isArray = false;
   bool indexed = false;
   size_t index = 0;
@@ -55,7 +62,8 @@ struct TBoundTest {
   bool negated = false;
   TBoundOperand left;
   TBoundOperand right;
-  // kLike: index into `patterns`; kIsa: into `classSets`.
+  // kLike: index into `patterns`; kIsa: into `classSets`, or for an
+  // embedded instance into `classNames`.
   size_t argument = 0;
 };
 
@@ -77,6 +85,9 @@ struct TBoundProgram {
   std::vector<TBoundTest> tests;
   std::vector<TLikePattern> patterns;
   std::vector<TClassSet> classSets;
+  // The classes ISA names for embedded instances: these live in other
+  // namespaces, so they are matched by name along the instance's ancestry.
+  std::vector<std::string> classNames;
   std::vector<TBoundStep> steps;
   size_t stackDepth = 0;
 

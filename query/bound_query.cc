@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "core/ascii.h"
+#include "core/tyl_exception.h"
 #include "include/cim_property.h"
 #include "query/bound_program.h"
 
@@ -49,7 +50,8 @@ ETruth Holds(ECompareOp op, EOrder order) {
 // reads are held only while their test runs.
 class TTestRunner {
  public:
-  TTestRunner(const TBoundProgram& program, ICIMInstance& instance) : program_(program), instance_(instance) {}
+  TTestRunner(const TBoundProgram& program, ICIMInstance& instance, const IEmbeddedInstances* embedded)
+      : program_(program), instance_(instance), embedded_(embedded) {}
 
   ETruth Run(const TBoundTest& test) const {
     switch (test.kind) {
@@ -74,7 +76,18 @@ class TTestRunner {
   // The value of a property operand, its index applied: nullptr for an
   // element past the end or of a null array. *held keeps it alive.
   const TCIMValue* Value(const TBoundOperand& operand, boost::shared_ptr<ICIMProperty>* held) const {
-    *held = instance_.GetProperty(operand.name, kNone);
+    if (operand.kind == TBoundOperand::EKind::kMember) {
+      // A member the embedded instance lacks is as unknown as a null.
+      ICIMInstance* embedded = Embedded(operand);
+      if (embedded == nullptr) return nullptr;
+      try {
+        *held = embedded->GetProperty(operand.member, kNone);
+      } catch (const TTYLException&) {
+        return nullptr;
+      }
+    } else {
+      *held = instance_.GetProperty(operand.name, kNone);
+    }
     const TCIMValue& value = (*held)->GetValue(kNone);
     if (!operand.indexed) return &value;
     if (value.IsNull() || !value.IsArray()) return nullptr;
@@ -120,7 +133,22 @@ class TTestRunner {
     });
   }
 
+  ICIMInstance* Embedded(const TBoundOperand& operand) const {
+    return embedded_ == nullptr ? nullptr : embedded_->Embedded(operand.name);
+  }
+
   ETruth Isa(const TBoundTest& test) const {
+    if (test.left.kind == TBoundOperand::EKind::kEmbedded) {
+      ICIMInstance* embedded = Embedded(test.left);
+      if (embedded == nullptr) return ETruth::kUnknown;
+      const std::string& wanted = program_.classNames[test.argument];
+      for (boost::shared_ptr<ICIMClass> cls = embedded->GetClass(kNone); cls;) {
+        if (EqualsFoldingAscii(cls->GetName(kNone), wanted)) return ETruth::kTrue;
+        if (cls->IsTopLevel(kNone)) break;
+        cls = cls->GetSuperClass(kNone);
+      }
+      return ETruth::kFalse;
+    }
     const TClassSet& classes = program_.classSets[test.argument];
     if (test.left.kind == TBoundOperand::EKind::kInstance) {
       boost::shared_ptr<ICIMClass> cls = instance_.GetClass(kNone);
@@ -134,6 +162,7 @@ class TTestRunner {
 
   const TBoundProgram& program_;
   ICIMInstance& instance_;
+  const IEmbeddedInstances* embedded_;
 };
 
 }  // namespace
@@ -154,20 +183,20 @@ bool TBoundQuery::Selects(std::string_view name) const {
                      [name](const std::string& selected) { return EqualsFoldingAscii(selected, name); });
 }
 
-ETruth TBoundQuery::Evaluate(ICIMInstance& instance) const {
+ETruth TBoundQuery::Evaluate(ICIMInstance& instance, const IEmbeddedInstances* embedded) const {
   {
     // Another class's instance may lack the properties the tests read (and
     // the repository makes some up when asked for them): never ask.
     boost::shared_ptr<ICIMClass> cls = instance.GetClass(kNone);
     if (!cls || !program_->matchable.Contains(*cls)) return ETruth::kFalse;
   }
-  return EvaluateCandidate(instance);
+  return EvaluateCandidate(instance, embedded);
 }
 
-ETruth TBoundQuery::EvaluateCandidate(ICIMInstance& instance) const {
+ETruth TBoundQuery::EvaluateCandidate(ICIMInstance& instance, const IEmbeddedInstances* embedded) const {
   const TBoundProgram& program = *program_;
   if (program.steps.empty()) return ETruth::kTrue;
-  const TTestRunner runner(program, instance);
+  const TTestRunner runner(program, instance, embedded);
   ETruth stack[kStackCapacity];
   size_t top = 0;
   const size_t count = program.steps.size();
@@ -205,7 +234,7 @@ void TBoundQuery::EnumerateMatches(const TInstanceCallback& callback) const {
   // subclasses alone, so none needs the check Evaluate makes.
   program_->fromClass->EnumerateInstances(
       [&](boost::shared_ptr<ICIMInstance> instance) {
-        if (more && EvaluateCandidate(*instance) == ETruth::kTrue) more = callback(instance);
+        if (more && EvaluateCandidate(*instance, nullptr) == ETruth::kTrue) more = callback(instance);
         return more;
       },
       true, kNone);

@@ -14,6 +14,16 @@
 //     __THIS, CQL's class name or alias) or a scalar reference property, and
 //     is true when the instance's class, or the class the reference names,
 //     is that class or derives from it;
+//   - a property that embeds instances (a string qualified EmbeddedObject
+//     or EmbeddedInstance, as an indication's SourceInstance) may be
+//     looked into, in WQL and CQL: SourceInstance ISA CIM_Disk tests the
+//     embedded instance's class by name along its ancestry (the class need
+//     not exist in the namespace bound to: it lives where the instance
+//     does), and SourceInstance.Size names the embedded instance's
+//     property, whose type is known only when the condition runs. Such a
+//     member compares with what it meets as values do (scalar.h), a literal
+//     with the type it was written with; a member the embedded instance
+//     lacks is unknown, as a null is;
 //   - comparisons: a side that is a property fixes the type the other side
 //     must have. Integers of every width and sign and reals compare with
 //     integer and real literals and properties, by value; strings with
@@ -75,6 +85,19 @@
 // The value of a condition under the rules of null.
 enum class ETruth : uint8_t { kFalse, kTrue, kUnknown };
 
+// The instances an object embeds in its properties (an indication's
+// SourceInstance and PreviousInstance), for conditions that look inside
+// them: SourceInstance ISA CIM_Disk, SourceInstance.Size > 0.
+class IEmbeddedInstances {
+ public:
+  // The instance the property `name` (as its class declares it) embeds, or
+  // nullptr when it embeds none.
+  virtual ICIMInstance* Embedded(const std::string& name) const = 0;
+
+ protected:
+  ~IEmbeddedInstances() = default;
+};
+
 struct TBoundProgram;
 
 class TBoundQuery {
@@ -123,8 +146,12 @@ class TBoundQuery {
   // the FROM class or one of its subclasses; kTrue for any other when there
   // is no condition. Throws only what the instance's own property lookup
   // throws.
-  ETruth Evaluate(ICIMInstance& instance) const;
-  bool Matches(ICIMInstance& instance) const { return Evaluate(instance) == ETruth::kTrue; }
+  // `embedded` gives the instances the instance's properties embed; without
+  // it a condition on them is unknown.
+  ETruth Evaluate(ICIMInstance& instance, const IEmbeddedInstances* embedded = nullptr) const;
+  bool Matches(ICIMInstance& instance, const IEmbeddedInstances* embedded = nullptr) const {
+    return Evaluate(instance, embedded) == ETruth::kTrue;
+  }
 
   // Calls `callback` with each instance of the FROM class and its
   // subclasses that matches, in the order the class enumerates them. The
@@ -137,7 +164,7 @@ class TBoundQuery {
   explicit TBoundQuery(std::shared_ptr<const TBoundProgram> program) : program_(std::move(program)) {}
 
   // Evaluate for an instance known to be of the FROM class or a subclass.
-  ETruth EvaluateCandidate(ICIMInstance& instance) const;
+  ETruth EvaluateCandidate(ICIMInstance& instance, const IEmbeddedInstances* embedded) const;
 
   std::shared_ptr<const TBoundProgram> program_;
 };

@@ -428,6 +428,11 @@ class TQueryParser {
     operand.kind = TQueryOperand::EKind::kProperty;
     operand.name = std::move(name);
     operand.written = operand.name;
+    if (Language() != EQueryLanguage::kFql && TakeSymbol(".")) {
+      operand.memberPosition = token_.position;
+      operand.member = ExpectName("a property name");
+      operand.written += "." + operand.member;
+    }
     if (Language() != EQueryLanguage::kWql && AtSymbol("[")) {
       Advance();
       if (token_.kind != EQueryToken::kInteger || token_.text[0] == '-' || token_.text[0] == '+') {

@@ -46,12 +46,17 @@ struct TQueryLiteral {
 
 // One side of a condition: a property (with an array index when one was
 // written), a literal, or the instance itself (WQL's __THIS, CQL's class
-// name or alias), which only ISA takes.
+// name or alias), which only ISA takes. A property may name a member of the
+// instance the property embeds (WQL and CQL: SourceInstance.Name, as
+// indication filters write), a member being a property of that instance.
 struct TQueryOperand {
   enum class EKind { kProperty, kLiteral, kInstance };
   EKind kind = EKind::kLiteral;
   size_t position = 0;
   std::string name;
+  // The embedded instance's property, when one was named, and where.
+  std::string member;
+  size_t memberPosition = 0;
   bool indexed = false;
   size_t index = 0;
   TQueryLiteral literal;

@@ -153,7 +153,7 @@ class TQueryBinder {
       }
       case TQueryCondition::EKind::kLike: {
         TPropertyUse use = ScalarProperty(condition.left, condition.quantifier);
-        if (use.element != kCIMTypeString) {
+        if (use.element != kCIMTypeString && use.operand.kind != TBoundOperand::EKind::kMember) {
           Fail(condition.opPosition, "LIKE takes a string property, and " + use.described + " is none");
         }
         test.left = std::move(use.operand);
@@ -165,6 +165,15 @@ class TQueryBinder {
       case TQueryCondition::EKind::kIsa: {
         if (condition.left.kind == TQueryOperand::EKind::kInstance) {
           test.left.kind = TBoundOperand::EKind::kInstance;
+        } else if (condition.left.member.empty() && EmbedsInstances(*Declaration(condition.left.name,
+                                                                                 condition.left.position))) {
+          // The class is looked for where the embedded instance lives, by
+          // name, when the condition runs.
+          test.left = Property(condition.left).operand;
+          test.left.kind = TBoundOperand::EKind::kEmbedded;
+          program_->classNames.push_back(condition.argument);
+          test.argument = program_->classNames.size() - 1;
+          break;
         } else {
           TPropertyUse use = ScalarProperty(condition.left, EQuantifier::kNone);
           if (use.element != kCIMTypeReference) {
@@ -197,6 +206,16 @@ class TQueryBinder {
 
   void BindComparison(const TQueryCondition& condition, TBoundTest* test) {
     TPropertyUse left = ScalarProperty(condition.left, condition.quantifier);
+    const bool rightProperty = condition.right.kind == TQueryOperand::EKind::kProperty;
+    if (left.operand.kind == TBoundOperand::EKind::kMember ||
+        (rightProperty && !condition.right.member.empty())) {
+      // A member's type is known only when the condition runs: the values
+      // compare as they come, a literal as written.
+      test->left = std::move(left.operand);
+      test->right = rightProperty ? ScalarProperty(condition.right, EQuantifier::kNone).operand
+                                  : UntypedLiteral(condition.right);
+      return;
+    }
     const ECategory category = CategoryOf(left.element);
     const bool equality = condition.op == ECompareOp::kEqual || condition.op == ECompareOp::kNotEqual;
     if (!equality && (category == ECategory::kBoolean || category == ECategory::kReference)) {
@@ -217,11 +236,41 @@ class TQueryBinder {
     test->right = Literal(condition.right, category, left.described);
   }
 
+  // Whether `decl` holds embedded instances: a string qualified
+  // EmbeddedObject or EmbeddedInstance, as an indication's SourceInstance.
+  static bool EmbedsInstances(const ICIMPropertyDecl& decl) {
+    if (ElementTypeOf(decl.GetType(kNone)) != kCIMTypeString) return false;
+    for (const char* qualifier : {"EmbeddedObject", "EmbeddedInstance"}) {
+      bool found = false;
+      try {
+        decl.GetQualifier(qualifier, found, kNone);
+      } catch (const TTYLException&) {
+        found = false;
+      }
+      if (found) return true;
+    }
+    return false;
+  }
+
   // A property named in a condition, whatever its shape.
   TPropertyUse Property(const TQueryOperand& operand) const {
     boost::shared_ptr<ICIMPropertyDecl> decl = Declaration(operand.name, operand.position);
     TPropertyUse use;
     const ECIMType type = decl->GetType(kNone);
+    if (!operand.member.empty()) {
+      if (IsArrayType(type) || !EmbedsInstances(*decl)) {
+        Fail(operand.memberPosition, CIMTypeName(type) + " property " + decl->GetName(kNone) +
+                                         " embeds no instance whose " + QuotedForMessage(operand.member) +
+                                         " could be named");
+      }
+      use.operand.kind = TBoundOperand::EKind::kMember;
+      use.operand.name = decl->GetName(kNone);
+      use.operand.member = operand.member;
+      use.operand.indexed = operand.indexed;
+      use.operand.index = operand.index;
+      use.described = "property " + operand.member + " of the instance " + use.operand.name + " embeds";
+      return use;
+    }
     use.operand.kind = TBoundOperand::EKind::kProperty;
     use.operand.name = decl->GetName(kNone);
     use.operand.isArray = IsArrayType(type);
@@ -237,6 +286,7 @@ class TQueryBinder {
   // or (under ANY or EVERY) each element of an array in turn.
   TPropertyUse ScalarProperty(const TQueryOperand& operand, EQuantifier quantifier) const {
     TPropertyUse use = Property(operand);
+    if (use.operand.kind == TBoundOperand::EKind::kMember) return use;
     if (quantifier != EQuantifier::kNone) {
       if (!use.operand.isArray || use.operand.indexed) {
         Fail(operand.position, std::string(quantifier == EQuantifier::kAny ? "ANY" : "EVERY") +
@@ -250,6 +300,37 @@ class TQueryBinder {
       Fail(operand.position, use.described + " is an array" + how);
     }
     return use;
+  }
+
+  // A literal compared with a value whose type is not known before: it
+  // keeps the type it was written with.
+  static TBoundOperand UntypedLiteral(const TQueryOperand& operand) {
+    const TQueryLiteral& literal = operand.literal;
+    TBoundOperand bound;
+    bound.kind = TBoundOperand::EKind::kLiteral;
+    switch (literal.kind) {
+      case TQueryLiteral::EKind::kReal:
+        bound.literal.kind = TScalar::EKind::kReal;
+        bound.literal.r = literal.real;
+        break;
+      case TQueryLiteral::EKind::kInteger:
+        bound.literal.kind = literal.negative ? TScalar::EKind::kSigned : TScalar::EKind::kUnsigned;
+        if (literal.negative) {
+          bound.literal.s = static_cast<int64_t>(0 - literal.magnitude);
+        } else {
+          bound.literal.u = literal.magnitude;
+        }
+        break;
+      case TQueryLiteral::EKind::kBoolean:
+        bound.literal.kind = TScalar::EKind::kBoolean;
+        bound.literal.u = literal.boolean ? 1 : 0;
+        break;
+      default:  // a string (NULL never gets here: it is a test for null)
+        bound.literal.kind = TScalar::EKind::kText;
+        bound.text = literal.text;
+        break;
+    }
+    return bound;
   }
 
   // A literal given the category of the property it is compared with.
