@@ -252,6 +252,33 @@ void TCimXmlWriter::Qualifiers(const ICIMNamedElement& element, bool localOnly, 
       kNone);
 }
 
+void TCimXmlWriter::OpenProperty(const ICIMPropertyDecl& decl) {
+  const std::string& name = decl.GetName(kNone);
+  const ECIMType type = decl.GetType(kNone);
+  if (ElementTypeOf(type) == kCIMTypeReference && !IsArrayType(type)) {
+    out_.Open("PROPERTY.REFERENCE");
+    out_.Attr("NAME", name);
+    boost::shared_ptr<ICIMClass> target = decl.GetDefaultValue(kNone).GetReferencedClass();
+    if (target) out_.Attr("REFERENCECLASS", target->GetName(kNone));
+    return;
+  }
+  out_.Open(IsArrayType(type) ? "PROPERTY.ARRAY" : "PROPERTY");
+  out_.Attr("NAME", name);
+  out_.Attr("TYPE", ElementTypeOf(type) == kCIMTypeReference ? "string" : TypeName(type));
+  // A string that holds an object as CIM-XML text says so, so that a
+  // client reads the object out of it.
+  if (ElementTypeOf(type) != kCIMTypeString) return;
+  for (const auto& embedded : {std::make_pair("EmbeddedInstance", "instance"), std::make_pair("EmbeddedObject", "object")}) {
+    bool found = false;
+    try {
+      decl.GetQualifier(embedded.first, found, kNone);
+    } catch (const TTYLException&) {
+      found = false;
+    }
+    if (found) return out_.Attr("EmbeddedObject", embedded.second);
+  }
+}
+
 void TCimXmlWriter::Instance(ICIMInstance& instance, const TCimObjectOptions& options) {
   boost::shared_ptr<ICIMClass> cls = instance.GetClass(kNone);
   out_.Open("INSTANCE");
@@ -271,17 +298,7 @@ void TCimXmlWriter::Instance(ICIMInstance& instance, const TCimObjectOptions& op
           }
         }
         const TCIMValue& value = property->GetValue(kNone);
-        const ECIMType type = property->GetType(kNone);
-        if (ElementTypeOf(type) == kCIMTypeReference && !IsArrayType(type)) {
-          out_.Open("PROPERTY.REFERENCE");
-          out_.Attr("NAME", name);
-          boost::shared_ptr<ICIMClass> target = decl->GetDefaultValue(kNone).GetReferencedClass();
-          if (target) out_.Attr("REFERENCECLASS", target->GetName(kNone));
-        } else {
-          out_.Open(IsArrayType(type) ? "PROPERTY.ARRAY" : "PROPERTY");
-          out_.Attr("NAME", name);
-          out_.Attr("TYPE", ElementTypeOf(type) == kCIMTypeReference ? "string" : TypeName(type));
-        }
+        OpenProperty(*decl);
         if (options.includeClassOrigin && origin) out_.Attr("CLASSORIGIN", origin->GetName(kNone));
         if (options.includeQualifiers) Qualifiers(*decl, false);
         Value(value);
@@ -308,18 +325,8 @@ void TCimXmlWriter::Class(ICIMClass& cls, const TCimObjectOptions& options) {
         boost::shared_ptr<ICIMClass> origin = decl->GetClass(kNone);
         const std::string& name = decl->GetName(kNone);
         if ((options.localOnly && origin.get() != &cls) || !Wanted(options, name)) return true;
-        const ECIMType type = decl->GetType(kNone);
         const TCIMValue& value = decl->GetDefaultValue(kNone);
-        if (ElementTypeOf(type) == kCIMTypeReference && !IsArrayType(type)) {
-          out_.Open("PROPERTY.REFERENCE");
-          out_.Attr("NAME", name);
-          boost::shared_ptr<ICIMClass> target = value.GetReferencedClass();
-          if (target) out_.Attr("REFERENCECLASS", target->GetName(kNone));
-        } else {
-          out_.Open(IsArrayType(type) ? "PROPERTY.ARRAY" : "PROPERTY");
-          out_.Attr("NAME", name);
-          out_.Attr("TYPE", ElementTypeOf(type) == kCIMTypeReference ? "string" : TypeName(type));
-        }
+        OpenProperty(*decl);
         originAttributes(origin);
         if (options.includeQualifiers) {
           TQualifierOrigin from{origin.get() != &cls, nullptr};

@@ -32,6 +32,7 @@
 class ICIMClass;
 class ICIMInstance;
 class ICIMNamedElement;
+class ICIMPropertyDecl;
 class ICIMQualifierDecl;
 class TSchemaNotes;
 
@@ -79,6 +80,10 @@ class TCimXmlWriter {
 
  private:
   void NamespacePath(const std::string& namespaceName);
+  // Opens the element of a property of `decl`'s type with its NAME and
+  // TYPE, or REFERENCECLASS, and EmbeddedObject for a string that holds an
+  // embedded object or instance.
+  void OpenProperty(const ICIMPropertyDecl& decl);
   void KeyBinding(const std::string& name, const TCIMValue& value);
   void ReferenceValue(const TCIMReference& path);
   // How the qualifiers of a class's property, method or parameter came to
