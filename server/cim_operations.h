@@ -47,6 +47,7 @@
 #include "server/cim_response.h"
 #include "server/cimxml_request.h"
 #include "server/enumeration_contexts.h"
+#include "server/indication_hooks.h"
 #include "server/cim_status.h"
 #include "server/namespace_registry.h"
 #include "server/schema_rebuild.h"
@@ -61,6 +62,12 @@ struct TCimOperationsConfig {
   // change and whose CIM_Namespace instances create and delete namespaces;
   // none when nullptr.
   TInteropNamespace* interop = nullptr;
+  // Told of every instance a client makes, changes or deletes; none when
+  // nullptr.
+  IInstanceChanges* changes = nullptr;
+  // Checks the instances of the subscription classes in the Interop
+  // namespace; none when nullptr.
+  ISubscriptionGuard* subscriptions = nullptr;
   // Open enumerations at once, and how long one may wait between pulls.
   size_t maxOpenEnumerations = 256;
   std::chrono::seconds defaultOperationTimeout{60};
@@ -223,6 +230,16 @@ class TCimOperations {
   void RequireClientOwned(const TCall& call, const TCIMReference& path) const;
   // Whether the call is in the Interop namespace.
   bool InInterop(const TCall& call) const;
+  // Sets `values` (names as declared) on `instance`, checked by the
+  // subscription guard when it guards the class, and told to the changes
+  // hook.
+  void ChangeInstance(TCall& call, const boost::shared_ptr<ICIMInstance>& instance,
+                      const ISubscriptionGuard::TValues& values);
+  // Whether instances of `cls` are checked by the subscription guard.
+  bool IsSubscriptionClass(const TCall& call, ICIMClass& cls) const;
+  // The changes hook, when it watches instances of `cls` in the call's
+  // namespace; nullptr otherwise.
+  IInstanceChanges* Watcher(const TCall& call, ICIMClass& cls) const;
 
   TNamespaceRegistry& namespaces_;
   TCimOperationsConfig config_;

@@ -88,6 +88,20 @@ std::string FirstError(const TMofLoader& loader) {
   return "refused";
 }
 
+// A copy of `instance` as it is now, filed nowhere: what a modification
+// indication shows as the instance before.
+boost::shared_ptr<ICIMInstance> CopyOf(ICIMInstance& instance) {
+  boost::shared_ptr<ICIMInstance> copy = instance.GetClass(kNone)->AllocateInstance(kNone);
+  instance.EnumerateProperties(
+      [&](boost::shared_ptr<ICIMProperty> property) {
+        const TCIMValue& value = property->GetValue(kNone);
+        if (!value.IsNull()) copy->SetPropertyValue(property->GetDecl(kNone)->GetName(kNone), value, kNone);
+        return true;
+      },
+      kNone);
+  return copy;
+}
+
 }  // namespace
 
 void TCimOperations::RequireWritable(const TCall& call) const {
@@ -98,6 +112,15 @@ void TCimOperations::RequireWritable(const TCall& call) const {
 
 bool TCimOperations::InInterop(const TCall& call) const {
   return config_.interop != nullptr && config_.interop->IsInterop(call.namespaceName);
+}
+
+bool TCimOperations::IsSubscriptionClass(const TCall& call, ICIMClass& cls) const {
+  return config_.subscriptions != nullptr && InInterop(call) && config_.subscriptions->Guards(cls);
+}
+
+IInstanceChanges* TCimOperations::Watcher(const TCall& call, ICIMClass& cls) const {
+  if (config_.changes == nullptr || !config_.changes->Watches(call.namespaceName, cls)) return nullptr;
+  return config_.changes;
 }
 
 void TCimOperations::RequireClientOwned(const TCall& call, const TCIMReference& path) const {
@@ -122,6 +145,8 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
     boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, p.name);
     values.emplace_back(decl->GetName(kNone), call.reader.PropertyValue(*p.element, *decl));
   }
+  const bool subscription = IsSubscriptionClass(call, *cls);
+  if (subscription) config_.subscriptions->PrepareCreate(*cls, &values);
   if (InInterop(call) && config_.interop->IsNamespaceClass(cls->GetName(kNone))) {
     // A new CIM_Namespace is a new namespace.
     const TCIMReference path = config_.interop->CreateNamespace(values);
@@ -158,6 +183,8 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   if (!StillThere(instance)) throw TCimError(kCimFailed, "the repository did not file the instance");
   if (cls->IsAssociation(kNone)) NamespaceChanged(call.namespaceName);  // it may point into another namespace
   ++changes_;
+  if (subscription) config_.subscriptions->Changed();
+  if (IInstanceChanges* watcher = Watcher(call, *cls)) watcher->Created(call.namespaceName, *instance);
   return std::make_unique<TCimMethodResponse>(call.head,
                                               OneItem([path](TCimXmlWriter& w) { w.InstanceName(path); }));
 }
@@ -208,11 +235,23 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
       change(*decl, decl->GetDefaultValue(kNone));
     }
   }
+  ChangeInstance(call, instance, values);
+  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+}
+
+void TCimOperations::ChangeInstance(TCall& call, const boost::shared_ptr<ICIMInstance>& instance,
+                                    const TValues& values) {
+  ICIMClass& cls = *instance->GetClass(kNone);
+  const bool subscription = IsSubscriptionClass(call, cls);
+  if (subscription) config_.subscriptions->PrepareModify(*instance, values);
+  IInstanceChanges* watcher = Watcher(call, cls);
+  const boost::shared_ptr<ICIMInstance> previous = watcher != nullptr ? CopyOf(*instance) : nullptr;
   Guarded(EMissing::kProperty, [&] {
     for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, kNone);
   });
   ++changes_;
-  return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
+  if (subscription) config_.subscriptions->Changed();
+  if (watcher != nullptr) watcher->Modified(call.namespaceName, *previous, *instance);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
@@ -225,19 +264,32 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
     return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
   }
   RequireClientOwned(call, path);
+  const bool subscription = IsSubscriptionClass(call, *instance->GetClass(kNone));
+  if (subscription) config_.subscriptions->PrepareDelete(*instance);
   // An association cannot stand without its ends: those that point at the
   // instance go with it, in its namespace and in others, so that what is
   // left still loads as MOF.
   std::vector<boost::shared_ptr<ICIMInstance>> associations = Collected<ICIMInstance>(
       [&](const auto& callback) { instance->EnumerateAssociationInstances(callback, "", "", kNone); });
   for (auto& a : ForeignReferrers(call, *instance, "", "")) associations.push_back(std::move(a));
+  std::vector<boost::shared_ptr<ICIMInstance>> deleted;
   Guarded(EMissing::kInstance, [&] {
     for (const auto& a : associations) {
-      if (StillThere(a)) a->Delete(kNone);
+      if (!StillThere(a)) continue;
+      a->Delete(kNone);
+      deleted.push_back(a);
     }
     instance->Delete(kNone);
+    deleted.push_back(instance);
   });
   ++changes_;
+  if (subscription) config_.subscriptions->Changed();
+  for (const auto& gone : deleted) {
+    // An association from another namespace is told as of its own.
+    const TNamespaceRegistry::TEntry* home = namespaces_.FindByRepository(gone->GetClass(kNone)->GetNamespace(kNone).get());
+    if (config_.changes == nullptr || home == nullptr) continue;
+    if (config_.changes->Watches(home->name, *gone->GetClass(kNone))) config_.changes->Deleted(home->name, *gone);
+  }
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }
 
@@ -254,9 +306,7 @@ std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
   const TXmlElement* newValue = call.Parameter("NewValue");
   const TXmlElement* element =
       newValue == nullptr || newValue->children.empty() ? nullptr : newValue->children.front().get();
-  const TCIMValue value = call.reader.DeclaredValue(element, *decl);
-  Guarded(EMissing::kProperty, [&] { instance->SetPropertyValue(decl->GetName(kNone), value, kNone); });
-  ++changes_;
+  ChangeInstance(call, instance, {{decl->GetName(kNone), call.reader.DeclaredValue(element, *decl)}});
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }
 
