@@ -1,0 +1,128 @@
+// TIndicationDelivery: sends indications to CIM-XML listeners, off the
+// server's thread.
+//
+// The server hands over each indication as the complete body of a CIM-XML
+// export request, with the destination it goes to and the subscription
+// that caused it. Each destination has one bounded FIFO queue and at most
+// one request in flight: its indications arrive in the order they were
+// sent. An indication is tried, and tried again after `retryInterval` up
+// to `retryAttempts` times when the listener cannot be reached, does not
+// answer within `requestTimeout`, or answers anything but a 200 without a
+// CIM error (DSP1054's delivery retry); then it is dropped and the next
+// one goes. An indication that finds its destination's queue full is
+// dropped at once. Drops are counted, reported to TakeFailures with the
+// subscriptions concerned (so that the server can apply their
+// OnFatalErrorPolicy), and logged once per episode: one line at the first
+// drop naming the destination and why, one at the next delivery saying how
+// many were dropped in between.
+//
+// Memory is bounded by the queues: at most `maxQueue` indications per
+// destination, the one in flight included; a body sent to several
+// destinations is one shared string.
+//
+// Threads: the engine runs its own thread with an io_context; every
+// destination's connection, timers and exchanges live there, all
+// asynchronous, so a slow or dead listener holds up nothing but its own
+// queue. Send, TakeFailures, Counts and Forget may be called from any
+// thread (the server calls them from its own); they take one mutex, which
+// guards the queues, the counts, the failures and the log stream, and
+// never wait on the network. The delivery thread takes the same mutex
+// briefly when it takes an indication from a queue and when one ends.
+// Stop and the destructor belong to the thread that owns the engine.
+//
+// TLS (1.2 and later): an https listener's certificate is checked against
+// the system's trusted authorities (and `trustedCertificates`, when given)
+// and must name the URL's host, unless `verifyListenerCertificate` is
+// false. A certificate that fails the check fails the try like any other
+// failure. No client certificate is presented.
+
+#ifndef INMEM_DELIVERY_INDICATION_DELIVERY_H_
+#define INMEM_DELIVERY_INDICATION_DELIVERY_H_
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+struct TDeliveryConfig {
+  // Indications held per destination, the one in flight included.
+  size_t maxQueue = 100000;
+  // Tries after the first (CIM_IndicationService.DeliveryRetryAttempts).
+  unsigned retryAttempts = 3;
+  // Between tries (CIM_IndicationService.DeliveryRetryInterval).
+  std::chrono::milliseconds retryInterval{2000};
+  // One try: connecting, sending, and the listener's answer.
+  std::chrono::milliseconds requestTimeout{10000};
+  // How long Stop keeps delivering what is queued.
+  std::chrono::milliseconds shutdownGrace{2000};
+  bool verifyListenerCertificate = true;
+  // A PEM file of authorities trusted beside the system's; may be empty.
+  std::string trustedCertificates;
+};
+
+// What the subscription layer knows of a CIM_ListenerDestinationCIMXML.
+struct TDestination {
+  std::string key;  // identifies the destination (its object path)
+  std::string url;  // [http://|https://]host[:port][/path]
+  std::string user, password;  // HTTP Basic when user is not empty
+};
+
+enum class EDeliveryFailure {
+  kRetriesSpent,   // the listener refused or never took an indication
+  kQueueOverflow,  // indications came faster than the listener took them
+  kUnusableUrl,    // the destination's URL cannot be used
+};
+
+// Drops of one kind at one destination since the last TakeFailures.
+struct TDeliveryFailure {
+  std::string destinationKey;
+  EDeliveryFailure kind;
+  std::string reason;  // the last one seen, for the log and the operator
+  uint64_t dropped = 0;
+  std::vector<std::string> subscriptionKeys;  // sorted, each once
+};
+
+struct TDeliveryCounts {
+  uint64_t sent = 0;     // taken by the listener
+  uint64_t dropped = 0;  // given up: retries spent, queue full, forgotten, left at Stop
+  uint64_t queued = 0;   // waiting now, the one in flight included
+  uint64_t retried = 0;  // tries after a first one that failed
+};
+
+class TIndicationDelivery {
+ public:
+  // Starts the delivery thread. `log` receives the lines about drops; it
+  // is written only under the engine's mutex.
+  TIndicationDelivery(TDeliveryConfig config, std::ostream& log);
+  // Stop().
+  ~TIndicationDelivery();
+  TIndicationDelivery(const TIndicationDelivery&) = delete;
+  TIndicationDelivery& operator=(const TIndicationDelivery&) = delete;
+
+  // Queues `body` for `destination`, behind what is already queued for it;
+  // when the queue is full, the indication is dropped and counted. The URL
+  // and credentials given with the latest Send are used from the next
+  // indication on. After Stop, every indication is dropped.
+  void Send(const TDestination& destination, std::shared_ptr<const std::string> body,
+            std::string subscriptionKey);
+  // The drops since the last call, one entry per destination and kind.
+  std::vector<TDeliveryFailure> TakeFailures();
+  // Zero for a destination never sent to.
+  TDeliveryCounts Counts(const std::string& destinationKey) const;
+  // The destination is gone: its queue is dropped (counted) and the try
+  // under way abandoned. Its counts stay; a later Send starts it again.
+  void Forget(const std::string& destinationKey);
+  // Keeps delivering what is queued for at most `shutdownGrace`, then
+  // drops (counts and logs) what is left and ends the thread. Returns once
+  // the thread has ended; later calls return at once.
+  void Stop();
+
+  class TImpl;
+
+ private:
+  std::unique_ptr<TImpl> impl_;
+};
+
+#endif  // INMEM_DELIVERY_INDICATION_DELIVERY_H_
