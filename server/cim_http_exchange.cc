@@ -66,18 +66,31 @@ THttpAnswer TCimHttpExchange::Refusal(http::status status, const std::string& te
   return answer;
 }
 
-THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::string& localHost) {
-  if (policy_.users != nullptr) {
-    std::string name, password;
-    auto authorization = request.find(http::field::authorization);
-    if (authorization == request.end() ||
-        !TUserFile::ReadBasic(View(authorization->value()), &name, &password) ||
-        !policy_.users->Check(name, password)) {
-      THttpAnswer answer = Refusal(http::status::unauthorized, "credentials required");
-      answer.headers.emplace_back("WWW-Authenticate", "Basic realm=\"" + policy_.realm + "\"");
-      return answer;
-    }
+bool TCimHttpExchange::Authorized(const THttpPolicy& policy, const THttpRequest& request, THttpAnswer* refusal) {
+  if (policy.users == nullptr) return true;
+  std::string name, password;
+  auto authorization = request.find(http::field::authorization);
+  if (authorization != request.end() && TUserFile::ReadBasic(View(authorization->value()), &name, &password) &&
+      policy.users->Check(name, password)) {
+    return true;
   }
+  *refusal = Refusal(http::status::unauthorized, "credentials required");
+  refusal->headers.emplace_back("WWW-Authenticate", "Basic realm=\"" + policy.realm + "\"");
+  return false;
+}
+
+bool TCimHttpExchange::ExtensionPrefix(const THttpRequest& request, std::string* prefix, THttpAnswer* refusal) {
+  prefix->clear();
+  if (View(request.method_string()) != "M-POST") return true;
+  auto man = request.find("Man");
+  if (man != request.end() && ManPrefix(View(man->value()), prefix)) return true;
+  *refusal = Refusal(http::status::not_extended, std::string("M-POST needs Man: ") + kMapping + " ; ns=NN");
+  return false;
+}
+
+THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::string& localHost) {
+  THttpAnswer refusal;
+  if (!Authorized(policy_, request, &refusal)) return refusal;
   std::string_view target = View(request.target());
   target = target.substr(0, target.find('?'));
   if (target != "/cimom") {
@@ -107,12 +120,8 @@ THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::str
 THttpAnswer TCimHttpExchange::CimOperation(const THttpRequest& request, const std::string& host) {
   std::string prefix;
   const bool mandatory = View(request.method_string()) == "M-POST";
-  if (mandatory) {
-    auto man = request.find("Man");
-    if (man == request.end() || !ManPrefix(View(man->value()), &prefix)) {
-      return Refusal(http::status::not_extended, std::string("M-POST needs Man: ") + kMapping + " ; ns=NN");
-    }
-  }
+  THttpAnswer refusal;
+  if (!ExtensionPrefix(request, &prefix, &refusal)) return refusal;
   auto header = [&](const char* name) -> std::optional<std::string_view> {
     auto it = request.find(prefix + name);
     if (it == request.end()) return std::nullopt;

@@ -11,6 +11,10 @@
 // unsupported-cim-version, unsupported-dtd-version,
 // unsupported-protocol-version, multiple-requests-unsupported); valid ones
 // go to TCimOperations, whose own failures are CIM errors inside a 200.
+//
+// IHttpHandler is what TWbemServer hands each request it has read: this
+// exchange for CIM operations, or another protocol's (the listener's for
+// CIM export requests) on the same HTTP layer.
 
 #ifndef INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
 #define INMEM_SERVER_CIM_HTTP_EXCHANGE_H_
@@ -52,19 +56,35 @@ struct THttpPolicy {
   std::function<THttpAnswer(const THttpRequest&)> pages;
 };
 
-class TCimHttpExchange {
+// Answers the requests of one server. Called on the server's thread only,
+// one request at a time.
+class IHttpHandler {
+ public:
+  virtual ~IHttpHandler() = default;
+  // The answer to `request`. `localHost` names this server when the
+  // request has no Host header.
+  virtual THttpAnswer Answer(const THttpRequest& request, const std::string& localHost) = 0;
+};
+
+class TCimHttpExchange : public IHttpHandler {
  public:
   TCimHttpExchange(TCimOperations& operations, THttpPolicy policy)
       : operations_(operations), policy_(std::move(policy)) {}
 
-  // The answer to `request`. `localHost` names this server when the
-  // request has no Host header.
-  THttpAnswer Answer(const THttpRequest& request, const std::string& localHost);
+  THttpAnswer Answer(const THttpRequest& request, const std::string& localHost) override;
 
   // A plain-text refusal (for what the HTTP layer itself could not read,
   // too: a body over the limit, a header too long).
   static THttpAnswer Refusal(boost::beast::http::status status, const std::string& text,
                              const char* cimError = nullptr);
+  // Whether `request` carries the credentials `policy` asks for (always,
+  // without users); when not, *refusal is the 401 to answer.
+  static bool Authorized(const THttpPolicy& policy, const THttpRequest& request, THttpAnswer* refusal);
+  // The prefix of the CIM extension headers: empty for a POST, "73-" for an
+  // M-POST declaring "Man: http://www.dmtf.org/cim/mapping/http/v1.0 ;
+  // ns=73". False, with *refusal the 510 to answer, for an M-POST that
+  // declares no such mapping.
+  static bool ExtensionPrefix(const THttpRequest& request, std::string* prefix, THttpAnswer* refusal);
 
  private:
   THttpAnswer CimOperation(const THttpRequest& request, const std::string& host);

@@ -66,8 +66,8 @@ class TConnection {
 
 class TWbemServer::TImpl {
  public:
-  TImpl(TCimOperations& operations, TWbemServerConfig config, std::ostream& access)
-      : config(std::move(config)), exchange(operations, this->config.http), access(access) {}
+  TImpl(std::unique_ptr<IHttpHandler> owned, IHttpHandler& handler, TWbemServerConfig config, std::ostream& access)
+      : config(std::move(config)), owned(std::move(owned)), handler(handler), access(access) {}
 
   void Accept(size_t index);
   // Whether a new connection from `peer` may open: yes below the limit;
@@ -91,7 +91,9 @@ class TWbemServer::TImpl {
   net::io_context ioc{1};
   ssl::context tls{ssl::context::tls_server};
   TWbemServerConfig config;
-  TCimHttpExchange exchange;
+  // The handler the server made itself (for CIM operations), if it did.
+  std::unique_ptr<IHttpHandler> owned;
+  IHttpHandler& handler;
   std::ostream& access;
   std::vector<std::unique_ptr<tcp::acceptor>> acceptors;
   // A task run every `period` (Every).
@@ -263,7 +265,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
     version_ = request_.version();
     auto te = request_.find(http::field::te);
     teTrailers_ = te != request_.end() && te->value().find("trailers") != beast::string_view::npos;
-    THttpAnswer answer = server_.exchange.Answer(request_, local_);
+    THttpAnswer answer = server_.handler.Answer(request_, local_);
     Respond(std::move(answer), !request_.keep_alive());
   }
 
@@ -427,7 +429,7 @@ void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record,
   const double ms = std::chrono::duration<double, std::milli>(TClock::now() - started).count();
   char duration[32];
   std::snprintf(duration, sizeof duration, "%.2fms", ms);
-  access << "inmem serve: " << peer << ' ' << (record.operation.empty() ? "-" : Printable(record.operation))
+  access << config.logName << ": " << peer << ' ' << (record.operation.empty() ? "-" : Printable(record.operation))
          << ' ' << (record.target.empty() ? "-" : Printable(record.target)) << " http=" << httpStatus
          << " cim=" << static_cast<int>(record.status) << ' ' << duration << std::endl;
 }
@@ -451,8 +453,45 @@ void TWbemServer::TImpl::Stop() {
   ioc.stop();
 }
 
-TWbemServer::TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access)
-    : impl_(std::make_unique<TImpl>(operations, std::move(config), access)) {}
+TWbemServer::TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access) {
+  auto exchange = std::make_unique<TCimHttpExchange>(operations, config.http);
+  IHttpHandler& handler = *exchange;
+  impl_ = std::make_unique<TImpl>(std::move(exchange), handler, std::move(config), access);
+}
+
+TWbemServer::TWbemServer(IHttpHandler& handler, TWbemServerConfig config, std::ostream& access)
+    : impl_(std::make_unique<TImpl>(nullptr, handler, std::move(config), access)) {}
+
+bool ParseListenAddress(const std::string& text, bool tls, TListenAddress* out) {
+  const size_t colon = text.rfind(':');
+  if (colon == std::string::npos) return false;
+  std::string host = text.substr(0, colon);
+  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  if (host == "localhost") host = "127.0.0.1";
+  const std::string port = text.substr(colon + 1);
+  if (port.empty() || port.size() > 5 || port.find_first_not_of("0123456789") != std::string::npos) return false;
+  const unsigned long number = std::stoul(port);
+  beast::error_code ec;
+  net::ip::make_address(host, ec);
+  if (ec || number > 65535) return false;
+  *out = TListenAddress{host, static_cast<unsigned short>(number), tls};
+  return true;
+}
+
+bool IsLoopbackAddress(const std::string& address) {
+  beast::error_code ec;
+  const net::ip::address parsed = net::ip::make_address(address, ec);
+  return !ec && parsed.is_loopback();
+}
+
+std::string ExposureProblem(const std::vector<TListenAddress>& listen, bool users, bool insecure) {
+  for (const TListenAddress& a : listen) {
+    if (IsLoopbackAddress(a.address)) continue;
+    if (!users) return "listening on " + a.address + " needs --users FILE";
+    if (!a.tls && !insecure) return "listening on " + a.address + " needs TLS (--https), or --insecure for plain HTTP";
+  }
+  return std::string();
+}
 
 TWbemServer::~TWbemServer() = default;
 

@@ -1,9 +1,11 @@
-// TWbemServer: the network side of `inmem serve`. It listens on HTTP and
-// HTTPS addresses (Boost.Beast over Asio, TLS by OpenSSL), frames requests
-// with THttpRequestReader within the limits below, hands each to
-// TCimHttpExchange, writes the answer as it is made, and logs one access
-// line per request. A refused request is answered and its connection
-// closed: the framing of what follows cannot be trusted.
+// TWbemServer: the network side of `inmem serve` and `inmem listen`. It
+// listens on HTTP and HTTPS addresses (Boost.Beast over Asio, TLS by
+// OpenSSL), frames requests with THttpRequestReader within the limits
+// below, hands each to its IHttpHandler (TCimHttpExchange for CIM
+// operations, the listener's exchange for CIM export requests), writes the
+// answer as it is made, and logs one access line per request. A refused
+// request is answered and its connection closed: the framing of what
+// follows cannot be trusted.
 //
 // A connection costs at most its header limit and one read beyond what its
 // request's body holds. At the connection limit, a new connection closes
@@ -56,12 +58,28 @@ struct TWbemServerConfig {
   // may take.
   std::chrono::seconds idleTimeout{30};
   std::chrono::seconds requestTimeout{60};
+  // What each access line starts with.
+  std::string logName = "inmem serve";
 };
+
+// "127.0.0.1:5988", "[::1]:5988", "localhost:5988" as an address to listen
+// on; false when the text is none.
+bool ParseListenAddress(const std::string& text, bool tls, TListenAddress* out);
+// Whether `address` (an IP address) is a loopback one: 127.0.0.0/8, ::1.
+bool IsLoopbackAddress(const std::string& address);
+// The rule for addresses beyond loopback: they need users (HTTP Basic)
+// and TLS, or `insecure` for plain HTTP. Empty when `listen` keeps it,
+// else what breaks it.
+std::string ExposureProblem(const std::vector<TListenAddress>& listen, bool users, bool insecure);
 
 class TWbemServer {
  public:
-  // `access` receives the access lines.
+  // `access` receives the access lines. CIM operations are answered by a
+  // TCimHttpExchange of `operations` with `config.http`.
   TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access);
+  // Every request goes to `handler`, which outlives the server;
+  // `config.http` is not used.
+  TWbemServer(IHttpHandler& handler, TWbemServerConfig config, std::ostream& access);
   ~TWbemServer();
 
   // Opens every listening address; throws std::runtime_error naming the

@@ -28,6 +28,7 @@
 #include "tools/install_paths.h"
 #include "tools/inventory_feed.h"
 #include "tools/linux_collector.h"
+#include "tools/listen_command.h"
 #include "tools/repository_commands.h"
 #include "tools/serve_command.h"
 
@@ -277,6 +278,9 @@ int main(int argc, char** argv) {
   TServeOptions serveOptions;
   CLI::App* serve = app.add_subcommand("serve", "serve the repository to CIM clients (CIM-XML over HTTP)");
   DeclareServeOptions(*serve, serveOptions);
+  TListenOptions listenOptions;
+  CLI::App* listen = app.add_subcommand("listen", "receive CIM indications (CIM-XML export) and print them");
+  DeclareListenOptions(*listen, listenOptions);
   std::string graphFormat = "svg", graphOf;
   int hops = 1;
   CLI::App* graph = app.add_subcommand("graph", "a picture of a class or an instance, as SVG or DOT");
@@ -343,6 +347,8 @@ int main(int argc, char** argv) {
     } else if (serve->parsed()) {
       status = Serve(serveOptions, ns, notes, files, [&] { return NewNamespace(options); }, InventorySchemaPath(),
                      options.plugin);
+    } else if (listen->parsed()) {
+      status = Listen(listenOptions, ns, options.format == "json", std::cout);
     } else if (graph->parsed()) {
       status = Graph(*ns, ns, graphClass->parsed(), graphOf, hops, graphFormat, std::cout);
     } else {
