@@ -118,6 +118,7 @@ void TListenerConnection::Connect(const tcp::resolver::results_type& endpoints) 
     if (ec || self->halt_ != EHalt::kNone) return self->Fail("connecting", ec);
     TErrorCode ignored;
     self->Socket().set_option(tcp::no_delay(true), ignored);
+    self->Socket().non_blocking(true, ignored);  // for the writes done at once (Write)
     if (self->tls_) return self->Handshake();
     self->open_ = true;
     self->Write();
@@ -147,11 +148,18 @@ void TListenerConnection::Write() {
     if (ec || self->halt_ != EHalt::kNone) return self->Fail("sending", ec);
     self->Read();
   };
-  if (tls_) {
-    http::async_write(*tls_, *request_, std::move(written));
-  } else {
-    http::async_write(*plain_, *request_, std::move(written));
+  if (tls_) return http::async_write(*tls_, *request_, std::move(written));
+  // A request nearly always fits in the socket's send buffer: written at
+  // once, it goes without the rounds through the io_context an
+  // asynchronous write costs. What does not fit goes asynchronously.
+  serializer_.emplace(*request_);
+  TErrorCode ec;
+  while (!ec && !serializer_->is_done()) http::write_some(*plain_, *serializer_, ec);
+  if (ec == net::error::would_block || ec == net::error::try_again) {
+    return http::async_write(*plain_, *serializer_, std::move(written));
   }
+  if (ec) return net::post(ioc_, [written, ec] { written(ec, 0); });  // failures end in a handler
+  Read();
 }
 
 void TListenerConnection::Read() {
@@ -177,6 +185,7 @@ void TListenerConnection::Fail(const char* stage, const TErrorCode& ec) {
   const bool nothingAnswered = !parser_ || !parser_->got_some();
   const bool stale = reused_ && halt_ == EHalt::kNone && nothingAnswered && ClosedByPeer(ec);
   parser_.reset();
+  serializer_.reset();
   Shut();
   if (stale) return Resolve();  // within the same deadline
   if (halt_ == EHalt::kTimedOut) {

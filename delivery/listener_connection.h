@@ -107,6 +107,7 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
   bool deadlineArmed_ = false;  // the timer waits (for deadlineAt_ or an earlier one)
   bool reused_ = false;    // the request went out on a connection opened before
   EHalt halt_ = EHalt::kNone;
+  std::optional<boost::beast::http::request_serializer<boost::beast::http::span_body<const char>>> serializer_;
   boost::beast::flat_buffer buffer_;
   std::optional<boost::beast::http::response_parser<boost::beast::http::string_body>> parser_;
 };
