@@ -44,15 +44,6 @@ void TreeItem(const TNamespaceLinks& links, ICIMClass& cls, std::string* out) {
 
 }  // namespace
 
-boost::shared_ptr<ICIMClass> FindClassOrNull(ICIMNamespace& ns, const std::string& name) {
-  if (name.empty()) return nullptr;
-  try {
-    return ns.GetClass(name, kNone);
-  } catch (const TTYLException&) {
-    return nullptr;
-  }
-}
-
 boost::shared_ptr<ICIMInstance> FindInstanceOrNull(const boost::shared_ptr<ICIMNamespace>& ns,
                                                    const std::string& path, std::string* why) {
   TCIMReference reference;

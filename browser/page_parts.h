@@ -11,13 +11,12 @@
 #include <boost/shared_ptr.hpp>
 
 #include "browser/namespace_links.h"
+#include "core/class_lookup.h"
 #include "include/cim_namespace.h"
 
 class ICIMClass;
 class ICIMInstance;
 
-// The class named `name`, or empty.
-boost::shared_ptr<ICIMClass> FindClassOrNull(ICIMNamespace& ns, const std::string& name);
 // The instance at `path` (path text); empty, with a sentence for people in
 // *why, when the text is no path or names no instance.
 boost::shared_ptr<ICIMInstance> FindInstanceOrNull(const boost::shared_ptr<ICIMNamespace>& ns,

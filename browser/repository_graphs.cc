@@ -48,11 +48,6 @@ std::string Quoted(std::string_view text, size_t maxLength = kMaxLabel) {
   return out + "\"";
 }
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 // A graph being written: nodes by key, each added once while the cap
 // allows; what the cap leaves out is counted for the note.
 class TDot {
@@ -122,7 +117,7 @@ const char kAssociation[] = "shape=hexagon, fillcolor=\"#e6f2e6\"";
 
 std::string ClassNode(TDot& dot, ICIMClass& cls, const char* style = nullptr) {
   const std::string& name = cls.GetName(kNone);
-  return dot.Node("class:" + Lower(name), name, [&](const TNamespaceLinks& links) { return links.Class(name); }, style);
+  return dot.Node("class:" + LowerAscii(name), name, [&](const TNamespaceLinks& links) { return links.Class(name); }, style);
 }
 
 // "Test_Disk\nId=sda, Slot=0": the class and the keys of an instance.
@@ -161,7 +156,7 @@ std::string ClassGraph(ICIMClass& cls, const TGraphLimits& limits) {
   cls.EnumerateSubclasses(
       [&](boost::shared_ptr<ICIMClass> sub) {
         if (++subclasses > kMaxPerGroup) {
-          dot.LeaveOut("class:" + Lower(sub->GetName(kNone)));
+          dot.LeaveOut("class:" + LowerAscii(sub->GetName(kNone)));
         } else {
           dot.Edge(ClassNode(dot, *sub), focus, "", kInherits);
         }
@@ -185,7 +180,7 @@ std::string ClassGraph(ICIMClass& cls, const TGraphLimits& limits) {
             kNone);
         if (!referencesThis) return true;
         if (associations.size() >= kMaxPerGroup) {
-          dot.LeaveOut("class:" + Lower(a->GetName(kNone)));
+          dot.LeaveOut("class:" + LowerAscii(a->GetName(kNone)));
         } else {
           associations.push_back(a);
         }

@@ -10,12 +10,20 @@
 #define INMEM_CORE_ASCII_H_
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 inline bool IsAsciiUpper(char c) { return c >= 'A' && c <= 'Z'; }
 inline bool IsAsciiLetter(char c) { return IsAsciiUpper(c) || (c >= 'a' && c <= 'z'); }
 inline bool IsAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 inline char ToLowerAscii(char c) { return IsAsciiUpper(c) ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// `text` with its ASCII letters in lower case: how names that compare
+// without letter case are kept as keys.
+inline std::string LowerAscii(std::string text) {
+  for (char& c : text) c = ToLowerAscii(c);
+  return text;
+}
 
 // Whether `a` and `b` are equal once ASCII letters are folded to lower case.
 inline bool EqualsFoldingAscii(std::string_view a, std::string_view b) {

@@ -25,11 +25,6 @@ const TContext kNone;
 // whole instance.
 const bool kInstanceLocalOnly = false;
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 }  // namespace
 
 std::shared_ptr<TObjectOptions> ReadObjectOptions(const TCimXmlReader& reader,
@@ -104,7 +99,7 @@ const std::map<std::string, TCimOperations::THandler>& TCimOperations::Handlers(
         {"CloseEnumeration", &TCimOperations::CloseEnumeration},
     };
     std::map<std::string, THandler> byName;
-    for (const auto& entry : table) byName[Lower(entry.first)] = entry.second;
+    for (const auto& entry : table) byName[LowerAscii(entry.first)] = entry.second;
     return byName;
   }();
   return handlers;
@@ -141,7 +136,7 @@ std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles
     std::string operations;
     bool all = true;
     for (const char* operation : profile.operations) {
-      all = all && Handlers().count(Lower(operation)) != 0;
+      all = all && Handlers().count(LowerAscii(operation)) != 0;
       operations += (operations.empty() ? "" : ", ") + std::string(operation);
     }
     if (profile.languages != nullptr) operations += std::string(" (") + profile.languages + ")";
@@ -167,7 +162,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
       throw TCimError(kCimInvalidNamespace, "no namespace " + Printable(request.namespaceName) +
                                                 " here; this server serves " + served);
     }
-    auto handler = Handlers().find(Lower(request.method));
+    auto handler = Handlers().find(LowerAscii(request.method));
     if (request.extrinsic || handler == Handlers().end()) {
       throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
                                             Printable(request.method) + " is not supported");

@@ -39,11 +39,6 @@ std::set<std::string> KeyNames(ICIMClass& cls) {
   return keys;
 }
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 boost::shared_ptr<ICIMPropertyDecl> DeclOf(ICIMClass& cls, const std::string& name) {
   try {
     return cls.GetPropertyDecl(name, kNone);
@@ -211,7 +206,7 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
   std::set<std::string> given;
   TValues values;
   auto change = [&](const ICIMPropertyDecl& decl, TCIMValue value) {
-    const std::string lower = Lower(decl.GetName(kNone));
+    const std::string lower = LowerAscii(decl.GetName(kNone));
     if (keys.count(lower) > 0) {
       if (value != instance->GetProperty(decl.GetName(kNone), kNone)->GetValue(kNone)) {
         throw TCimError(kCimInvalidParameter, "key property " + decl.GetName(kNone) + " cannot change");
@@ -221,8 +216,8 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
     values.emplace_back(decl.GetName(kNone), std::move(value));
   };
   for (const TCimPropertyElement& p : properties) {
-    given.insert(Lower(p.name));
-    if (list && list->count(Lower(p.name)) == 0) continue;
+    given.insert(LowerAscii(p.name));
+    if (list && list->count(LowerAscii(p.name)) == 0) continue;
     boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, p.name);
     change(*decl, call.reader.PropertyValue(*p.element, *decl));
   }
@@ -300,7 +295,7 @@ std::unique_ptr<TResponseBody> TCimOperations::SetProperty(TCall& call) {
   const std::string name = call.RequiredString("PropertyName");
   boost::shared_ptr<ICIMClass> cls = instance->GetClass(kNone);
   boost::shared_ptr<ICIMPropertyDecl> decl = DeclOf(*cls, name);
-  if (KeyNames(*cls).count(Lower(name)) > 0) {
+  if (KeyNames(*cls).count(LowerAscii(name)) > 0) {
     throw TCimError(kCimInvalidParameter, "key property " + decl->GetName(kNone) + " cannot change");
   }
   const TXmlElement* newValue = call.Parameter("NewValue");
@@ -389,10 +384,10 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyClass(TCall& call) {
   }
   // What the class's change may break: its subclasses and the instances of
   // it and of them.
-  std::set<std::string> family = {Lower(existing->GetName(kNone))};
+  std::set<std::string> family = {LowerAscii(existing->GetName(kNone))};
   existing->EnumerateSubclasses(
       [&](boost::shared_ptr<ICIMClass> sub) {
-        family.insert(Lower(sub->GetName(kNone)));
+        family.insert(LowerAscii(sub->GetName(kNone)));
         return true;
       },
       true, kNone);
@@ -409,7 +404,7 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyClass(TCall& call) {
         const ECIMType type = decl->GetType(kNone);
         if (kept == nullptr || kept->type.isArray != IsArrayType(type) ||
             kept->type.type != (IsArrayType(type) ? ElementTypeOf(type) : type)) {
-          changed.insert(Lower(decl->GetName(kNone)));
+          changed.insert(LowerAscii(decl->GetName(kNone)));
         }
         return true;
       },
@@ -417,9 +412,9 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyClass(TCall& call) {
   TSchemaRebuild rebuild(*call.ns, *call.notes, nullptr, nullptr);
   rebuild.ReplaceClass(production);
   auto overridesChanged = [&](const TMofProduction& p, const std::string& warning) {
-    if (p.kind != TMofProduction::kClass || family.count(Lower(p.cls.name)) == 0) return false;
+    if (p.kind != TMofProduction::kClass || family.count(LowerAscii(p.cls.name)) == 0) return false;
     for (const TMofFeature& f : p.cls.features) {
-      if (changed.count(Lower(f.name)) != 0 && warning.find("property " + f.name) != std::string::npos) return true;
+      if (changed.count(LowerAscii(f.name)) != 0 && warning.find("property " + f.name) != std::string::npos) return true;
     }
     return false;
   };
@@ -428,11 +423,11 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyClass(TCall& call) {
     if (p.kind == TMofProduction::kClass && EqualsFoldingAscii(p.cls.name, c.name)) {
       return TCimError(kCimInvalidParameter, failure.reason);
     }
-    if (p.kind == TMofProduction::kClass && family.count(Lower(p.cls.name)) != 0) {
+    if (p.kind == TMofProduction::kClass && family.count(LowerAscii(p.cls.name)) != 0) {
       return TCimError(kCimClassHasChildren, "subclass " + p.cls.name + " would not fit the changed class: " +
                                                  failure.reason);
     }
-    if (p.kind == TMofProduction::kInstance && family.count(Lower(p.instance.className)) != 0) {
+    if (p.kind == TMofProduction::kInstance && family.count(LowerAscii(p.instance.className)) != 0) {
       return TCimError(kCimClassHasInstances, "an instance of " + p.instance.className +
                                                   " would not fit the changed class: " + failure.reason);
     }

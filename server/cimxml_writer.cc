@@ -20,11 +20,6 @@ const TContext kNone;
 
 std::string TypeName(ECIMType type) { return CIMTypeName(ElementTypeOf(type)); }
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 // The qualifier flavor attributes that differ from the DTD's defaults
 // (OVERRIDABLE and TOSUBCLASS true, TOINSTANCE and TRANSLATABLE false).
 void FlavorAttributes(TXmlOut& out, uint32_t flavor) {
@@ -35,7 +30,7 @@ void FlavorAttributes(TXmlOut& out, uint32_t flavor) {
 }
 
 bool Wanted(const TCimObjectOptions& options, const std::string& name) {
-  return options.propertyList == nullptr || options.propertyList->count(Lower(name)) > 0;
+  return options.propertyList == nullptr || options.propertyList->count(LowerAscii(name)) > 0;
 }
 
 std::string NameOf(const boost::shared_ptr<ICIMClass>& cls) {

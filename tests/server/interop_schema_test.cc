@@ -66,11 +66,6 @@ const std::set<std::string> kDocumentationQualifiers = {
     "description", "version", "umlpackagepath", "modelcorrespondence", "mappingstrings",
 };
 
-std::string Lower(std::string text) {
-  for (char& c : text) c = ToLowerAscii(c);
-  return text;
-}
-
 std::string FileText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
@@ -119,7 +114,7 @@ std::vector<TClass> AllClasses(ICIMNamespace& ns) {
 
 std::set<std::string> KeysOf(ICIMClass& cls) {
   std::set<std::string> keys;
-  cls.EnumerateKeys([&](const std::string& key) { return keys.insert(Lower(key)), true; }, kNone);
+  cls.EnumerateKeys([&](const std::string& key) { return keys.insert(LowerAscii(key)), true; }, kNone);
   return keys;
 }
 
@@ -156,7 +151,7 @@ void AddQualifiers(const ICIMNamedElement& element, TAspects* aspects) {
   element.EnumerateQualifiers(
       [&](boost::shared_ptr<ICIMQualifier> q) {
         std::string name = q->GetName(kNone);
-        if (kDocumentationQualifiers.count(Lower(name)) == 0) {
+        if (kDocumentationQualifiers.count(LowerAscii(name)) == 0) {
           (*aspects)["qualifier " + name] = Text(q->GetValue(kNone));
         }
         return true;
@@ -181,11 +176,11 @@ TClassView ViewOf(ICIMClass& cls) {
   std::set<std::string> keys = KeysOf(cls);
   cls.EnumeratePropertyDecls(
       [&](boost::shared_ptr<ICIMPropertyDecl> decl) {
-        TFeatureView& p = view.properties[Lower(decl->GetName(kNone))];
+        TFeatureView& p = view.properties[LowerAscii(decl->GetName(kNone))];
         p.name = decl->GetName(kNone);
         const TCIMValue& prototype = decl->GetDefaultValue(kNone);
         p.aspects["type"] = CIMTypeName(decl->GetType(kNone));
-        p.aspects["key"] = keys.count(Lower(p.name)) ? "yes" : "no";
+        p.aspects["key"] = keys.count(LowerAscii(p.name)) ? "yes" : "no";
         p.aspects["declared in"] = decl->GetClass(kNone)->GetName(kNone);
         if (prototype.IsReference()) {
           TClass target = prototype.GetReferencedClass();
