@@ -42,6 +42,9 @@ const TRegisteredProfile kProfiles[] = {
 };
 
 const uint16_t kOtherOrganization = 1;
+// CIM_IndicationService.SubscriptionRemovalAction: subscriptions stay.
+const uint16_t kSubscriptionsIgnored = 4;
+const TRegisteredProfile kIndicationsProfile{kDmtf, "DMTF", "Indications", "1.2.2"};
 
 TCIMValue Uint16(uint16_t value) { return TCIMValue(static_cast<unsigned short>(value)); }
 
@@ -209,8 +212,42 @@ void TInteropNamespace::Populate() {
   Enter("CIM_CommMechanismForManager", {{"Antecedent", objectManager_}, {"Dependent", mechanismPath}});
 
   for (const TRegisteredProfile& profile : kProfiles) EnterProfile(profile, {objectManager_});
+  if (identity_.indications.offered) EnterIndicationService(system, scoped);
   for (auto& r : registrations_) r.second.entered = EnterProfile(r.second.profile, r.second.central);
   populated_ = Entry().ns.get();
+}
+
+void TInteropNamespace::EnterIndicationService(const TCIMReference& system, const TValues& scoped) {
+  const TServerIdentity::TIndications& offered = identity_.indications;
+  TValues service = scoped;
+  service.insert(service.end(),
+                 {{"CreationClassName", "CIM_IndicationService"},
+                  {"Name", identity_.product + ":indications"},
+                  {"ElementName", "indications"},
+                  {"Description", "Delivers lifecycle indications of every namespace to CIM-XML listeners"},
+                  {"FilterCreationEnabled", true},
+                  {"DeliveryRetryAttempts", Uint16(offered.retryAttempts)},
+                  {"DeliveryRetryInterval", TCIMValue(static_cast<unsigned int>(offered.retryIntervalSeconds))},
+                  {"SubscriptionRemovalAction", Uint16(kSubscriptionsIgnored)},
+                  {"Started", true},
+                  {"EnabledState", Uint16(kEnabled)},
+                  {"OperationalStatus", Uint16s({kOperationalOk})}});
+  const TCIMReference servicePath = Enter("CIM_IndicationService", service);
+  Enter("CIM_HostedService", {{"Antecedent", system}, {"Dependent", servicePath}});
+  const TCIMReference capabilities =
+      Enter("CIM_IndicationServiceCapabilities",
+            {{"InstanceID", identity_.product + ":indications"},
+             {"ElementName", "indications"},
+             {"FilterCreationEnabledIsSettable", false},
+             {"DeliveryRetryAttemptsIsSettable", false},
+             {"DeliveryRetryIntervalIsSettable", false},
+             {"SubscriptionRemovalActionIsSettable", false},
+             {"SubscriptionRemovalTimeIntervalIsSettable", false},
+             {"MaxListenerDestinations", TCIMValue(static_cast<unsigned int>(offered.maxDestinations))},
+             {"MaxActiveSubscriptions", TCIMValue(static_cast<unsigned int>(offered.maxSubscriptions))},
+             {"SubscriptionsPersisted", offered.subscriptionsPersisted}});
+  Enter("CIM_ElementCapabilities", {{"ManagedElement", servicePath}, {"Capabilities", capabilities}});
+  EnterProfile(kIndicationsProfile, {servicePath});
 }
 
 std::vector<TCIMReference> TInteropNamespace::EnterProfile(const TRegisteredProfile& profile,

@@ -16,7 +16,10 @@
 //     following the registry as namespaces come and go;
 //   - CIM_RegisteredProfile for the profiles the server implements (DMTF
 //     Profile Registration and WBEM Server, SNIA Server), each with
-//     CIM_ElementConformsToProfile to the object manager.
+//     CIM_ElementConformsToProfile to the object manager;
+//   - when it delivers indications, a CIM_IndicationService (hosted by the
+//     computer system) with its CIM_IndicationServiceCapabilities, and the
+//     DMTF Indications profile conforming to the service.
 // Clients may not change or delete these (Owns); creating a CIM_Namespace
 // creates a namespace, deleting one deletes it (CreateNamespace,
 // DeleteNamespace). What users add beside them (their own profiles,
@@ -65,6 +68,19 @@ struct TServerIdentity {
   // CIM_ObjectManagerCommunicationMechanism.FunctionalProfilesSupported),
   // each with what it covers.
   std::vector<std::pair<uint16_t, std::string>> functionalProfiles;
+
+  // What the indication service says of itself, when the server delivers
+  // indications: its CIM_IndicationService and capabilities, and the
+  // Indications profile it conforms to.
+  struct TIndications {
+    bool offered = false;
+    uint16_t retryAttempts = 3;
+    uint32_t retryIntervalSeconds = 2;
+    bool subscriptionsPersisted = false;
+    uint32_t maxDestinations = 1000;
+    uint32_t maxSubscriptions = 1000;
+  };
+  TIndications indications;
 };
 
 class TInteropNamespace {
@@ -127,6 +143,10 @@ class TInteropNamespace {
   // everything again when the Interop namespace's repository is another
   // than the one populated.
   void FollowRegistry();
+  // Enters the indication service, hosted by `system`, its capabilities
+  // and the Indications profile.
+  void EnterIndicationService(const TCIMReference& system,
+                              const std::vector<std::pair<std::string, TCIMValue>>& scoped);
   // Enters `profile`, conforming to each of `central`; returns the paths
   // entered.
   std::vector<TCIMReference> EnterProfile(const TRegisteredProfile& profile, const std::vector<TCIMReference>& central);

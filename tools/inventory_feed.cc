@@ -4,12 +4,16 @@
 
 #include <dlfcn.h>
 
+#include <map>
 #include <sstream>
 
 #include "core/ascii.h"
 #include "core/collected.h"
 #include "core/tyl_exception.h"
 #include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
 #include "mof/mof_loader.h"
 #include "mof/mof_writer.h"
 
@@ -48,6 +52,26 @@ bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& share
   return false;
 }
 
+// Whether two collections found the thing the same: every property
+// equal but the time of collection, which tells of the collection and
+// changes every time.
+bool SameThing(ICIMInstance& before, ICIMInstance& now) {
+  bool same = true;
+  now.EnumerateProperties(
+      [&](boost::shared_ptr<ICIMProperty> property) {
+        const std::string& name = property->GetDecl(kNone)->GetName(kNone);
+        if (EqualsFoldingAscii(name, "DateTimeOfCollection")) return true;
+        try {
+          same = before.GetProperty(name, kNone)->GetValue(kNone) == property->GetValue(kNone);
+        } catch (const TTYLException&) {
+          same = false;
+        }
+        return same;
+      },
+      kNone);
+  return same;
+}
+
 }  // namespace
 
 void HandCacheStates(const std::string& plugin, const TCacheStates& states, ICIMNamespace& ns) {
@@ -74,7 +98,7 @@ TInventoryFeed::TInventoryFeed(boost::shared_ptr<ICIMNamespace> served, TSchemaN
       root_(std::move(root)),
       plugin_(std::move(plugin)) {}
 
-bool TInventoryFeed::Refresh(std::string* error) {
+bool TInventoryFeed::Refresh(std::string* error, IInstanceChanges* changes, const std::string& namespaceName) {
   notes_.clear();
   boost::shared_ptr<ICIMNamespace> scratch = newNamespace_();
   if (!LoadSchema(*scratch, scratch, nullptr, schema_, error) ||
@@ -111,9 +135,15 @@ bool TInventoryFeed::Refresh(std::string* error) {
   // a path this collection enters (one a snapshot brought back, say).
   std::vector<TCIMReference> leaving = entered_;
   leaving.insert(leaving.end(), collected.begin(), collected.end());
+  // What a subscriber may hear of: the instances that leave, by path, to
+  // be told apart from those that come back the same.
+  std::map<std::string, boost::shared_ptr<ICIMInstance>> before;
   for (const TCIMReference& path : leaving) {
     try {
-      if (auto old = served_->GetInstance(path, kNone)) old->Delete(kNone);
+      if (auto old = served_->GetInstance(path, kNone)) {
+        old->Delete(kNone);
+        if (changes != nullptr && changes->Watches(namespaceName, *old->GetClass(kNone))) before[path.PathText()] = old;
+      }
     } catch (const TTYLException&) {
       // gone already, with its class
     }
@@ -127,11 +157,23 @@ bool TInventoryFeed::Refresh(std::string* error) {
   }
   entered_.clear();
   for (const TCIMReference& path : collected) {
+    boost::shared_ptr<ICIMInstance> now;
     try {
-      if (served_->GetInstance(path, kNone)) entered_.push_back(path);
+      now = served_->GetInstance(path, kNone);
     } catch (const TTYLException&) {
     }
+    if (!now) continue;
+    entered_.push_back(path);
+    if (changes == nullptr) continue;
+    auto old = before.find(path.PathText());
+    if (old == before.end()) {
+      if (changes->Watches(namespaceName, *now->GetClass(kNone))) changes->Created(namespaceName, *now);
+      continue;
+    }
+    if (!SameThing(*old->second, *now)) changes->Modified(namespaceName, *old->second, *now);
+    before.erase(old);
   }
+  for (const auto& gone : before) changes->Deleted(namespaceName, *gone.second);
   HandCacheStates(plugin_, collector.CacheStates(), *served_);
   return true;
 }

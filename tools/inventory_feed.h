@@ -21,6 +21,7 @@
 
 #include "include/cim_namespace.h"
 #include "mof/schema_notes.h"
+#include "server/indication_hooks.h"
 #include "tools/linux_collector.h"
 
 // Hands the processors' cache states to the plug-in at `plugin` (its
@@ -45,8 +46,13 @@ class TInventoryFeed {
   }
 
   // Collects again and replaces the previous collection's instances. False,
-  // with the reason in *error, when nothing was replaced.
-  bool Refresh(std::string* error);
+  // with the reason in *error, when nothing was replaced. `changes`, when
+  // given, is told what differs from the previous collection, as changes
+  // in `namespaceName`: an instance found for the first time is created,
+  // one no longer found deleted, one whose values changed modified (the
+  // time of collection alone is no change).
+  bool Refresh(std::string* error, IInstanceChanges* changes = nullptr,
+               const std::string& namespaceName = std::string());
   // What the last collection left out or could not enter, a line each.
   const std::vector<std::string>& Notes() const { return notes_; }
   size_t Instances() const { return entered_.size(); }

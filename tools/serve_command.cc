@@ -16,6 +16,8 @@
 #include "browser/repository_pages.h"
 #include "core/namespace_directory.h"
 #include "core/printable_text.h"
+#include "delivery/indication_delivery.h"
+#include "indication/indication_service.h"
 #include "mof/mof_loader.h"
 #include "server/cim_operations.h"
 #include "server/interop_namespace.h"
@@ -143,6 +145,14 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--idle-timeout", o.idleTimeout, "seconds a connection may wait for a request (default 30)");
   serve.add_option("--request-timeout", o.requestTimeout,
                    "seconds to read a request body or write a piece of an answer (default 60)");
+  serve.add_option("--indication-queue", o.indicationQueue,
+                   "indications queued per listener at most; more are dropped and counted (default 100000)");
+  serve.add_option("--delivery-retries", o.deliveryRetries,
+                   "tries after the first to deliver an indication (default 3)");
+  serve.add_option("--delivery-interval", o.deliveryInterval, "seconds between tries (default 2)");
+  serve.add_option("--delivery-grace", o.deliveryGrace,
+                   "seconds to deliver what is queued when the server stops (default 2)");
+  serve.add_option("--listener-ca", o.listenerCa, "authorities (PEM) trusted for https listeners besides the system's");
 }
 
 int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
@@ -210,6 +220,15 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   identity.hostName = HostName();
   identity.basicAuthentication = !o.users.empty();
   identity.functionalProfiles = TCimOperations::FunctionalProfiles(o.readOnly);
+  TSubscriptionRules subscriptionRules;
+  subscriptionRules.hostName = identity.hostName;
+  subscriptionRules.insecure = o.insecure;
+  identity.indications.offered = true;
+  identity.indications.retryAttempts = static_cast<uint16_t>(std::min(o.deliveryRetries, 65535u));
+  identity.indications.retryIntervalSeconds = o.deliveryInterval;
+  identity.indications.subscriptionsPersisted = !o.snapshot.empty();
+  identity.indications.maxDestinations = static_cast<uint32_t>(subscriptionRules.maxDestinations);
+  identity.indications.maxSubscriptions = static_cast<uint32_t>(subscriptionRules.maxSubscriptions);
   TInteropNamespace interop(namespaces, o.interop, identity);
   try {
     interop.Start();
@@ -219,10 +238,29 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   }
   if (!LoadNamespaces(o.loads, namespaces, o.interop, ELoadPass::kInteropInstances, &sources)) return kExitUsage;
 
+  // Indications: made on this thread, delivered from the engine's own.
+  TDeliveryConfig deliveryConfig;
+  deliveryConfig.maxQueue = std::max<size_t>(o.indicationQueue, 1);
+  deliveryConfig.retryAttempts = o.deliveryRetries;
+  deliveryConfig.retryInterval = std::chrono::seconds(o.deliveryInterval);
+  deliveryConfig.shutdownGrace = std::chrono::seconds(o.deliveryGrace);
+  deliveryConfig.trustedCertificates = o.listenerCa;
+  TIndicationDelivery delivery(deliveryConfig, std::cerr);
+  TIndicationService indications(
+      namespaces, interop, subscriptionRules,
+      [&delivery](const TDestination& destination, std::shared_ptr<const std::string> request,
+                  const std::string& subscription) { delivery.Send(destination, std::move(request), subscription); },
+      std::cerr);
+  indications.OnForget([&delivery](const std::string& destination) { delivery.Forget(destination); });
+  indications.Reload();
+  namespaces.OnChange([&] { indications.Reload(); });
+
   TCimOperationsConfig operationsConfig;
   operationsConfig.readOnly = o.readOnly;
   operationsConfig.maxOpenEnumerations = o.maxEnumerations;
   operationsConfig.interop = &interop;
+  operationsConfig.changes = &indications;
+  operationsConfig.subscriptions = &indications;
   TCimOperations operations(namespaces, operationsConfig);
   TRepositoryPages pages(namespaces, o.namespaceName, o.interop);
   for (const std::string& source : sources) pages.NoteLoaded("MOF " + source);
@@ -233,7 +271,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   std::unique_ptr<TInventoryFeed> feed;
   auto collect = [&] {
     std::string error;
-    if (feed->Refresh(&error)) {
+    if (feed->Refresh(&error, &indications, namespaces.Find(o.namespaceName)->name)) {
       ++collections;
       operations.NamespaceChanged(o.namespaceName);
       // The inventory registers its profile as users register theirs: in
@@ -280,6 +318,9 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   }
   if (feed && o.refresh > 0) server.Every(std::chrono::seconds(o.refresh), collect);
   server.Every(std::chrono::seconds(5), [&] { operations.DropExpiredEnumerations(); });
+  server.Every(std::chrono::seconds(1), [&] {
+    for (const TDeliveryFailure& failure : delivery.TakeFailures()) indications.DeliveryFailed(failure);
+  });
   uint64_t saved = operations.Changes() + collections;
   auto save = [&](bool always) {
     const uint64_t now = operations.Changes() + collections;
@@ -306,6 +347,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   if (o.snapshotEvery > 0) server.Every(std::chrono::seconds(o.snapshotEvery), [&] { save(false); });
   server.Run([&] {
     std::cerr << "inmem serve: stopping\n";
+    delivery.Stop();
     save(true);
   });
   return kExitOk;

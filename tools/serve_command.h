@@ -10,9 +10,13 @@
 // inventory joins the --namespace one, collected again every --refresh
 // seconds. Options may come from a file too (inmem --config FILE).
 //
+// Clients subscribe to indications in the Interop namespace; the server
+// delivers them to their listeners (CIM-XML export) from a thread of its
+// own, and keeps subscriptions in the snapshot.
+//
 // Only loopback addresses are open to anyone. Any other address needs
 // --users (HTTP Basic) and, unless --insecure, TLS (--https with --cert and
-// --key).
+// --key); the same goes for listeners indications are delivered to.
 
 #ifndef INMEM_TOOLS_SERVE_COMMAND_H_
 #define INMEM_TOOLS_SERVE_COMMAND_H_
@@ -56,6 +60,15 @@ struct TServeOptions {
   size_t maxEnumerations = 256;
   unsigned idleTimeout = 30;
   unsigned requestTimeout = 60;
+  // Indication delivery: per listener destination, the indications queued
+  // at most; tries after the first and the seconds between them; seconds
+  // to deliver what is queued at shutdown; authorities trusted for https
+  // listeners beside the system's.
+  size_t indicationQueue = 100000;
+  unsigned deliveryRetries = 3;
+  unsigned deliveryInterval = 2;
+  unsigned deliveryGrace = 2;
+  std::string listenerCa;
 };
 
 // Adds serve's options to `command`.

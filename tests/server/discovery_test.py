@@ -89,11 +89,12 @@ def discover(conn, namespaces):
     expect('the brand', wbem.brand, 'inmem')
     version = subprocess.run([tool, '--version'], capture_output=True, text=True, timeout=20).stdout.split()[-1]
     expect('the version', wbem.version, version)
-    expect('the profiles', profiles(wbem), ['11 Server 1.5.0', '2 Profile Registration 1.0.0',
+    expect('the profiles', profiles(wbem), ['11 Server 1.5.0', '2 Indications 1.2.2', '2 Profile Registration 1.0.0',
                                             '2 WBEM Server 1.0.0', 'inmem Linux Inventory 1.0.0',
                                             'test Fixture 1.0.0'])
     central = {
         ('DMTF', 'WBEM Server'): ('CIM_ObjectManager', 'interop'),
+        ('DMTF', 'Indications'): ('CIM_IndicationService', 'interop'),
         ('Other', 'Fixture'): ('Test_System', 'root/cimv2'),
         ('Other', 'Linux Inventory'): ('PELXA_ComputerSystem', 'root/cimv2'),
     }

@@ -1,0 +1,101 @@
+// TLifecycleIndication: the indication instance and its export request.
+
+#include "indication/lifecycle_indication.h"
+
+#include <chrono>
+#include <ctime>
+
+#include "core/cim_reference.h"
+#include "core/cim_value.h"
+#include "server/cimxml_writer.h"
+#include "server/xml_out.h"
+
+namespace {
+
+const TContext kNone;
+
+// The instance as an INSTANCE element of CIM-XML, every property with its
+// value: what an embedded instance holds.
+std::string InstanceXml(ICIMInstance& instance, const std::string& host, const std::string& namespaceName) {
+  TXmlOut out;
+  TCimXmlWriter writer(out, host, namespaceName);
+  writer.Instance(instance, TCimObjectOptions());
+  return out.Take();
+}
+
+}  // namespace
+
+const char* LifecycleClassName(ELifecycle kind) {
+  switch (kind) {
+    case ELifecycle::kCreation:
+      return "CIM_InstCreation";
+    case ELifecycle::kModification:
+      return "CIM_InstModification";
+    case ELifecycle::kDeletion:
+      return "CIM_InstDeletion";
+  }
+  return "CIM_InstIndication";
+}
+
+TCIMDateTime CurrentTimestamp() {
+  const auto now = std::chrono::system_clock::now();
+  const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(now.time_since_epoch()).count();
+  const time_t seconds = static_cast<time_t>(micros / 1000000);
+  struct tm utc;
+  gmtime_r(&seconds, &utc);
+  return TCIMDateTime::Timestamp(static_cast<unsigned>(utc.tm_year + 1900), static_cast<unsigned>(utc.tm_mon + 1),
+                                 static_cast<unsigned>(utc.tm_mday), static_cast<unsigned>(utc.tm_hour),
+                                 static_cast<unsigned>(utc.tm_min), static_cast<unsigned>(std::min(utc.tm_sec, 59)),
+                                 static_cast<unsigned>(micros % 1000000), 0);
+}
+
+TLifecycleIndication::TLifecycleIndication(ICIMClass& indicationClass, const TSource& source,
+                                           const std::string& host, const std::string& identifier)
+    : indication_(indicationClass.AllocateInstance(kNone)),
+      source_(source.instance),
+      previous_(source.previous),
+      host_(host) {
+  TCIMReference path = source.instance->GetReference(kNone);
+  path.SetNameSpaceName(source.namespaceName);
+  indication_->SetPropertyValue("IndicationIdentifier", TCIMValue(identifier), kNone);
+  indication_->SetPropertyValue("IndicationTime", TCIMValue(CurrentTimestamp()), kNone);
+  indication_->SetPropertyValue("SourceInstance",
+                                TCIMValue(InstanceXml(*source.instance, host, source.namespaceName)), kNone);
+  indication_->SetPropertyValue("SourceInstanceModelPath", TCIMValue(path.GetPath()), kNone);
+  indication_->SetPropertyValue("SourceInstanceHost", TCIMValue(host), kNone);
+  if (source.previous != nullptr && source.kind == ELifecycle::kModification) {
+    indication_->SetPropertyValue("PreviousInstance",
+                                  TCIMValue(InstanceXml(*source.previous, host, source.namespaceName)), kNone);
+  }
+}
+
+ICIMInstance* TLifecycleIndication::Embedded(const std::string& name) const {
+  if (name == "SourceInstance") return source_;
+  return name == "PreviousInstance" ? previous_ : nullptr;
+}
+
+void TLifecycleIndication::SetFilterName(const std::string& name) {
+  indication_->SetPropertyValue("IndicationFilterName", TCIMValue(name), kNone);
+}
+
+std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList) const {
+  TXmlOut out;
+  out.Raw("<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n");
+  out.Open("CIM");
+  out.Attr("CIMVERSION", "2.0");
+  out.Attr("DTDVERSION", "2.0");
+  out.Open("MESSAGE");
+  out.Attr("ID", std::to_string(messageId));
+  out.Attr("PROTOCOLVERSION", "1.0");
+  out.Open("SIMPLEEXPREQ");
+  out.Open("EXPMETHODCALL");
+  out.Attr("NAME", "ExportIndication");
+  out.Open("EXPPARAMVALUE");
+  out.Attr("NAME", "NewIndication");
+  TCimObjectOptions options;
+  options.propertyList = propertyList;
+  TCimXmlWriter(out, host_, std::string()).Instance(*indication_, options);
+  for (int i = 0; i < 5; ++i) out.Close();
+  out.Raw("\n");
+  return out.Take();
+}

@@ -1,0 +1,74 @@
+// TLifecycleIndication: one instance change as the indication that tells
+// it: CIM_InstCreation, CIM_InstModification or CIM_InstDeletion, an
+// instance of the Interop namespace's class filed nowhere, with
+//   SourceInstance            the instance (as it is now; as it was, for a
+//                             deletion), embedded as CIM-XML;
+//   PreviousInstance          for a modification, the instance as it was;
+//   SourceInstanceModelPath   its path with its namespace;
+//   SourceInstanceHost        the server's host name;
+//   IndicationTime            when the change was told, UTC;
+//   IndicationIdentifier      unique within the server's run.
+// It also gives the embedded instances to filter conditions
+// (IEmbeddedInstances), and writes the export request that carries it to a
+// listener.
+//
+// Made on the server's thread for one change, used there and dropped; the
+// request text it writes is a plain string any thread may send.
+
+#ifndef INMEM_INDICATION_LIFECYCLE_INDICATION_H_
+#define INMEM_INDICATION_LIFECYCLE_INDICATION_H_
+
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+
+#include "core/cim_date_time.h"
+#include "include/cim_class.h"
+#include "include/cim_instance.h"
+#include "query/bound_query.h"
+
+enum class ELifecycle { kCreation, kModification, kDeletion };
+
+// "CIM_InstCreation", "CIM_InstModification", "CIM_InstDeletion".
+const char* LifecycleClassName(ELifecycle kind);
+
+// Now, as a CIM timestamp in UTC with microseconds.
+TCIMDateTime CurrentTimestamp();
+
+class TLifecycleIndication : public IEmbeddedInstances {
+ public:
+  struct TSource {
+    ELifecycle kind;
+    std::string namespaceName;  // where the instance lives
+    ICIMInstance* instance;
+    ICIMInstance* previous;  // a modification's instance as it was; else nullptr
+  };
+
+  // An indication of `indicationClass` (the class named after the kind, in
+  // the Interop namespace). Throws TTYLException when the class does not
+  // take the standard properties.
+  TLifecycleIndication(ICIMClass& indicationClass, const TSource& source, const std::string& host,
+                       const std::string& identifier);
+
+  ICIMInstance& Instance() { return *indication_; }
+  ICIMInstance* Embedded(const std::string& name) const override;
+
+  // Names the filter that selected it (IndicationFilterName), before a
+  // request is written for that filter's subscribers.
+  void SetFilterName(const std::string& name);
+
+  // The CIM-XML export request (ExportIndication) carrying the indication,
+  // as message `messageId`: with every property, or with those whose
+  // lower-case names are in `propertyList` when it is given.
+  std::string ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList) const;
+
+ private:
+  boost::shared_ptr<ICIMInstance> indication_;
+  ICIMInstance* source_;
+  ICIMInstance* previous_;
+  std::string host_;
+};
+
+#endif  // INMEM_INDICATION_LIFECYCLE_INDICATION_H_
