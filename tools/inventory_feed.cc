@@ -56,17 +56,18 @@ bool LoadSchema(ICIMNamespace& ns, const boost::shared_ptr<ICIMNamespace>& share
 // equal but the time of collection, which tells of the collection and
 // changes every time.
 bool SameThing(ICIMInstance& before, ICIMInstance& now) {
+  // The walk goes over every property whatever the callback answers.
   bool same = true;
   now.EnumerateProperties(
       [&](boost::shared_ptr<ICIMProperty> property) {
         const std::string& name = property->GetDecl(kNone)->GetName(kNone);
-        if (EqualsFoldingAscii(name, "DateTimeOfCollection")) return true;
+        if (!same || EqualsFoldingAscii(name, "DateTimeOfCollection")) return true;
         try {
           same = before.GetProperty(name, kNone)->GetValue(kNone) == property->GetValue(kNone);
         } catch (const TTYLException&) {
           same = false;
         }
-        return same;
+        return true;
       },
       kNone);
   return same;
