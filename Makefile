@@ -5,7 +5,8 @@
 #   make run       set up, build and run the main job
 #   make test      set up, build and run every test
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
-#   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json)
+#   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json),
+#                  then the indications measured end to end (make bench-indications)
 #   make fuzz      the fuzz harnesses (clang, libFuzzer), each run FUZZ_SECONDS
 #   make deb       a Debian package (CPack) in build-deb/
 
@@ -20,7 +21,7 @@ DEB_DIR ?= build-deb
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
-.PHONY: deps build run test sanitize bench fuzz deb clean
+.PHONY: deps build run test sanitize bench bench-indications fuzz deb clean
 
 # What the tests need; `install-deps.sh run` is what the main job alone does.
 deps:
@@ -54,6 +55,16 @@ bench:
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_bench
 	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
 	  --benchmark_out_format=json $(BENCH_ARGS)
+	$(MAKE) bench-indications
+
+# Indications end to end: inmem serve, inmem listen and answering listeners
+# on loopback (bench/indication_bench.py; table in build-bench/indications.txt).
+bench-indications:
+	@bash scripts/install-deps.sh bench
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_cli inmem export_sink
+	/usr/bin/python3 bench/indication_bench.py $(BENCH_DIR)/tools/inmem tests/server/fixture.mof \
+	  $(BENCH_DIR)/bench/export_sink | tee $(BENCH_DIR)/indications.txt
 
 # Fuzzers: every library with coverage hooks and sanitizers, each harness run
 # on a scratch copy of its seed corpus (fuzz/corpus/); FUZZ_HARNESSES picks some.

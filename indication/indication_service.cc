@@ -93,8 +93,8 @@ void TIndicationService::Produce(const TLifecycleIndication::TSource& source) {
       }
       std::shared_ptr<const std::string> request;
       if (filter.query.Matches(indication->Instance(), indication.get())) {
-        indication->SetFilterName(filter.name);
-        request = std::make_shared<const std::string>(indication->ExportRequest(++messages_, filter.propertyList.get()));
+        request = std::make_shared<const std::string>(
+            indication->ExportRequest(++messages_, filter.propertyList.get(), filter.name));
       }
       known = requests.emplace(&filter, std::move(request)).first;
     }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <string_view>
 
 #include "core/cim_reference.h"
 #include "core/cim_value.h"
@@ -13,6 +14,8 @@
 namespace {
 
 const TContext kNone;
+// IndicationFilterName as the writer writes it while it is null.
+constexpr std::string_view kNullFilterName = "<PROPERTY NAME=\"IndicationFilterName\" TYPE=\"string\"></PROPERTY>";
 
 // The instance as an INSTANCE element of CIM-XML, every property with its
 // value: what an embedded instance holds.
@@ -74,28 +77,34 @@ ICIMInstance* TLifecycleIndication::Embedded(const std::string& name) const {
   return name == "PreviousInstance" ? previous_ : nullptr;
 }
 
-void TLifecycleIndication::SetFilterName(const std::string& name) {
-  indication_->SetPropertyValue("IndicationFilterName", TCIMValue(name), kNone);
-}
-
-std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList) const {
-  TXmlOut out;
-  out.Raw("<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n");
-  out.Open("CIM");
-  out.Attr("CIMVERSION", "2.0");
-  out.Attr("DTDVERSION", "2.0");
-  out.Open("MESSAGE");
-  out.Attr("ID", std::to_string(messageId));
-  out.Attr("PROTOCOLVERSION", "1.0");
-  out.Open("SIMPLEEXPREQ");
-  out.Open("EXPMETHODCALL");
-  out.Attr("NAME", "ExportIndication");
-  out.Open("EXPPARAMVALUE");
-  out.Attr("NAME", "NewIndication");
-  TCimObjectOptions options;
-  options.propertyList = propertyList;
-  TCimXmlWriter(out, host_, std::string()).Instance(*indication_, options);
-  for (int i = 0; i < 5; ++i) out.Close();
-  out.Raw("\n");
-  return out.Take();
+std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
+                                                const std::string& filterName) {
+  auto known = written_.find(propertyList);
+  if (known == written_.end()) {
+    TXmlOut out;
+    TCimObjectOptions options;
+    options.propertyList = propertyList;
+    TCimXmlWriter(out, host_, std::string()).Instance(*indication_, options);
+    TWritten written{out.Take(), std::string::npos};
+    written.filterNameAt = written.xml.find(kNullFilterName);
+    known = written_.emplace(propertyList, std::move(written)).first;
+  }
+  const TWritten& written = known->second;
+  std::string request = "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">"
+                        "<MESSAGE ID=\"" + std::to_string(messageId) + "\" PROTOCOLVERSION=\"1.0\"><SIMPLEEXPREQ>"
+                        "<EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">";
+  if (written.filterNameAt == std::string::npos) {
+    request += written.xml;
+  } else {
+    TXmlOut name;
+    name.Open("VALUE");
+    name.Text(filterName);
+    name.Close();
+    const size_t valueAt = written.filterNameAt + kNullFilterName.size() - std::string_view("</PROPERTY>").size();
+    request.append(written.xml, 0, valueAt);
+    request += name.Take();
+    request.append(written.xml, valueAt, std::string::npos);
+  }
+  request += "</EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ></MESSAGE></CIM>\n";
+  return request;
 }

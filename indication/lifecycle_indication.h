@@ -19,6 +19,7 @@
 #define INMEM_INDICATION_LIFECYCLE_INDICATION_H_
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 
@@ -55,20 +56,28 @@ class TLifecycleIndication : public IEmbeddedInstances {
   ICIMInstance& Instance() { return *indication_; }
   ICIMInstance* Embedded(const std::string& name) const override;
 
-  // Names the filter that selected it (IndicationFilterName), before a
-  // request is written for that filter's subscribers.
-  void SetFilterName(const std::string& name);
-
   // The CIM-XML export request (ExportIndication) carrying the indication,
-  // as message `messageId`: with every property, or with those whose
-  // lower-case names are in `propertyList` when it is given.
-  std::string ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList) const;
+  // as message `messageId`, named as selected by the filter `filterName`
+  // (IndicationFilterName): with every property, or with those whose
+  // lower-case names are in `propertyList` when it is given. The instance
+  // is written once per property list; each filter's request only puts its
+  // name in.
+  std::string ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
+                            const std::string& filterName);
 
  private:
+  // The INSTANCE element for one property list, with IndicationFilterName
+  // written null at `filterNameAt` (npos when the list leaves it out).
+  struct TWritten {
+    std::string xml;
+    size_t filterNameAt;
+  };
+
   boost::shared_ptr<ICIMInstance> indication_;
   ICIMInstance* source_;
   ICIMInstance* previous_;
   std::string host_;
+  std::map<const std::set<std::string>*, TWritten> written_;
 };
 
 #endif  // INMEM_INDICATION_LIFECYCLE_INDICATION_H_

@@ -38,7 +38,7 @@ test=(
   curl                # raw requests in the server's tests
   procps              # pkill: the server's tests stop inmem serve with it
   python3 python3-requests python3-ply python3-yaml python3-urllib3 python3-certifi
-  python3-idna python3-typing-extensions  # what the pywbem client of the discovery test needs
+  python3-idna python3-typing-extensions  # what the pywbem client of the discovery and indication tests needs
   graphviz            # dot: the pictures of inmem graph and of the browser's pages
   chromium            # the browser test of the pages (headless)
   pkg-config          # the install test builds a host with it
@@ -46,6 +46,7 @@ test=(
 )
 bench=(
   libbenchmark-dev
+  python3 procps      # bench/indication_bench.py runs inmem serve and listen, stops them with pkill
 )
 deb=(
   dpkg-dev            # dpkg-shlibdeps: the library dependencies of make deb

@@ -125,6 +125,7 @@ class TTestListener::TImpl {
     std::lock_guard<std::mutex> lock(mu);
     const TReply reply = replies ? replies(all.size()) : TReply();
     received.accepted = reply.status == 200 && !reply.cimError && !reply.hang;
+    received.at = std::chrono::steady_clock::now();
     accepted += received.accepted;
     if (!keepBodies) received.body.clear();
     all.push_back(std::move(received));

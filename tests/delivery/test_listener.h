@@ -38,6 +38,7 @@ struct TReceived {
   std::string body;
   bool accepted = false;  // answered 200 without a CIM error
   size_t connection = 0;  // which connection it came on, from 1
+  std::chrono::steady_clock::time_point at;  // when it was read
 };
 
 class TTestListener {

@@ -406,3 +406,35 @@ TEST_F(IndicationServiceTest, WithoutSubscriptionsNothingIsMade) {
 }
 
 }  // namespace
+
+namespace {
+
+// A destination's URL: credentials taken out of it, the rest kept for the
+// log and the requests.
+TEST(DestinationUrlTest, CredentialsLeaveTheUrl) {
+  const struct {
+    const char* url;
+    bool usable;
+    const char* kept;
+    const char* user;
+    const char* password;
+  } cases[] = {
+      {"http://127.0.0.1:5990/listener", true, "http://127.0.0.1:5990/listener", "", ""},
+      {"https://watch:s3cr:et@example.org:5991/x?y", true, "https://example.org:5991/x?y", "watch", "s3cr:et"},
+      {"http://only-user@127.0.0.1/", true, "http://127.0.0.1/", "only-user", ""},
+      {"http://127.0.0.1/a@b", true, "http://127.0.0.1/a@b", "", ""},  // an @ in the path is the path's
+      {"ftp://127.0.0.1/", false, "ftp://127.0.0.1/", "", ""},
+      {"http://", false, "http://", "", ""},
+  };
+  for (const auto& c : cases) {
+    TDestination destination;
+    TListenerUrl parsed;
+    std::string problem;
+    EXPECT_EQ(ReadDestinationUrl(c.url, &destination, &parsed, &problem), c.usable) << c.url << ": " << problem;
+    EXPECT_EQ(destination.url, c.kept) << c.url;
+    EXPECT_EQ(destination.user, c.user) << c.url;
+    EXPECT_EQ(destination.password, c.password) << c.url;
+  }
+}
+
+}  // namespace
