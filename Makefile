@@ -55,16 +55,20 @@ bench:
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_bench
 	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
 	  --benchmark_out_format=json $(BENCH_ARGS)
-	$(MAKE) bench-indications
+	$(INDICATION_BENCH)
 
 # Indications end to end: inmem serve, inmem listen and answering listeners
 # on loopback (bench/indication_bench.py; table in build-bench/indications.txt).
+define INDICATION_BENCH
+cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_cli inmem export_sink
+/usr/bin/python3 bench/indication_bench.py $(BENCH_DIR)/tools/inmem tests/server/fixture.mof \
+  $(BENCH_DIR)/bench/export_sink > $(BENCH_DIR)/indications.txt; status=$$?; cat $(BENCH_DIR)/indications.txt; exit $$status
+endef
+
 bench-indications:
 	@bash scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
-	cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_cli inmem export_sink
-	/usr/bin/python3 bench/indication_bench.py $(BENCH_DIR)/tools/inmem tests/server/fixture.mof \
-	  $(BENCH_DIR)/bench/export_sink | tee $(BENCH_DIR)/indications.txt
+	$(INDICATION_BENCH)
 
 # Fuzzers: every library with coverage hooks and sanitizers, each harness run
 # on a scratch copy of its seed corpus (fuzz/corpus/); FUZZ_HARNESSES picks some.

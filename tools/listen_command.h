@@ -18,26 +18,13 @@
 #include <boost/shared_ptr.hpp>
 
 #include "include/cim_namespace.h"
+#include "tools/http_listen_options.h"
 
 // The default address: loopback, port 5990 (serve's is 5988; IANA lists
 // 5990 for WBEM export, over HTTPS).
 constexpr unsigned short kListenPort = 5990;
 
-struct TListenOptions {
-  std::vector<std::string> listen;  // ADDR:PORT, HTTP
-  std::vector<std::string> https;   // ADDR:PORT, HTTPS
-  std::string cert;
-  std::string key;
-  std::string users;
-  bool insecure = false;
-  size_t maxBody = 16u << 20;
-  size_t maxHeader = 16u << 10;
-  size_t maxDepth = 64;
-  size_t maxElements = 250000;
-  size_t maxConnections = 64;
-  unsigned idleTimeout = 30;
-  unsigned requestTimeout = 60;
-};
+struct TListenOptions : THttpListenOptions {};
 
 // Adds listen's options to `command`.
 void DeclareListenOptions(CLI::App& command, TListenOptions& options);

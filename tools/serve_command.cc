@@ -8,7 +8,6 @@
 #include <iostream>
 #include <memory>
 
-#include <boost/asio/ip/address.hpp>
 
 #include "browser/dot_renderer.h"
 #include "browser/page_parts.h"
@@ -25,6 +24,7 @@
 #include "server/snapshot.h"
 #include "server/user_file.h"
 #include "server/wbem_server.h"
+#include "tools/http_listen_options.h"
 #include "tools/inventory_feed.h"
 #include "tools/repository_commands.h"
 #include "tools/strict_number.h"
@@ -34,26 +34,6 @@ namespace {
 int UsageError(const std::string& message) {
   std::cerr << "inmem: serve: " << message << "\n";
   return kExitUsage;
-}
-
-// "127.0.0.1:5988", "[::1]:5988", "localhost:5988".
-bool ParseAddress(const std::string& text, bool tls, TListenAddress* out) {
-  const size_t colon = text.rfind(':');
-  if (colon == std::string::npos) return false;
-  std::string host = text.substr(0, colon);
-  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-  if (host == "localhost") host = "127.0.0.1";
-  const std::optional<uint64_t> port = ReadDecimal(std::string_view(text).substr(colon + 1));
-  boost::system::error_code ec;
-  boost::asio::ip::make_address(host, ec);
-  if (ec || !port || *port > 65535) return false;
-  *out = TListenAddress{host, static_cast<unsigned short>(*port), tls};
-  return true;
-}
-
-bool IsLoopback(const std::string& address) {
-  boost::system::error_code ec;
-  return boost::asio::ip::make_address(address, ec).is_loopback() && !ec;
 }
 
 // The profile of this machine's inventory, as the Interop namespace
@@ -112,21 +92,10 @@ bool LoadNamespaces(const std::vector<std::string>& loads, TNamespaceRegistry& n
   return true;
 }
 
-std::string Url(const TListenAddress& a, unsigned short port) {
-  const bool v6 = a.address.find(':') != std::string::npos;
-  return std::string(a.tls ? "https" : "http") + "://" + (v6 ? "[" + a.address + "]" : a.address) + ":" +
-         std::to_string(port) + "/cimom";
-}
-
 }  // namespace
 
 void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
-  serve.add_option("--listen", o.listen, "HTTP address ADDR:PORT (repeatable; default 127.0.0.1:5988)");
-  serve.add_option("--https", o.https, "HTTPS address ADDR:PORT (repeatable; needs --cert and --key)");
-  serve.add_option("--cert", o.cert, "TLS certificate chain (PEM)");
-  serve.add_option("--key", o.key, "TLS private key (PEM)");
-  serve.add_option("--users", o.users, "users allowed in (HTTP Basic), written by inmem passwd");
-  serve.add_flag("--insecure", o.insecure, "allow plain HTTP beyond loopback (with --users)");
+  DeclareHttpListenOptions(serve, o, kServePort, "users allowed in (HTTP Basic), written by inmem passwd");
   serve.add_option("--namespace", o.namespaceName, "the namespace -m loads into (default root/cimv2)");
   serve.add_option("--load", o.loads, "NAMESPACE=FILE: load FILE into NAMESPACE, made when new (repeatable)");
   serve.add_option("--interop", o.interop, "the Interop namespace's name (default interop)");
@@ -136,17 +105,9 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--refresh", o.refresh, "collect the inventory again every SECONDS");
   serve.add_option("--snapshot", o.snapshot, "load FILE at start when present; write it on shutdown");
   serve.add_option("--snapshot-every", o.snapshotEvery, "write the snapshot every SECONDS when changed");
-  serve.add_option("--max-body", o.maxBody, "largest request body in bytes, chunked framing included (default 16 MiB)");
-  serve.add_option("--max-header", o.maxHeader, "largest request header in bytes (default 16 KiB)");
-  serve.add_option("--max-depth", o.maxDepth, "deepest XML nesting of a request (default 64)");
-  serve.add_option("--max-elements", o.maxElements, "most XML elements in a request (default 250000)");
-  serve.add_option("--max-connections", o.maxConnections, "connections at once; at the limit the longest idle one makes room (default 64)");
   serve.add_option("--max-enumerations", o.maxEnumerations, "open pull enumerations at once (default 256)");
-  serve.add_option("--idle-timeout", o.idleTimeout, "seconds a connection may wait for a request (default 30)");
-  serve.add_option("--request-timeout", o.requestTimeout,
-                   "seconds to read a request body or write a piece of an answer (default 60)");
   serve.add_option("--indication-queue", o.indicationQueue,
-                   "indications queued per listener at most; more are dropped and counted (default 100000)");
+                   "indications queued per listener at most; more are dropped and counted (default 20000)");
   serve.add_option("--delivery-retries", o.deliveryRetries,
                    "tries after the first to deliver an indication (default 3)");
   serve.add_option("--delivery-interval", o.deliveryInterval, "seconds between tries (default 2)");
@@ -160,41 +121,9 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
           const std::function<boost::shared_ptr<ICIMNamespace>()>& newNamespace,
           const std::string& inventorySchema, const std::string& plugin) {
   TWbemServerConfig config;
-  for (const auto& group : {std::make_pair(&o.listen, false), std::make_pair(&o.https, true)}) {
-    for (const std::string& text : *group.first) {
-      TListenAddress address;
-      if (!ParseAddress(text, group.second, &address)) {
-        return UsageError("not an address ADDR:PORT: " + Printable(text));
-      }
-      config.listen.push_back(address);
-    }
-  }
-  if (config.listen.empty()) config.listen.push_back(TListenAddress{"127.0.0.1", 5988, false});
-  if (!o.https.empty() && (o.cert.empty() || o.key.empty())) return UsageError("--https needs --cert and --key");
   TUserFile users;
-  if (!o.users.empty()) {
-    std::string error;
-    if (!users.Load(o.users, false, &error)) return UsageError(error);
-    if (users.Empty()) return UsageError(o.users + " holds no users (add one with inmem passwd)");
-    config.http.users = &users;
-  }
-  for (const TListenAddress& a : config.listen) {
-    if (IsLoopback(a.address)) continue;
-    if (o.users.empty()) return UsageError("listening on " + a.address + " needs --users FILE");
-    if (!a.tls && !o.insecure) {
-      return UsageError("listening on " + a.address + " needs TLS (--https), or --insecure for plain HTTP");
-    }
-  }
-  config.certFile = o.cert;
-  config.keyFile = o.key;
-  config.http.xml.maxDepth = o.maxDepth;
-  config.http.xml.maxElements = o.maxElements;
-  config.http.xml.maxTextBytes = o.maxBody;
-  config.maxBodyBytes = o.maxBody;
-  config.maxHeaderBytes = o.maxHeader;
-  config.maxConnections = o.maxConnections;
-  config.idleTimeout = std::chrono::seconds(o.idleTimeout);
-  config.requestTimeout = std::chrono::seconds(o.requestTimeout);
+  const std::string problem = ConfigureHttp(o, kServePort, &config, &config.http, &users);
+  if (!problem.empty()) return UsageError(problem);
 
   TNamespaceRegistry namespaces(newNamespace);
   try {
@@ -313,7 +242,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
     for (const TNamespaceRegistry::TEntry* entry : namespaces.Entries()) {
       served += (served.empty() ? "" : ", ") + entry->name;
     }
-    std::cerr << "inmem serve: listening on " << Url(config.listen[i], ports[i]) << " (namespace "
+    std::cerr << "inmem serve: listening on " << ListenUrl(config.listen[i], ports[i]) << "/cimom (namespace "
               << o.namespaceName << (o.readOnly ? ", read-only" : "") << "; serving " << served << ")" << std::endl;
   }
   if (feed && o.refresh > 0) server.Every(std::chrono::seconds(o.refresh), collect);

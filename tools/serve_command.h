@@ -30,14 +30,12 @@
 
 #include "include/cim_namespace.h"
 #include "mof/schema_notes.h"
+#include "tools/http_listen_options.h"
 
-struct TServeOptions {
-  std::vector<std::string> listen;  // ADDR:PORT, HTTP
-  std::vector<std::string> https;   // ADDR:PORT, HTTPS
-  std::string cert;
-  std::string key;
-  std::string users;
-  bool insecure = false;
+// The default address: loopback, port 5988 (WBEM over HTTP).
+constexpr unsigned short kServePort = 5988;
+
+struct TServeOptions : THttpListenOptions {
   std::string namespaceName = "root/cimv2";
   // NAMESPACE=FILE: FILE loaded into NAMESPACE (made when new); a NAMESPACE
   // alone is made empty.
@@ -52,19 +50,12 @@ struct TServeOptions {
   // place of the MOF.
   bool loadSnapshot = false;
   unsigned snapshotEvery = 0;  // seconds; 0: on shutdown only
-  size_t maxBody = 16u << 20;
-  size_t maxHeader = 16u << 10;
-  size_t maxDepth = 64;
-  size_t maxElements = 250000;
-  size_t maxConnections = 64;
   size_t maxEnumerations = 256;
-  unsigned idleTimeout = 30;
-  unsigned requestTimeout = 60;
   // Indication delivery: per listener destination, the indications queued
   // at most; tries after the first and the seconds between them; seconds
   // to deliver what is queued at shutdown; authorities trusted for https
   // listeners beside the system's.
-  size_t indicationQueue = 100000;
+  size_t indicationQueue = 20000;
   unsigned deliveryRetries = 3;
   unsigned deliveryInterval = 2;
   unsigned deliveryGrace = 2;
