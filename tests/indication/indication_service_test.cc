@@ -242,6 +242,16 @@ TEST_F(IndicationServiceTest, EveryClientWriteIsToldWithItsInstances) {
   EXPECT_EQ(service_->Made(), 3u);
 }
 
+// A deletion takes the associations that point at the instance along, and
+// each is told.
+TEST_F(IndicationServiceTest, AssociationsTakenAlongAreToldToo) {
+  Subscribe("SELECT * FROM CIM_InstDeletion");
+  Delete("root/cimv2", DiskName("sda", 0));
+  std::vector<std::string> gone;
+  for (const TSent& s : sent_) gone.push_back(Read(s.request).sourceClass);
+  EXPECT_EQ(gone, (std::vector<std::string>{"Test_SystemDisk", "Test_Disk"}));
+}
+
 TEST_F(IndicationServiceTest, FiltersKeepWhatTheirConditionsSelect) {
   // A disk made with Kind 2, changed to 3, changed to 3 again, deleted.
   const struct {
