@@ -6,8 +6,11 @@
 #include <ctime>
 #include <string_view>
 
+#include "core/ascii.h"
 #include "core/cim_reference.h"
 #include "core/cim_value.h"
+#include "include/cim_property.h"
+#include "include/cim_property_decl.h"
 #include "server/cimxml_writer.h"
 #include "server/xml_out.h"
 
@@ -81,9 +84,20 @@ std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::s
                                                 const std::string& filterName) {
   auto known = written_.find(propertyList);
   if (known == written_.end()) {
+    // The properties it has a value for (and the filter's name, put in
+    // below), of those the list keeps: a null says nothing a listener needs.
+    std::set<std::string> kept;
+    indication_->EnumerateProperties(
+        [&](boost::shared_ptr<ICIMProperty> property) {
+          const std::string name = LowerAscii(property->GetDecl(kNone)->GetName(kNone));
+          const bool wanted = propertyList == nullptr || propertyList->count(name) != 0;
+          if (wanted && (!property->GetValue(kNone).IsNull() || name == "indicationfiltername")) kept.insert(name);
+          return true;
+        },
+        kNone);
     TXmlOut out;
     TCimObjectOptions options;
-    options.propertyList = propertyList;
+    options.propertyList = &kept;
     TCimXmlWriter(out, host_, std::string()).Instance(*indication_, options);
     TWritten written{out.Take(), std::string::npos};
     written.filterNameAt = written.xml.find(kNullFilterName);

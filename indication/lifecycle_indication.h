@@ -58,8 +58,9 @@ class TLifecycleIndication : public IEmbeddedInstances {
 
   // The CIM-XML export request (ExportIndication) carrying the indication,
   // as message `messageId`, named as selected by the filter `filterName`
-  // (IndicationFilterName): with every property, or with those whose
-  // lower-case names are in `propertyList` when it is given. The instance
+  // (IndicationFilterName): with every property that has a value, or with
+  // those whose lower-case names are in `propertyList` when it is given
+  // (and have a value). The instance
   // is written once per property list; each filter's request only puts its
   // name in.
   std::string ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
