@@ -210,11 +210,17 @@ for count in (1, 10):
 # Writes with no subscription, and with ten whose listeners take every
 # indication: listeners that only answer, and ten inmem listen processes
 # (which, on a small machine, take the cores the server needs).
-for count, kind in ((0, ''), (10, 'answering listeners'), (10, 'inmem listen')):
-    server, port = serve('writes%d%s' % (count, kind[:1]))
+for count, kind in ((0, ''), (10, 'listeners down, queues full'), (10, 'answering listeners'), (10, 'inmem listen')):
+    # With the listeners down, the queues fill once and then drop: what
+    # is left is the operations' own share, making and queueing.
+    server, port = start(['-m', fixture, 'serve', '--listen', '127.0.0.1:0', '--indication-queue', '1000'],
+                         'writes%d%s.log' % (count, kind[:1])) if kind.startswith('listeners down') \
+        else serve('writes%d%s' % (count, kind[:1]))
     client = Client(port)
     listeners, sink = [], None
-    if kind == 'answering listeners':
+    if kind.startswith('listeners down'):
+        ports = [free_port() for _ in range(count)]
+    elif kind == 'answering listeners':
         sink = subprocess.Popen(['timeout', '300', sink_tool, str(count), str(N)], stdin=subprocess.PIPE,
                                 stdout=subprocess.PIPE, text=True)
         ports = sink.stdout.readline().split()[1:]
