@@ -53,6 +53,17 @@ struct TCimRequest {
 // for anything but one simple request of CIM 2.x, DTD 2.x, protocol 1.x.
 TCimRequest ReadCimRequest(const TXmlElement& root);
 
+// What every CIM-XML message shares, operation or export: CIM of
+// CIMVERSION and DTDVERSION 2.x holding one MESSAGE of PROTOCOLVERSION 1.x
+// with an ID (into *messageId). Returns the MESSAGE's one element, having
+// refused `multiple` (MULTIREQ, MULTIEXPREQ) as not supported. Throws
+// TCimProtocolError.
+const TXmlElement& ReadMessageEnvelope(const TXmlElement& root, const char* multiple, std::string* messageId);
+// A request that breaks the DTD: 400, request-not-valid.
+[[noreturn]] void RefuseNotValid(const std::string& why);
+// The attribute's value, which must be there.
+const std::string& RequiredAttribute(const TXmlElement& element, const char* attribute);
+
 // The namespace of a LOCALNAMESPACEPATH element, its names joined by '/'.
 std::string ReadLocalNamespacePath(const TXmlElement& element);
 
