@@ -18,18 +18,7 @@ fail() { echo "FAIL: $*"; echo "--- stdout:"; cat out.txt 2> /dev/null || true; 
 
 # start ARGS...: runs inmem ARGS in the background; sets pid and port.
 start() {
-  : > out.txt
-  : > err.txt
-  timeout 100 "$tool" "$@" > out.txt 2> err.txt &
-  pid=$!
-  port=
-  for _ in $(seq 100); do
-    port=$(sed -n 's#^inmem listen: listening on http://127\.0\.0\.1:\([0-9]*\)/$#\1#p' err.txt | head -1)
-    [ -n "$port" ] && return
-    kill -0 $pid 2> /dev/null || fail "inmem $* did not start"
-    sleep 0.1
-  done
-  fail "inmem $* did not say where it listens"
+  start_inmem err.txt out.txt 's#^inmem listen: listening on http://127\.0\.0\.1:\([0-9]*\)/$#\1#p' "$@"
 }
 stop() {
   term_server

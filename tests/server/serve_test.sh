@@ -24,17 +24,7 @@ fail() { echo "FAIL: $*"; echo "--- server log:"; cat serve.log 2> /dev/null || 
 # start ARGS...: runs inmem ARGS in the background; sets pid and port (the
 # first address it listens on).
 start() {
-  : > serve.log
-  timeout 300 "$tool" "$@" > serve.log 2>&1 &
-  pid=$!
-  port=
-  for _ in $(seq 100); do
-    port=$(sed -n 's#.*listening on https\{0,1\}://127\.0\.0\.1:\([0-9]*\)/cimom.*#\1#p' serve.log | head -1)
-    [ -n "$port" ] && return
-    kill -0 $pid 2> /dev/null || fail "inmem $* did not start"
-    sleep 0.1
-  done
-  fail "inmem $* did not say where it listens"
+  start_inmem serve.log serve.log 's#.*listening on https\{0,1\}://127\.0\.0\.1:\([0-9]*\)/cimom.*#\1#p' "$@"
 }
 # stop: SIGTERM, and the server must end cleanly by itself.
 stop() {

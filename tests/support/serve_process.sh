@@ -23,3 +23,28 @@ stop_server_now() {
   kill -9 "$pid" 2> /dev/null || true
   pid=
 }
+
+# `start_inmem LOG OUT PATTERN ARGS...` starts `inmem ARGS` (as $tool)
+# under timeout, stderr to LOG and stdout to OUT (the same file may be
+# both), and sets $pid and $port: the port PATTERN (a sed expression that
+# prints it) finds in LOG. Calls `fail` when inmem stops or says nothing.
+start_inmem() {
+  local log=$1 out=$2 pattern=$3
+  shift 3
+  : > "$log"
+  : > "$out"
+  if [ "$log" = "$out" ]; then
+    timeout 300 "$tool" "$@" > "$log" 2>&1 &
+  else
+    timeout 300 "$tool" "$@" > "$out" 2> "$log" &
+  fi
+  pid=$!
+  port=
+  for _ in $(seq 100); do
+    port=$(sed -n "$pattern" "$log" | head -1)
+    [ -n "$port" ] && return
+    kill -0 $pid 2> /dev/null || fail "inmem $* did not start"
+    sleep 0.1
+  done
+  fail "inmem $* did not say where it listens"
+}
