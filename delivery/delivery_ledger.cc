@@ -30,16 +30,17 @@ TDeliveryLedger::EAdded TDeliveryLedger::Add(const TDestination& destination,
   return EAdded::kWake;
 }
 
-std::optional<TDeliveryLedger::TNext> TDeliveryLedger::Next(const std::string& key) {
+std::optional<TDeliveryLedger::TNext> TDeliveryLedger::Next(const std::string& key, size_t offset) {
   auto found = entries_.find(key);
   if (found == entries_.end()) return std::nullopt;
   TEntry& entry = found->second;
-  if (entry.queue.empty()) {
+  if (entry.queue.empty() && offset == 0) {
     if (entry.busy) --busy_;
     entry.busy = false;
     return std::nullopt;
   }
-  return TNext{entry.queue.front().body, entry.destination, entry.generation};
+  if (offset >= entry.queue.size()) return std::nullopt;
+  return TNext{entry.queue[offset].body, entry.destination, entry.generation};
 }
 
 void TDeliveryLedger::Delivered(const std::string& key, uint64_t generation) {

@@ -4,9 +4,10 @@
 //
 // A destination is idle or busy. Add wakes an idle destination (it says
 // so, and the caller starts delivering); Next hands out the indication at
-// the front of the queue, which stays there, counted as queued, until
-// Delivered or GiveUp removes it; Next on an empty queue makes the
-// destination idle again. Every indication handed out carries the
+// a given place in the queue (the front, or behind those the caller has in
+// flight already): it stays there, counted as queued, until it reaches the
+// front and Delivered or GiveUp removes it; Next at the front of an empty
+// queue makes the destination idle again. Every indication handed out carries the
 // destination's generation, which Forget and DropAll advance when they
 // empty the queue: an outcome reported with an older generation concerns an
 // indication already dropped and counted, and changes nothing.
@@ -59,9 +60,11 @@ class TDeliveryLedger {
   // caller must start delivering to it.
   EAdded Add(const TDestination& destination, std::shared_ptr<const std::string> body,
              std::string subscriptionKey);
-  // The front of the queue, or nullopt when it is empty (the destination
-  // is then idle).
-  std::optional<TNext> Next(const std::string& key);
+  // The indication `offset` places behind the front of the queue, or
+  // nullopt when the queue is not that long. With `offset` 0 and an empty
+  // queue, the destination is idle from then on.
+  std::optional<TNext> Next(const std::string& key, size_t offset = 0);
+  // Removes the front of the queue, which the listener took.
   void Delivered(const std::string& key, uint64_t generation);
   // Whether the indication handed out with `generation` is still the
   // front of its queue.
@@ -69,6 +72,7 @@ class TDeliveryLedger {
   // Counts a retry of it; false (nothing counted) when it is no longer
   // current.
   bool Retried(const std::string& key, uint64_t generation);
+  // Drops the front of the queue, counted and reported as `kind`.
   void GiveUp(const std::string& key, uint64_t generation, EDeliveryFailure kind, const std::string& reason);
   // Empties the destination's queue (counted as dropped); returns how many.
   uint64_t Forget(const std::string& key);

@@ -2,6 +2,8 @@
 
 #include "delivery/indication_delivery.h"
 
+#include <algorithm>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -25,8 +27,15 @@ typedef boost::system::error_code TErrorCode;
 
 namespace {
 
+// One indication handed to the connection: the request points into the
+// body, which it keeps alive with it.
+struct TOutgoing {
+  TDeliveryLedger::TNext next;
+  TExportRequest request;
+};
+
 // What the delivery thread keeps of one destination: its connection, the
-// indication it is delivering and how many times it has tried it.
+// indications in flight on it and how many times the head has failed.
 struct TWorker {
   TWorker(std::string key, net::io_context& ioc, ssl::context& tls, bool verifyPeer)
       : key(std::move(key)), connection(std::make_shared<TListenerConnection>(ioc, tls, verifyPeer)), retry(ioc) {}
@@ -34,13 +43,18 @@ struct TWorker {
   const std::string key;
   std::shared_ptr<TListenerConnection> connection;
   net::steady_timer retry;
-  std::optional<TDeliveryLedger::TNext> current;
+  // Handed to the connection and not yet answered, in queue order: the
+  // front is the front of the destination's queue (when of its current
+  // generation), the rest the indications behind it.
+  std::deque<std::shared_ptr<TOutgoing>> inFlight;
   // The URL as last read, kept while the destination's URL text is the same.
   std::string urlText;
   std::optional<TListenerUrl> url;
   std::string urlProblem;
-  TExportRequest request;
-  unsigned tries = 0;  // of the current indication
+  unsigned failures = 0;     // of the head of the queue, since it became the head
+  bool waiting = false;      // for the retry of the head: nothing goes meanwhile
+  uint64_t waitingFor = 0;   // the generation of that head
+  bool oneAtATime = false;   // since a failure, until the listener takes an indication
 };
 
 ssl::context MakeTlsContext(const TDeliveryConfig& config) {
@@ -68,10 +82,14 @@ class TIndicationDelivery::TImpl {
 
   // Delivery thread: the destination has something queued.
   void Wake(const std::string& key);
-  // Delivery thread: takes the next indication of `worker`, if any.
+  // Delivery thread: hands the connection of `worker` the indications
+  // that may go now, in queue order, up to the pipeline's depth.
   void Pump(TWorker& worker);
-  void Try(TWorker& worker);
+  // Delivery thread: the answer to the first indication in flight.
   void Answered(TWorker& worker, const std::string& problem);
+  // Delivery thread: after Forget, drops what `worker` has in flight of
+  // the forgotten queue.
+  void Abandon(TWorker& worker);
   void BeginStop();
   void Abort();
 
@@ -103,71 +121,122 @@ void TIndicationDelivery::TImpl::Wake(const std::string& key) {
 }
 
 void TIndicationDelivery::TImpl::Pump(TWorker& worker) {
-  while (!aborted) {
+  const size_t depth = worker.oneAtATime ? 1 : std::max(1u, config.pipelineDepth);
+  while (!aborted && !worker.waiting && worker.inFlight.size() < depth) {
+    std::optional<TDeliveryLedger::TNext> next;
     bool idle = false;
     {
       std::lock_guard<std::mutex> lock(mu);
-      worker.current = ledger.Next(worker.key);
-      idle = !worker.current && ledger.Idle();
+      next = ledger.Next(worker.key, worker.inFlight.size());
+      idle = !next && ledger.Idle();
     }
-    if (!worker.current) {
+    if (!next) {
       if (stopping && idle) Abort();
       return;
     }
-    const TDestination& destination = *worker.current->destination;
+    if (!worker.inFlight.empty() && (next->generation != worker.inFlight.front()->next.generation ||
+                                     next->destination != worker.inFlight.back()->next.destination)) {
+      // The queue was forgotten, or the destination changed (its URL or
+      // credentials): what is in flight ends first.
+      return;
+    }
+    const TDestination& destination = *next->destination;
     if (destination.url != worker.urlText || (!worker.url && worker.urlProblem.empty())) {
       worker.urlText = destination.url;
       worker.urlProblem.clear();
       worker.url = ParseListenerUrl(destination.url, &worker.urlProblem);
     }
     if (!worker.url) {
-      // Trying again cannot help: the URL stays what it is.
+      // Trying again cannot help: the URL stays what it is. (Nothing is in
+      // flight: it would have gone to the same URL.)
       std::lock_guard<std::mutex> lock(mu);
-      ledger.GiveUp(worker.key, worker.current->generation, EDeliveryFailure::kUnusableUrl,
+      ledger.GiveUp(worker.key, next->generation, EDeliveryFailure::kUnusableUrl,
                     "its URL cannot be used: " + worker.urlProblem);
       continue;
     }
-    worker.request =
-        MakeExportRequest(*worker.url, destination.user, destination.password, *worker.current->body);
-    worker.tries = 0;
-    return Try(worker);
+    auto outgoing = std::make_shared<TOutgoing>();
+    outgoing->request = MakeExportRequest(*worker.url, destination.user, destination.password, *next->body);
+    outgoing->next = std::move(*next);
+    worker.inFlight.push_back(outgoing);
+    worker.connection->Exchange(*worker.url, std::shared_ptr<const TExportRequest>(outgoing, &outgoing->request),
+                                config.requestTimeout,
+                                [this, &worker](std::string problem) { Answered(worker, problem); });
   }
-}
-
-void TIndicationDelivery::TImpl::Try(TWorker& worker) {
-  ++worker.tries;
-  worker.connection->Exchange(*worker.url, worker.request, config.requestTimeout,
-                              [this, &worker](std::string problem) { Answered(worker, problem); });
 }
 
 void TIndicationDelivery::TImpl::Answered(TWorker& worker, const std::string& problem) {
   if (aborted) return;
-  const uint64_t generation = worker.current->generation;
+  const uint64_t generation = worker.inFlight.front()->next.generation;
+  worker.inFlight.pop_front();
+  if (problem.empty()) {
+    {
+      std::lock_guard<std::mutex> lock(mu);
+      ledger.Delivered(worker.key, generation);
+    }
+    worker.failures = 0;
+    worker.oneAtATime = false;
+    return Pump(worker);
+  }
+  // The head failed: it goes again after the retry interval, alone until
+  // the listener takes it, and what is behind it goes again after it.
+  ++worker.failures;
+  worker.oneAtATime = true;
+  if (!worker.inFlight.empty()) {
+    worker.connection->Close();
+    worker.inFlight.clear();
+  }
   bool retry = false;
   {
     std::lock_guard<std::mutex> lock(mu);
-    if (problem.empty()) {
-      ledger.Delivered(worker.key, generation);
-    } else if (worker.tries > config.retryAttempts) {
+    if (worker.failures > config.retryAttempts) {
       ledger.GiveUp(worker.key, generation, EDeliveryFailure::kRetriesSpent,
-                    problem + " (" + std::to_string(worker.tries) + " tries)");
+                    problem + " (" + std::to_string(worker.failures) + " tries)");
     } else {
       retry = ledger.Current(worker.key, generation);  // not when forgotten meanwhile
     }
   }
-  if (!retry) return Pump(worker);
+  if (!retry) {
+    worker.failures = 0;
+    return Pump(worker);
+  }
+  worker.waiting = true;
+  worker.waitingFor = generation;
   worker.retry.expires_after(config.retryInterval);
   worker.retry.async_wait([this, &worker, generation](const TErrorCode&) {
     // Also when cancelled: Forget cancels the wait, and the queue goes on.
+    worker.waiting = false;
     if (aborted) return;
     bool current = false;
     {
       std::lock_guard<std::mutex> lock(mu);
       current = ledger.Retried(worker.key, generation);
     }
-    if (current) return Try(worker);
+    if (!current) worker.failures = 0;
     Pump(worker);
   });
+}
+
+void TIndicationDelivery::TImpl::Abandon(TWorker& worker) {
+  if (aborted) return;
+  bool current = true;
+  {
+    std::lock_guard<std::mutex> lock(mu);
+    if (!worker.inFlight.empty()) {
+      current = ledger.Current(worker.key, worker.inFlight.front()->next.generation);
+    } else if (worker.waiting) {
+      current = ledger.Current(worker.key, worker.waitingFor);
+    }
+  }
+  if (current) return;  // it already works on what came after Forget
+  worker.connection->Close();
+  worker.inFlight.clear();
+  worker.failures = 0;
+  worker.oneAtATime = false;
+  if (worker.waiting) {
+    worker.retry.cancel();  // its handler goes on
+    return;
+  }
+  Pump(worker);
 }
 
 void TIndicationDelivery::TImpl::BeginStop() {
@@ -246,13 +315,11 @@ void TIndicationDelivery::Forget(const std::string& destinationKey) {
     std::lock_guard<std::mutex> lock(impl_->mu);
     impl_->ledger.Forget(destinationKey);
   }
-  // The try under way is abandoned; its worker then finds the queue as
+  // What is in flight is abandoned; its worker then finds the queue as
   // Forget left it.
   net::post(impl_->ioc, [impl = impl_.get(), key = destinationKey] {
     auto found = impl->workers.find(key);
-    if (found == impl->workers.end()) return;
-    found->second->connection->Close();
-    found->second->retry.cancel();
+    if (found != impl->workers.end()) impl->Abandon(*found->second);
   });
 }
 

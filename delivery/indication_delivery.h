@@ -3,21 +3,42 @@
 //
 // The server hands over each indication as the complete body of a CIM-XML
 // export request, with the destination it goes to and the subscription
-// that caused it. Each destination has one bounded FIFO queue and at most
-// one request in flight: its indications arrive in the order they were
-// sent. An indication is tried, and tried again after `retryInterval` up
-// to `retryAttempts` times when the listener cannot be reached, does not
-// answer within `requestTimeout`, or answers anything but a 200 without a
-// CIM error (DSP1054's delivery retry); then it is dropped and the next
-// one goes. An indication that finds its destination's queue full is
-// dropped at once. Drops are counted, reported to TakeFailures with the
-// subscriptions concerned (so that the server can apply their
-// OnFatalErrorPolicy), and logged once per episode: one line at the first
-// drop naming the destination and why, one at the next delivery saying how
-// many were dropped in between.
+// that caused it. Each destination has one bounded FIFO queue, and its
+// indications arrive in the order they were sent. An indication is tried,
+// and tried again after `retryInterval` up to `retryAttempts` times when
+// the listener cannot be reached, does not answer within
+// `requestTimeout`, or answers anything but a 200 without a CIM error
+// (DSP1054's delivery retry); then it is dropped and the next one goes. An
+// indication that finds its destination's queue full is dropped at once.
+// Drops are counted, reported to TakeFailures with the subscriptions
+// concerned (so that the server can apply their OnFatalErrorPolicy), and
+// logged once per episode: one line at the first drop naming the
+// destination and why, one at the next delivery saying how many were
+// dropped in between.
+//
+// Pipelining (RFC 9112): up to `pipelineDepth` requests are written on a
+// destination's keep-alive connection before their answers are read; a
+// listener answers them in the order they came, and every answer
+// acknowledges the oldest indication not yet acknowledged (the head).
+// With a depth of 1, one request is in flight at a time. A new connection
+// carries one request until its answer shows that the listener keeps it
+// open; a listener that closes after an answer is thus never sent more
+// than it reads (see TListenerConnection for what happens when it
+// closes). When the head fails (an answer that is not a success, no
+// answer in time, a connection that fails), the requests written behind
+// it are abandoned with the connection: the head is tried again after
+// `retryInterval`, alone, and once the listener has taken it everything
+// behind it is sent again, in order. Retries are counted per try of the
+// head, and spent retries drop only the head, as with one request in
+// flight. The listener may already have taken indications that were
+// written behind a failed head, or behind one whose connection dropped
+// without an answer: those arrive twice, the second time after the head.
+// So what a listener sees of one destination is in order, except that
+// after a failure it may see a run of indications again from the one that
+// failed.
 //
 // Memory is bounded by the queues: at most `maxQueue` indications per
-// destination, the one in flight included; a body sent to several
+// destination, those in flight included; a body sent to several
 // destinations is one shared string.
 //
 // Threads: the engine runs its own thread with an io_context; every
@@ -47,14 +68,19 @@
 #include <vector>
 
 struct TDeliveryConfig {
-  // Indications held per destination, the one in flight included.
+  // Indications held per destination, those in flight included.
   size_t maxQueue = 100000;
   // Tries after the first (CIM_IndicationService.DeliveryRetryAttempts).
   unsigned retryAttempts = 3;
   // Between tries (CIM_IndicationService.DeliveryRetryInterval).
   std::chrono::milliseconds retryInterval{2000};
-  // One try: connecting, sending, and the listener's answer.
+  // One try: connecting, sending, and the listener's answer (counted, for
+  // an indication behind others in flight, from the answer before it).
   std::chrono::milliseconds requestTimeout{10000};
+  // Requests written to one listener before their answers are read (HTTP
+  // pipelining); 1 sends the next only once the previous is answered; 0
+  // counts as 1.
+  unsigned pipelineDepth = 16;
   // How long Stop keeps delivering what is queued.
   std::chrono::milliseconds shutdownGrace{2000};
   bool verifyListenerCertificate = true;
@@ -87,7 +113,7 @@ struct TDeliveryFailure {
 struct TDeliveryCounts {
   uint64_t sent = 0;     // taken by the listener
   uint64_t dropped = 0;  // given up: retries spent, queue full, forgotten, left at Stop
-  uint64_t queued = 0;   // waiting now, the one in flight included
+  uint64_t queued = 0;   // waiting now, those in flight included
   uint64_t retried = 0;  // tries after a first one that failed
 };
 
@@ -111,8 +137,8 @@ class TIndicationDelivery {
   std::vector<TDeliveryFailure> TakeFailures();
   // Zero for a destination never sent to.
   TDeliveryCounts Counts(const std::string& destinationKey) const;
-  // The destination is gone: its queue is dropped (counted) and the try
-  // under way abandoned. Its counts stay; a later Send starts it again.
+  // The destination is gone: its queue is dropped (counted) and what is
+  // in flight abandoned. Its counts stay; a later Send starts it again.
   void Forget(const std::string& destinationKey);
   // Keeps delivering what is queued for at most `shutdownGrace`, then
   // drops (counts and logs) what is left and ends the thread. Returns once

@@ -1,10 +1,15 @@
-// TListenerConnection: one keep-alive HTTP(S) connection to a listener.
+// TListenerConnection: one keep-alive HTTP(S) connection to a listener,
+// with requests pipelined on it.
 
 #include "delivery/listener_connection.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
+#include <sys/socket.h>
 
 #include <boost/asio/connect.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/beast/core/error.hpp>
 
@@ -32,172 +37,230 @@ TListenerConnection::TListenerConnection(net::io_context& ioc, ssl::context& tls
 
 TListenerConnection::~TListenerConnection() = default;
 
-TListenerConnection::tcp::socket& TListenerConnection::Socket() {
-  return tls_ ? tls_->next_layer() : *plain_;
-}
-
 void TListenerConnection::Close() {
-  if (done_) halt_ = EHalt::kClosed;
+  pending_.clear();
   deadline_.cancel();  // nothing of this connection may keep its io_context running
   Shut();
 }
 
 void TListenerConnection::Shut() {
   resolver_.cancel();
-  if (plain_ || tls_) {
+  if (link_ && (link_->plain || link_->tls)) {
     TErrorCode ignored;
-    Socket().close(ignored);
+    link_->Socket().close(ignored);
   }
-  open_ = false;
+  link_.reset();
+  written_ = 0;
+  writing_ = false;
+  reading_ = false;
 }
 
-void TListenerConnection::Exchange(const TListenerUrl& url, const TExportRequest& request,
+void TListenerConnection::Exchange(const TListenerUrl& url, std::shared_ptr<const TExportRequest> request,
                                    std::chrono::milliseconds timeout, TDone done) {
-  request_ = &request;
-  done_ = std::move(done);
-  timeout_ = timeout;
-  halt_ = EHalt::kNone;
-  deadlineAt_ = std::chrono::steady_clock::now() + timeout;
-  if (!deadlineArmed_) ArmDeadline();
-  if (open_ && url.SameListener(url_)) {
-    reused_ = true;
-    return Write();
+  if (pending_.empty()) {
+    deadlineAt_ = std::chrono::steady_clock::now() + timeout;
+    if (link_ && !url.SameListener(url_)) Shut();
+    if (!link_) url_ = url;
   }
-  Shut();
-  url_ = url;
-  Resolve();
+  pending_.push_back(TPending{std::move(request), timeout, std::move(done)});
+  if (!deadlineArmed_) ArmDeadline();
+  Drive();
+}
+
+void TListenerConnection::Drive() {
+  if (pending_.empty()) return;
+  if (!link_) return Open();
+  if (!link_->open) return;
+  // A link that has not answered yet carries only its first request.
+  while (!writing_ && written_ < pending_.size() && (written_ == 0 || link_->answered > 0)) {
+    if (!WriteNext()) break;
+  }
+  if (!reading_ && written_ > 0) ReadNext();
 }
 
 void TListenerConnection::ArmDeadline() {
   deadlineArmed_ = true;
   deadline_.expires_at(deadlineAt_);
   deadline_.async_wait([self = shared_from_this()](const TErrorCode&) {
-    // Also when cancelled: an exchange may have begun since.
+    // Also when cancelled: a request may have been queued since.
     self->deadlineArmed_ = false;
-    if (!self->done_ || self->halt_ != EHalt::kNone) return;  // nothing under way, or it is ending
-    // Set for an earlier exchange, or cancelled: wait on for this one's.
+    if (self->pending_.empty()) return;
+    // Set for an earlier head, or cancelled: wait on for this one's.
     if (std::chrono::steady_clock::now() < self->deadlineAt_) return self->ArmDeadline();
-    self->halt_ = EHalt::kTimedOut;
-    self->Shut();
+    const char* stage = !self->link_ || !self->link_->open ? self->stage_
+                        : self->written_ == 0             ? "sending"
+                                                           : "reading the answer";
+    self->Fail(stage, TErrorCode(), true);
   });
 }
 
-void TListenerConnection::Resolve() {
-  reused_ = false;
-  open_ = false;
-  buffer_.clear();
+void TListenerConnection::Open() {
+  link_ = std::make_shared<TLink>();
+  written_ = 0;
+  writing_ = false;
+  reading_ = false;
+  std::shared_ptr<TLink> link = link_;
   TErrorCode ec;
   const net::ip::address address = net::ip::make_address(url_.host, ec);
   if (!ec) {
     // An address needs no resolving; the handler still runs later, as
     // every step's does.
+    stage_ = "connecting";
     tcp::resolver::results_type endpoints =
         tcp::resolver::results_type::create(tcp::endpoint(address, url_.port), url_.host, std::to_string(url_.port));
-    net::post(ioc_, [self = shared_from_this(), endpoints] {
-      if (self->halt_ != EHalt::kNone) return self->Fail("connecting", net::error::operation_aborted);
-      self->Connect(endpoints);
+    net::post(ioc_, [self = shared_from_this(), link, endpoints] {
+      if (link == self->link_) self->Connect(link, endpoints);
     });
     return;
   }
+  stage_ = "resolving the host";
   resolver_.async_resolve(url_.host, std::to_string(url_.port),
-                          [self = shared_from_this()](const TErrorCode& ec, tcp::resolver::results_type endpoints) {
-                            if (ec || self->halt_ != EHalt::kNone) return self->Fail("resolving the host", ec);
-                            self->Connect(endpoints);
+                          [self = shared_from_this(), link](const TErrorCode& ec, tcp::resolver::results_type endpoints) {
+                            if (link != self->link_) return;
+                            if (ec) return self->Fail("resolving the host", ec, false);
+                            self->Connect(link, endpoints);
                           });
 }
 
-void TListenerConnection::Connect(const tcp::resolver::results_type& endpoints) {
+void TListenerConnection::Connect(const std::shared_ptr<TLink>& link, const tcp::resolver::results_type& endpoints) {
+  stage_ = "connecting";
   if (url_.tls) {
-    plain_.reset();
-    tls_.emplace(ioc_, tlsContext_);
+    link->tls.emplace(ioc_, tlsContext_);
   } else {
-    tls_.reset();
-    plain_.emplace(ioc_);
+    link->plain.emplace(ioc_);
   }
-  net::async_connect(Socket(), endpoints, [self = shared_from_this()](const TErrorCode& ec, const tcp::endpoint&) {
-    if (ec || self->halt_ != EHalt::kNone) return self->Fail("connecting", ec);
-    TErrorCode ignored;
-    self->Socket().set_option(tcp::no_delay(true), ignored);
-    self->Socket().non_blocking(true, ignored);  // for the writes done at once (Write)
-    if (self->tls_) return self->Handshake();
-    self->open_ = true;
-    self->Write();
-  });
+  net::async_connect(link->Socket(), endpoints,
+                     [self = shared_from_this(), link](const TErrorCode& ec, const tcp::endpoint&) {
+                       if (link != self->link_) return;
+                       if (ec) return self->Fail("connecting", ec, false);
+                       TErrorCode ignored;
+                       link->Socket().set_option(tcp::no_delay(true), ignored);
+                       link->Socket().non_blocking(true, ignored);  // for the writes done at once (WriteNext)
+                       if (link->tls) return self->Handshake(link);
+                       link->open = true;
+                       self->Drive();
+                     });
 }
 
-void TListenerConnection::Handshake() {
+void TListenerConnection::Handshake(const std::shared_ptr<TLink>& link) {
+  stage_ = "the TLS handshake";
   TErrorCode ec;
   const bool isAddress = (net::ip::make_address(url_.host, ec), !ec);
   // Server Name Indication, for listeners behind a host with many names.
-  if (!isAddress) SSL_set_tlsext_host_name(tls_->native_handle(), url_.host.c_str());
+  if (!isAddress) SSL_set_tlsext_host_name(link->tls->native_handle(), url_.host.c_str());
   if (verifyPeer_) {
-    tls_->set_verify_mode(ssl::verify_peer);
-    tls_->set_verify_callback(ssl::host_name_verification(url_.host));
+    link->tls->set_verify_mode(ssl::verify_peer);
+    link->tls->set_verify_callback(ssl::host_name_verification(url_.host));
   } else {
-    tls_->set_verify_mode(ssl::verify_none);
+    link->tls->set_verify_mode(ssl::verify_none);
   }
-  tls_->async_handshake(ssl::stream_base::client, [self = shared_from_this()](const TErrorCode& ec) {
-    if (ec || self->halt_ != EHalt::kNone) return self->Fail("the TLS handshake", ec);
-    self->open_ = true;
-    self->Write();
+  link->tls->async_handshake(ssl::stream_base::client, [self = shared_from_this(), link](const TErrorCode& ec) {
+    if (link != self->link_) return;
+    if (ec) return self->Fail("the TLS handshake", ec, false);
+    link->open = true;
+    self->Drive();
   });
 }
 
-void TListenerConnection::Write() {
-  auto written = [self = shared_from_this()](const TErrorCode& ec, size_t) {
-    if (ec || self->halt_ != EHalt::kNone) return self->Fail("sending", ec);
-    self->Read();
+bool TListenerConnection::WriteNext() {
+  std::shared_ptr<TLink> link = link_;
+  std::shared_ptr<const TExportRequest> request = pending_[written_].request;
+  writing_ = true;
+  // The handler holds the request: it may be dropped (Close) while the
+  // write is under way.
+  auto written = [self = shared_from_this(), link, request](const TErrorCode& ec, size_t) {
+    if (link != self->link_) return;
+    link->serializer.reset();
+    if (ec && self->reading_) {
+      // The listener may have answered before it closed: the read says
+      // how the head fared. Nothing more is written on this link.
+      link->broken = true;
+      return;
+    }
+    self->writing_ = false;
+    if (ec) return self->Fail("sending", ec, false);
+    ++self->written_;
+    self->Drive();
   };
-  if (tls_) return http::async_write(*tls_, *request_, std::move(written));
+  if (link->tls) {
+    http::async_write(*link->tls, *request, std::move(written));
+    return false;
+  }
   // A request nearly always fits in the socket's send buffer: written at
   // once, it goes without the rounds through the io_context an
   // asynchronous write costs. What does not fit goes asynchronously.
-  serializer_.emplace(*request_);
+  link->serializer.emplace(*request);
   TErrorCode ec;
-  while (!ec && !serializer_->is_done()) http::write_some(*plain_, *serializer_, ec);
+  while (!ec && !link->serializer->is_done()) http::write_some(*link->plain, *link->serializer, ec);
   if (ec == net::error::would_block || ec == net::error::try_again) {
-    return http::async_write(*plain_, *serializer_, std::move(written));
+    http::async_write(*link->plain, *link->serializer, std::move(written));
+    return false;
   }
-  if (ec) return net::post(ioc_, [written, ec] { written(ec, 0); });  // failures end in a handler
-  Read();
+  if (ec) {
+    net::post(ioc_, [written, ec] { written(ec, 0); });  // failures end in a handler
+    return false;
+  }
+  link->serializer.reset();
+  writing_ = false;
+  ++written_;
+  return true;
 }
 
-void TListenerConnection::Read() {
-  parser_.emplace();
-  parser_->body_limit(kAnswerLimit);
-  auto read = [self = shared_from_this()](const TErrorCode& ec, size_t) {
-    if (ec || self->halt_ != EHalt::kNone) return self->Fail("reading the answer", ec);
-    TExportAnswer answer = self->parser_->release();
-    self->parser_.reset();
-    if (!answer.keep_alive()) self->Shut();
+void TListenerConnection::ReadNext() {
+  std::shared_ptr<TLink> link = link_;
+  reading_ = true;
+#ifdef TCP_QUICKACK
+  // Answers are acknowledged at once rather than after the delayed-ACK
+  // wait: a listener that writes with Nagle's algorithm on holds its next
+  // answer until the last one is acknowledged, which with several
+  // requests in flight would cost that wait per answer. Linux leaves the
+  // mode again on its own, so it is asked for before every answer.
+  const int on = 1;
+  ::setsockopt(link->Socket().native_handle(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+#endif
+  link->parser.emplace();
+  link->parser->body_limit(kAnswerLimit);
+  auto read = [self = shared_from_this(), link](const TErrorCode& ec, size_t) {
+    if (link != self->link_) return;
+    self->reading_ = false;
+    if (ec) return self->Fail("reading the answer", ec, false);
+    TExportAnswer answer = link->parser->release();
+    link->parser.reset();
+    ++link->answered;
+    --self->written_;
+    TPending head = std::move(self->pending_.front());
+    self->pending_.pop_front();
+    // The listener reads nothing after an answer that closes: what was
+    // written behind it goes again on a new connection (Drive). So it
+    // does after a write that failed.
+    if (!answer.keep_alive() || link->broken) self->Shut();
+    if (!self->pending_.empty()) {
+      self->deadlineAt_ = std::chrono::steady_clock::now() + self->pending_.front().timeout;
+    }
     std::string problem;
     ExportAccepted(answer, &problem);
-    self->Complete(std::move(problem));
+    head.done(std::move(problem));
+    self->Drive();
   };
-  if (tls_) {
-    http::async_read(*tls_, buffer_, *parser_, std::move(read));
+  if (link->tls) {
+    http::async_read(*link->tls, link->buffer, *link->parser, std::move(read));
   } else {
-    http::async_read(*plain_, buffer_, *parser_, std::move(read));
+    http::async_read(*link->plain, link->buffer, *link->parser, std::move(read));
   }
 }
 
-void TListenerConnection::Fail(const char* stage, const TErrorCode& ec) {
-  const bool nothingAnswered = !parser_ || !parser_->got_some();
-  const bool stale = reused_ && halt_ == EHalt::kNone && nothingAnswered && ClosedByPeer(ec);
-  parser_.reset();
-  serializer_.reset();
+void TListenerConnection::Fail(const char* stage, const TErrorCode& ec, bool timedOut) {
+  const bool answeredBefore = link_ && link_->answered > 0;
+  const bool headBegun = link_ && link_->parser && link_->parser->got_some();
   Shut();
-  if (stale) return Resolve();  // within the same deadline
-  if (halt_ == EHalt::kTimedOut) {
-    return Complete("no answer within " + std::to_string(timeout_.count()) + " ms (" + stage + ")");
+  if (pending_.empty()) return;
+  if (!timedOut && answeredBefore && !headBegun && ClosedByPeer(ec)) {
+    return Open();  // what is in flight goes again, within the head's deadline
   }
-  if (halt_ == EHalt::kClosed) return Complete(std::string(stage) + ": abandoned");
-  Complete(std::string(stage) + ": " + ec.message());
-}
-
-void TListenerConnection::Complete(std::string problem) {
-  request_ = nullptr;
-  TDone done = std::move(done_);
-  done_ = nullptr;
-  done(std::move(problem));
+  TPending head = std::move(pending_.front());
+  pending_.clear();  // the caller sends them again after the head
+  if (timedOut) {
+    return head.done("no answer within " + std::to_string(head.timeout.count()) + " ms (" + stage + ")");
+  }
+  head.done(std::string(stage) + ": " + ec.message());
 }

@@ -1,27 +1,54 @@
 // TListenerConnection: the one connection the engine keeps to one
-// listener, over which export requests go one at a time.
+// listener, over which export requests go in order, pipelined (RFC 9112):
+// several may be written before their answers are read, and a listener
+// answers them in the order they came.
 //
-// Exchange sends a request and reads its answer. The connection is opened
-// when the first exchange needs it (name resolved, TCP connected, TLS
-// handshake when the URL is https) and kept open after an answer that
-// allows it, so the next exchange reuses it; it is opened again when the
-// listener closed it, when the URL names another listener, or after any
-// failure. A listener may close an idle connection at any time, so an
-// exchange on a reused connection that finds it closed before any answer
-// arrived is tried once more at once on a fresh connection: that is not a
-// failure of the listener, and costs no retry.
+// Exchange queues a request behind those in flight; its `done` is called
+// when its answer has been read. Requests are written in the order given,
+// answers read in that order, and `done` calls come in that order too.
+// The caller bounds how many are in flight (InFlight); every request in
+// flight goes to the same listener.
 //
-// One deadline covers the whole exchange (resolving, connecting, the
-// handshake, writing, reading): past it the connection is closed and the
-// exchange fails. The timer is not reset for each exchange (that would
-// cost a system call or two per indication): it stays set to the deadline
-// it was armed with, and when it fires early for a later exchange, it is
-// armed again for that one's deadline. Answers are read up to 1 MiB: a listener has nothing
-// longer to say.
+// Opening: the connection is opened when a request needs it (name
+// resolved, TCP connected, TLS handshake when the URL is https) and kept
+// open after an answer that allows it; it is opened again when the
+// listener closed it, when the URL names another listener (only with
+// nothing in flight), or after any failure. On a connection just opened,
+// only the first request is written: the rest follow once its answer has
+// shown that the listener keeps the connection open. A listener that
+// closes after every answer thus never has a request written that it would
+// not read.
 //
-// Invariants: at most one exchange at a time, and `done` is called exactly
-// once for each, always from a completion handler (never from inside
-// Exchange), unless the io_context is destroyed first.
+// The listener ends a connection (the head is the oldest request in
+// flight, the one whose answer is awaited):
+// - after an answer that says Connection: close: what was written behind
+//   it is written again at once on a new connection; the listener does not
+//   read requests after such an answer, so nothing arrives twice;
+// - without saying so, after answering at least one request on it, and
+//   before any of the head's answer arrived: a listener may close a
+//   connection it deems idle, or stop after so many requests. What is in
+//   flight is written again at once on a new connection; that is not a
+//   failure of the listener and costs no retry. The listener may have
+//   read some of those requests before it closed: those then arrive twice.
+// Any other end (refused, a connection that closes before its first
+// answer, a broken answer, the deadline) is a failure of the head: its
+// `done` gets the problem, and the requests behind it are dropped with no
+// call; the caller sends them again after the head, when it sends the head
+// again.
+//
+// One deadline covers the head: from when it became the head (queued with
+// nothing in flight, or the answer before it read), through resolving,
+// connecting, the handshake, writing and reading its answer. Past it the
+// connection is closed and the head fails. The timer is not reset for
+// each request (that would cost a system call or two per indication): it
+// stays set to the deadline it was armed with, and when it fires early for
+// a later head, it is armed again for that one's deadline. Answers are
+// read up to 1 MiB: a listener has nothing longer to say.
+//
+// Invariants: `done` is called at most once for each request, always from
+// a completion handler (never from inside Exchange); it is not called for
+// requests dropped by Close or behind a failed head, nor once the
+// io_context is destroyed.
 //
 // Thread-safety: none. It belongs to the delivery thread, the one running
 // its io_context; every call and every handler happens there.
@@ -30,6 +57,7 @@
 #define INMEM_DELIVERY_LISTENER_CONNECTION_H_
 
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -60,56 +88,76 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
   TListenerConnection(const TListenerConnection&) = delete;
   TListenerConnection& operator=(const TListenerConnection&) = delete;
 
-  // `request` must stay alive, unchanged, until `done` is called.
-  void Exchange(const TListenerUrl& url, const TExportRequest& request, std::chrono::milliseconds timeout,
-                TDone done);
-  // Closes the connection; an exchange under way then fails, and takes
-  // no further step.
+  // Queues `request` behind those in flight. `url` must name the same
+  // listener as theirs. The connection holds `request` (and with it what
+  // it points into: the caller shares ownership of the body with it) until
+  // no operation needs it any more.
+  void Exchange(const TListenerUrl& url, std::shared_ptr<const TExportRequest> request,
+                std::chrono::milliseconds timeout, TDone done);
+  // Requests queued whose answer has not been read.
+  size_t InFlight() const { return pending_.size(); }
+  // Closes the connection and drops every request in flight, without
+  // calling their `done`.
   void Close();
 
  private:
   typedef boost::asio::ip::tcp tcp;
   typedef boost::asio::ssl::stream<tcp::socket> TTlsStream;
+  typedef boost::beast::http::request_serializer<boost::beast::http::span_body<const char>> TSerializer;
+  typedef boost::beast::http::response_parser<boost::beast::http::string_body> TParser;
 
-  // Why the exchange under way was cut short from outside its own steps.
-  enum class EHalt { kNone, kTimedOut, kClosed };
+  // One connection, from its opening to its end. Its handlers hold it, so
+  // that its stream and buffers outlive every operation on them; a handler
+  // whose link is no longer the current one does nothing.
+  struct TLink {
+    // One of the two streams carries the connection, by the URL's scheme.
+    std::optional<tcp::socket> plain;
+    std::optional<TTlsStream> tls;
+    bool open = false;    // connected (and the handshake done)
+    size_t answered = 0;  // answers read on it
+    bool broken = false;  // a write failed: answers are still read, nothing is written
+    boost::beast::flat_buffer buffer;
+    std::optional<TSerializer> serializer;
+    std::optional<TParser> parser;
 
-  tcp::socket& Socket();
-  // Closes the socket and stops resolving.
+    tcp::socket& Socket() { return tls ? tls->next_layer() : *plain; }
+  };
+  struct TPending {
+    std::shared_ptr<const TExportRequest> request;
+    std::chrono::milliseconds timeout;
+    TDone done;
+  };
+
+  // Closes the link, if any, and stops resolving.
   void Shut();
+  // Does what comes next: opens a link, writes what may be written, reads
+  // the head's answer.
+  void Drive();
   void ArmDeadline();
-  void Resolve();
-  void Connect(const tcp::resolver::results_type& endpoints);
-  void Handshake();
-  void Write();
-  void Read();
-  // The exchange failed at `stage` with `ec` (or was halted).
-  void Fail(const char* stage, const boost::system::error_code& ec);
-  void Complete(std::string problem);
+  void Open();
+  void Connect(const std::shared_ptr<TLink>& link, const tcp::resolver::results_type& endpoints);
+  void Handshake(const std::shared_ptr<TLink>& link);
+  // Writes pending_[written_]; true when written at once.
+  bool WriteNext();
+  void ReadNext();
+  // The link failed at `stage` with `ec`, or the head's deadline passed.
+  void Fail(const char* stage, const boost::system::error_code& ec, bool timedOut);
 
   boost::asio::io_context& ioc_;
   boost::asio::ssl::context& tlsContext_;
   const bool verifyPeer_;
   tcp::resolver resolver_;
   boost::asio::steady_timer deadline_;
-  // One of the two streams carries the connection, by the URL's scheme.
-  // A stream is replaced only when no operation is pending on it.
-  std::optional<tcp::socket> plain_;
-  std::optional<TTlsStream> tls_;
-  bool open_ = false;
-  TListenerUrl url_;  // what the open connection (or the one being opened) reaches
+  std::shared_ptr<TLink> link_;  // the open connection (or the one being opened), if any
+  TListenerUrl url_;             // what link_ reaches
+  const char* stage_ = "";       // how far the opening of link_ got
 
-  // The exchange under way.
-  const TExportRequest* request_ = nullptr;
-  TDone done_;
-  std::chrono::milliseconds timeout_{0};
-  std::chrono::steady_clock::time_point deadlineAt_;
+  std::deque<TPending> pending_;  // in flight, the head first
+  size_t written_ = 0;            // of pending_, those written whole on link_
+  bool writing_ = false;          // a write on link_ is under way
+  bool reading_ = false;          // the head's answer is being read on link_
+  std::chrono::steady_clock::time_point deadlineAt_;  // the head's
   bool deadlineArmed_ = false;  // the timer waits (for deadlineAt_ or an earlier one)
-  bool reused_ = false;    // the request went out on a connection opened before
-  EHalt halt_ = EHalt::kNone;
-  std::optional<boost::beast::http::request_serializer<boost::beast::http::span_body<const char>>> serializer_;
-  boost::beast::flat_buffer buffer_;
-  std::optional<boost::beast::http::response_parser<boost::beast::http::string_body>> parser_;
 };
 
 #endif  // INMEM_DELIVERY_LISTENER_CONNECTION_H_

@@ -402,4 +402,194 @@ TEST(IndicationDeliveryTest, AnUnusableUrlDropsAtOnceWithoutRetries) {
   EXPECT_NE(failures[0].reason.find("scheme"), std::string::npos);
 }
 
+// A listener that reads ahead sees as many requests unanswered as the
+// depth allows, never more, and every indication once, in order, on one
+// connection. Some answers are slow, so that the pipeline fills behind them.
+TEST(IndicationDeliveryTest, PipelinesUpToTheDepthInOrder) {
+  const TTestCertificate certificate = MakeTestCertificate();
+  const std::string trusted = testing::TempDir() + "delivery-pipeline-trusted.pem";
+  std::ofstream(trusted) << certificate.certificatePem;
+  struct TCase {
+    const char* name;
+    unsigned depth;
+    bool tls;
+    size_t outstanding;  // the most the listener sees
+  } cases[] = {
+      {"depth 1", 1, false, 1},   {"depth 0 counts as 1", 0, false, 1}, {"depth 4", 4, false, 4},
+      {"depth 16", 16, false, 16}, {"depth 16, https", 16, true, 16},
+  };
+  const int count = 3000;
+  for (const TCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TTestListener listener(c.tls ? &certificate : nullptr);
+    listener.ReadAhead(true);
+    listener.SetReplies([](size_t i) { TReply r; r.delay = milliseconds(i % 150 == 0 ? 10 : 0); return r; });
+    TDeliveryConfig config = Quick();
+    config.pipelineDepth = c.depth;
+    config.trustedCertificates = trusted;
+    std::ostringstream log;
+    TIndicationDelivery delivery(config, log);
+    for (int i = 0; i < count; ++i) delivery.Send(To(listener), Body(i), "sub");
+    ASSERT_TRUE(listener.WaitForAccepted(count, milliseconds(20000)));
+    ASSERT_TRUE(Eventually([&] { return delivery.Counts("dest").sent == count; }));
+    EXPECT_EQ(listener.AcceptedBodies(), Bodies(0, count));
+    size_t most = 0;
+    for (const TReceived& r : listener.Received()) {
+      most = std::max(most, r.outstanding);
+      EXPECT_EQ(r.connection, 1u);
+    }
+    EXPECT_EQ(most, c.outstanding);
+    const TDeliveryCounts counts = delivery.Counts("dest");
+    EXPECT_EQ(counts.dropped + counts.queued + counts.retried, 0u);
+  }
+  std::remove(trusted.c_str());
+}
+
+// The indices of the bodies the listener read, in the order it read them.
+std::vector<int> ReadOrder(const TTestListener& listener) {
+  std::vector<int> order;
+  for (const TReceived& r : listener.Received()) {
+    const size_t at = r.body.find("<VALUE>") + 7;
+    order.push_back(std::stoi(r.body.substr(at, r.body.find('<', at) - at)));
+  }
+  return order;
+}
+
+// Whether `order` holds 0..count-1 in order, save that it may go back to
+// send a run again, starting less than `depth` places back (no further
+// than the first indication in flight).
+void ExpectInOrderWithRuns(const std::vector<int>& order, int count, unsigned depth) {
+  ASSERT_FALSE(order.empty());
+  EXPECT_EQ(order.front(), 0);
+  EXPECT_EQ(order.back(), count - 1);
+  for (size_t i = 1; i < order.size(); ++i) {
+    const int step = order[i] - order[i - 1];
+    EXPECT_TRUE(step == 1 || (step <= 0 && -step < static_cast<int>(depth)))
+        << "at " << i << ": " << order[i - 1] << " then " << order[i];
+  }
+}
+
+// One request fails while the pipeline is full (indication `kFailing`,
+// with those behind it written already). Everything still arrives, in
+// order: what follows the failed one may arrive twice, once before it is
+// retried and once after, but only what was written behind it. A listener
+// that closes the connection after answering costs no retry; one that says
+// so and closes gracefully gets nothing twice, one that closes at once
+// resets the connection and may lose answers, whose indications then
+// arrive again. With a depth of 1 nothing ever arrives twice.
+TEST(IndicationDeliveryTest, AFailureInAFullPipelineResendsFromTheFailedOne) {
+  const size_t kFailing = 200;
+  const int count = 600;
+  struct TCase {
+    const char* name;
+    TReply reply;  // to the request numbered kFailing
+    uint64_t retries;
+    bool mayRepeat;  // what was written behind it may arrive twice
+    bool closes;     // the connection ends with it (else only when others were behind it)
+  } cases[] = {
+      {"500", TReply{500}, 1, true, false},
+      {"CIM error", [] { TReply r; r.cimError = true; return r; }(), 1, true, false},
+      {"no answer", [] { TReply r; r.hang = true; return r; }(), 1, false, true},
+      {"Connection: close", [] { TReply r; r.close = true; return r; }(), 0, false, true},
+      {"closed at once", [] { TReply r; r.closeAfter = true; return r; }(), 0, true, true},
+  };
+  for (const unsigned depth : {16u, 1u}) {
+    for (const TCase& c : cases) {
+      SCOPED_TRACE(std::string(c.name) + ", depth " + std::to_string(depth));
+      TTestListener listener;
+      listener.SetReplies([&](size_t i) {
+        // Slow answers just before it let the pipeline fill.
+        TReply r = i == kFailing ? c.reply : TReply{};
+        if (i + 3 > kFailing && i < kFailing) r.delay = milliseconds(5);
+        return r;
+      });
+      TDeliveryConfig config = Quick();
+      config.pipelineDepth = depth;
+      config.requestTimeout = milliseconds(300);
+      std::ostringstream log;
+      TIndicationDelivery delivery(config, log);
+      for (int i = 0; i < count; ++i) delivery.Send(To(listener), Body(i), "sub");
+      ASSERT_TRUE(Eventually([&] { return delivery.Counts("dest").sent == count; }, milliseconds(20000)));
+      const TDeliveryCounts counts = delivery.Counts("dest");
+      EXPECT_EQ(counts.retried, c.retries);
+      EXPECT_EQ(counts.dropped, 0u);
+      EXPECT_TRUE(delivery.TakeFailures().empty());
+
+      const std::vector<int> order = ReadOrder(listener);
+      const std::vector<TReceived> received = listener.Received();
+      EXPECT_EQ(received[kFailing].connection, 1u);
+      EXPECT_EQ(received.back().connection, c.closes || depth > 1 ? 2u : 1u);
+      if (c.retries == 0 && c.mayRepeat) {
+        ExpectInOrderWithRuns(order, count, depth);
+        continue;
+      }
+      // Read: 0..kFailing, then kFailing+1..kFailing+m read before the
+      // failure was seen, then (when retried) kFailing.., each time in order.
+      const bool retried = c.retries > 0;
+      ASSERT_GE(order.size(), static_cast<size_t>(count) + retried);
+      const size_t repeated = order.size() - count - retried;
+      std::vector<int> want;
+      for (int i = 0; i <= static_cast<int>(kFailing + repeated); ++i) want.push_back(i);
+      for (int i = retried ? kFailing : kFailing + repeated + 1; i < count; ++i) want.push_back(i);
+      EXPECT_EQ(order, want);
+      EXPECT_LE(repeated, c.mayRepeat ? depth - 1 : 0u);
+    }
+  }
+}
+
+// Listeners that keep no connection, or end each one after a few answers,
+// cost no retry. Saying Connection: close and closing gracefully, they get
+// every indication once, in order, each connection carrying what they
+// answer on it. So does one that closes at once after every answer: a new
+// connection carries one request until answered, so nothing is pipelined
+// that its close would reset. Closing at once after several answers resets
+// what was pipelined, which then arrives again, in order.
+TEST(IndicationDeliveryTest, ListenersThatCloseConnections) {
+  struct TCase {
+    const char* name;
+    size_t every;  // the listener ends the connection after this many answers
+    bool say;      // with Connection: close, gracefully; else at once
+    bool readAhead;
+    bool once;  // each indication arrives once (else runs may arrive again)
+  } cases[] = {
+      {"Connection: close on every answer", 1, true, false, true},
+      {"Connection: close on every answer, reading ahead", 1, true, true, true},
+      {"closed at once after every answer", 1, false, false, true},
+      {"Connection: close after 10", 10, true, false, true},
+      {"Connection: close after 10, reading ahead", 10, true, true, true},
+      {"closed at once after 10", 10, false, false, false},
+      {"closed at once after 10, reading ahead", 10, false, true, false},
+  };
+  const int count = 200;
+  for (const TCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TTestListener listener;
+    listener.ReadAhead(c.readAhead);
+    listener.SetReplies([&](size_t i) {
+      TReply r;
+      const bool last = i % c.every == c.every - 1;
+      r.close = last && c.say;
+      r.closeAfter = last && !c.say;
+      return r;
+    });
+    TDeliveryConfig config = Quick();
+    config.retryInterval = milliseconds(3000);  // a retry would also show in the time taken
+    std::ostringstream log;
+    TIndicationDelivery delivery(config, log);
+    for (int i = 0; i < count; ++i) delivery.Send(To(listener), Body(i), "sub");
+    ASSERT_TRUE(Eventually([&] { return delivery.Counts("dest").sent == count; }));
+    EXPECT_EQ(delivery.Counts("dest").retried, 0u);
+    if (!c.once) {
+      ExpectInOrderWithRuns(ReadOrder(listener), count, config.pipelineDepth);
+      continue;
+    }
+    EXPECT_EQ(listener.AcceptedBodies(), Bodies(0, count));
+    const std::vector<TReceived> received = listener.Received();
+    ASSERT_EQ(received.size(), static_cast<size_t>(count));
+    for (size_t i = 0; i < received.size(); ++i) {
+      EXPECT_EQ(received[i].connection, i / c.every + 1) << i;
+    }
+  }
+}
+
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <deque>
 #include <future>
 #include <mutex>
 #include <set>
@@ -150,6 +151,7 @@ class TTestListener::TImpl {
   size_t accepted = 0;
   size_t wakeAt = 0;  // what a waiter waits for
   std::atomic<bool> keepBodies{true};
+  std::atomic<bool> readAhead{false};
   std::thread thread;
 };
 
@@ -159,7 +161,11 @@ template <class Stream>
 class TSession : public TTestListener::TImpl::ISession, public std::enable_shared_from_this<TSession<Stream>> {
  public:
   TSession(TTestListener::TImpl& listener, Stream stream, size_t number)
-      : listener_(listener), stream_(std::move(stream)), number_(number), timer_(listener.ioc) {}
+      : listener_(listener),
+        stream_(std::move(stream)),
+        number_(number),
+        readAhead_(listener.readAhead),
+        timer_(listener.ioc) {}
 
   void Start() {
     if constexpr (std::is_same<Stream, tcp::socket>::value) {
@@ -207,36 +213,61 @@ class TSession : public TTestListener::TImpl::ISession, public std::enable_share
     }
     received.body = std::move(request_.body());
     received.connection = number_;
-    reply_ = listener_.ReplyTo(std::move(received));
-    if (reply_.hang) return;  // the connection stays open, unanswered
-    if (reply_.delay.count() == 0) return Answer();
-    timer_.expires_after(reply_.delay);
+    received.outstanding = replies_.size() + 1;
+    const TReply reply = listener_.ReplyTo(std::move(received));
+    replies_.push_back(reply);
+    if (replies_.size() == 1) AnswerFront();
+    if (readAhead_ && !reply.close && !reply.closeAfter) ReadRequest();
+  }
+
+  // Answers the oldest request not answered yet.
+  void AnswerFront() {
+    const TReply& reply = replies_.front();
+    if (reply.hang) return;  // the connection stays open, unanswered
+    if (reply.delay.count() == 0) return Answer();
+    timer_.expires_after(reply.delay);
     timer_.async_wait([self = this->shared_from_this()](beast::error_code ec) {
       if (!ec) self->Answer();
     });
   }
 
   void Answer() {
-    response_ = {static_cast<http::status>(reply_.status), 11};
+    const TReply& reply = replies_.front();
+    response_ = {static_cast<http::status>(reply.status), 11};
     response_.set(http::field::content_type, "application/xml; charset=\"utf-8\"");
     response_.set("CIMExport", "MethodResponse");
-    response_.body() = AnswerBody(reply_.cimError);
-    response_.keep_alive(!reply_.close);
+    response_.body() = AnswerBody(reply.cimError);
+    response_.keep_alive(!reply.close);
     response_.prepare_payload();
     http::async_write(stream_, response_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
-      if (ec || self->reply_.close || self->reply_.closeAfter) return self->Close();
-      self->ReadRequest();
+      const TReply answered = self->replies_.front();
+      self->replies_.pop_front();
+      if (answered.close && !ec) return self->Drain();
+      if (ec || answered.closeAfter) return self->Close();
+      if (!self->readAhead_) return self->ReadRequest();
+      if (!self->replies_.empty()) self->AnswerFront();
+    });
+  }
+
+  void Drain() {
+    beast::error_code ignored;
+    Socket().shutdown(tcp::socket::shutdown_send, ignored);
+    Socket().async_read_some(net::buffer(drain_), [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      if (ec) return self->Close();
+      self->Drain();
     });
   }
 
   TTestListener::TImpl& listener_;
   Stream stream_;
+  char drain_[4096];
   const size_t number_;
+  const bool readAhead_;
   net::steady_timer timer_;
+  std::deque<TReply> replies_;  // for the requests read and not answered yet, oldest first
   beast::flat_buffer buffer_;
   http::request<http::string_body> request_;
   http::response<http::string_body> response_;
-  TReply reply_;
 };
 
 }  // namespace
@@ -298,6 +329,8 @@ void TTestListener::Down() {
 void TTestListener::Up() {
   impl_->OnThread([this] { impl_->Listen(port_); });
 }
+
+void TTestListener::ReadAhead(bool on) { impl_->readAhead = on; }
 
 void TTestListener::KeepBodies(bool keep) {
   std::lock_guard<std::mutex> lock(impl_->mu);

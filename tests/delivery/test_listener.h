@@ -1,7 +1,10 @@
 // A CIM-XML listener for the delivery tests, on 127.0.0.1 in the test's
 // own process: it records every export request it reads and answers as
 // the test tells it (200, another status, a CIM error, late or never), and
-// can go down and come up again on the same port. HTTPS with a certificate
+// can go down and come up again on the same port. By default it reads a
+// connection's next request only once it has answered the previous one;
+// with ReadAhead it reads requests as they come and answers them in order
+// meanwhile, as a listener that takes pipelined requests does. HTTPS with a certificate
 // made for the test (MakeTestCertificate).
 //
 // It runs its own thread; every method may be called from the test's.
@@ -28,8 +31,13 @@ struct TReply {
   bool cimError = false;  // a 200 whose body holds a CIM ERROR
   bool hang = false;      // read the request, never answer
   std::chrono::milliseconds delay{0};
-  bool close = false;       // answer with Connection: close, then close
-  bool closeAfter = false;  // answer as if keeping the connection, then close it anyway
+  // Answer with Connection: close, then close gracefully: stop sending,
+  // read and discard until the client closes (RFC 9112's teardown).
+  bool close = false;
+  // Answer as if keeping the connection, then close it at once: requests
+  // the client wrote behind make that a reset, which may lose answers
+  // already written.
+  bool closeAfter = false;
 };
 
 struct TReceived {
@@ -38,6 +46,9 @@ struct TReceived {
   std::string body;
   bool accepted = false;  // answered 200 without a CIM error
   size_t connection = 0;  // which connection it came on, from 1
+  // Requests read on its connection and not answered yet when it was read,
+  // itself included: more than 1 only with ReadAhead.
+  size_t outstanding = 1;
   std::chrono::steady_clock::time_point at;  // when it was read
 };
 
@@ -58,6 +69,10 @@ class TTestListener {
   // Listens again on the same port.
   void Up();
 
+  // Whether connections accepted from now on read requests ahead of the
+  // answers. A request answered with `close` or `closeAfter` is the last
+  // one read on its connection.
+  void ReadAhead(bool on);
   // Whether Received keeps the bodies (for measuring, it need not).
   void KeepBodies(bool keep);
   std::vector<TReceived> Received() const;
