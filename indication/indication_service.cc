@@ -49,8 +49,14 @@ void TIndicationService::Reload() {
   log_.flush();
 }
 
-bool TIndicationService::Watches(const std::string& namespaceName, ICIMClass&) {
-  return !table_.Empty() && table_.Listens(TNamespaceDirectory::Key(namespaceName));
+bool TIndicationService::Watches(const std::string& namespaceName, ICIMClass& cls) {
+  if (table_.Empty()) return false;
+  const std::string key = TNamespaceDirectory::Key(namespaceName);
+  if (!table_.Listens(key)) return false;
+  for (const TActiveSubscription& subscription : table_.Active()) {
+    if (subscription.filter->Listens(key) && subscription.filter->MayKeep(cls)) return true;
+  }
+  return false;
 }
 
 void TIndicationService::Created(const std::string& namespaceName, ICIMInstance& instance) {
@@ -74,7 +80,7 @@ void TIndicationService::Produce(const TLifecycleIndication::TSource& source) {
   std::map<const TActiveFilter*, std::shared_ptr<const std::string>> requests;
   for (const TActiveSubscription& subscription : table_.Active()) {
     const TActiveFilter& filter = *subscription.filter;
-    if (!filter.takes[kind] || !filter.Listens(key)) continue;
+    if (!filter.takes[kind] || !filter.Listens(key) || !filter.MayKeep(*source.instance->GetClass(kNone))) continue;
     auto known = requests.find(&filter);
     if (known == requests.end()) {
       if (!indication) {

@@ -24,15 +24,7 @@ namespace {
 const TContext kNone;
 typedef ISubscriptionGuard::TValues TValues;
 
-// Whether `cls` is `ancestor` or derives from it.
-bool Derives(ICIMClass& cls, const char* ancestor) {
-  if (EqualsFoldingAscii(cls.GetName(kNone), ancestor)) return true;
-  for (boost::shared_ptr<ICIMClass> at = cls.IsTopLevel(kNone) ? nullptr : cls.GetSuperClass(kNone); at;
-       at = at->IsTopLevel(kNone) ? nullptr : at->GetSuperClass(kNone)) {
-    if (EqualsFoldingAscii(at->GetName(kNone), ancestor)) return true;
-  }
-  return false;
-}
+bool Derives(ICIMClass& cls, const char* ancestor) { return IsOrDerivesFrom(cls, ancestor); }
 
 TCIMValue* Find(TValues* values, const char* name) {
   for (auto& v : *values) {

@@ -2,10 +2,12 @@
 
 #include "indication/subscription_table.h"
 
+#include <algorithm>
 #include <map>
 
 #include "core/ascii.h"
 #include "core/cim_reference.h"
+#include "core/class_lookup.h"
 #include "core/collected.h"
 #include "core/namespace_directory.h"
 #include "core/tyl_exception.h"
@@ -33,7 +35,7 @@ std::shared_ptr<const TActiveFilter> ReadFilter(ICIMInstance& instance, const bo
     return nullptr;
   }
   auto filter = std::make_shared<TActiveFilter>(TActiveFilter{instance.GetReference(kNone).GetPath(),
-                                                              StringValue(instance, "Name"), *bound, {}, {}, {}});
+                                                              StringValue(instance, "Name"), *bound, {}, {}, {}, {}});
   for (ELifecycle kind : {ELifecycle::kCreation, ELifecycle::kModification, ELifecycle::kDeletion}) {
     boost::shared_ptr<ICIMClass> cls = FindClassOrNull(*interop, LifecycleClassName(kind));
     filter->takes[static_cast<int>(kind)] = cls && bound->CanMatch(*cls);
@@ -41,6 +43,7 @@ std::shared_ptr<const TActiveFilter> ReadFilter(ICIMInstance& instance, const bo
   for (const std::string& name : SourceNamespacesOf(instance, interopName)) {
     filter->sources.insert(TNamespaceDirectory::Key(name));
   }
+  filter->sourceClasses = bound->EmbeddedClassesRequired("SourceInstance");
   if (!bound->SelectsAll()) {
     auto list = std::make_shared<std::set<std::string>>();
     for (const std::string& name : bound->SelectedProperties()) list->insert(LowerAscii(name));
@@ -50,6 +53,12 @@ std::shared_ptr<const TActiveFilter> ReadFilter(ICIMInstance& instance, const bo
 }
 
 }  // namespace
+
+bool TActiveFilter::MayKeep(ICIMClass& cls) const {
+  if (sourceClasses.empty()) return true;
+  return std::any_of(sourceClasses.begin(), sourceClasses.end(),
+                     [&cls](const std::string& name) { return IsOrDerivesFrom(cls, name); });
+}
 
 bool ReadDestinationUrl(std::string url, TDestination* destination, TListenerUrl* parsed, std::string* problem) {
   destination->user.clear();

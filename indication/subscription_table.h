@@ -49,8 +49,13 @@ struct TActiveFilter {
   bool takes[3] = {false, false, false};
   // The SELECT list's properties (lower case), or none for SELECT *.
   std::shared_ptr<const std::set<std::string>> propertyList;
+  // The classes the source instance must be or derive from, as far as the
+  // condition says (SourceInstance ISA ...); empty: any.
+  std::vector<std::string> sourceClasses;
 
   bool Listens(const std::string& namespaceKey) const { return sources.count(namespaceKey) != 0; }
+  // Whether a change of an instance of `cls` may pass the condition.
+  bool MayKeep(ICIMClass& cls) const;
 };
 
 struct TActiveSubscription {

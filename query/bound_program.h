@@ -16,6 +16,7 @@
 #define INMEM_QUERY_BOUND_PROGRAM_H_
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -88,6 +89,10 @@ struct TBoundProgram {
   // The classes ISA names for embedded instances: these live in other
   // namespaces, so they are matched by name along the instance's ancestry.
   std::vector<std::string> classNames;
+  // Per property that embeds instances (lower case): the classes one of
+  // which the embedded instance must be (or derive from) for the condition
+  // to hold, when the condition says so; none when it does not.
+  std::map<std::string, std::vector<std::string>> embeddedClasses;
   std::vector<TBoundStep> steps;
   size_t stackDepth = 0;
 

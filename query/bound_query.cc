@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "core/ascii.h"
+#include "core/class_lookup.h"
 #include "core/tyl_exception.h"
 #include "include/cim_property.h"
 #include "query/bound_program.h"
@@ -141,13 +142,8 @@ class TTestRunner {
     if (test.left.kind == TBoundOperand::EKind::kEmbedded) {
       ICIMInstance* embedded = Embedded(test.left);
       if (embedded == nullptr) return ETruth::kUnknown;
-      const std::string& wanted = program_.classNames[test.argument];
-      for (boost::shared_ptr<ICIMClass> cls = embedded->GetClass(kNone); cls;) {
-        if (EqualsFoldingAscii(cls->GetName(kNone), wanted)) return ETruth::kTrue;
-        if (cls->IsTopLevel(kNone)) break;
-        cls = cls->GetSuperClass(kNone);
-      }
-      return ETruth::kFalse;
+      boost::shared_ptr<ICIMClass> cls = embedded->GetClass(kNone);
+      return TruthOf(cls && IsOrDerivesFrom(*cls, program_.classNames[test.argument]));
     }
     const TClassSet& classes = program_.classSets[test.argument];
     if (test.left.kind == TBoundOperand::EKind::kInstance) {
@@ -173,6 +169,12 @@ const boost::shared_ptr<ICIMClass>& TBoundQuery::FromClass() const { return prog
 const std::string& TBoundQuery::FromClassName() const { return program_->fromClassName; }
 const std::vector<std::string>& TBoundQuery::MatchableClassNames() const { return program_->matchable.Names(); }
 bool TBoundQuery::CanMatch(ICIMClass& cls) const { return program_->matchable.Contains(cls); }
+
+const std::vector<std::string>& TBoundQuery::EmbeddedClassesRequired(std::string_view property) const {
+  static const std::vector<std::string> kNoneRequired;
+  auto found = program_->embeddedClasses.find(LowerAscii(std::string(property)));
+  return found == program_->embeddedClasses.end() ? kNoneRequired : found->second;
+}
 bool TBoundQuery::SelectsAll() const { return program_->selectsAll; }
 const std::vector<std::string>& TBoundQuery::SelectedProperties() const { return program_->selected; }
 bool TBoundQuery::HasCondition() const { return !program_->steps.empty(); }

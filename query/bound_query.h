@@ -125,6 +125,12 @@ class TBoundQuery {
   // subclass it had at Bind, as the schema spells them, each class before
   // its subclasses. For an indication filter: which classes to listen to.
   const std::vector<std::string>& MatchableClassNames() const;
+  // The classes the instance embedded in `property` (any letter case) must
+  // be, or derive from one of, for the condition to hold, as far as the
+  // condition says (SourceInstance ISA CIM_Disk AND ...); empty when it
+  // does not constrain it. An indication filter skips changes of other
+  // classes without making their indications.
+  const std::vector<std::string>& EmbeddedClassesRequired(std::string_view property) const;
   // Whether instances of `cls` can match: it is the FROM class or derives
   // from it (asked of the schema now, so a subclass defined after Bind
   // counts).

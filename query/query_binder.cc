@@ -64,7 +64,11 @@ class TQueryBinder {
       auto same = [&name](const std::string& other) { return EqualsFoldingAscii(name, other); };
       if (std::none_of(p.selected.begin(), p.selected.end(), same)) p.selected.push_back(name);
     }
-    if (query_.HasCondition()) p.stackDepth = Compile(query_.Root());
+    if (query_.HasCondition()) {
+      p.stackDepth = Compile(query_.Root());
+      std::map<std::string, std::vector<std::string>> required;
+      if (RequiredEmbeddedClasses(query_.Root(), &required)) p.embeddedClasses = std::move(required);
+    }
     if (p.stackDepth > kStackCapacity) {
       throw TQueryError(EQueryErrorKind::kLimit, 0, "a condition nested too deeply to evaluate");
     }
@@ -102,6 +106,60 @@ class TQueryBinder {
       // Not declared, or no valid name: the same to the client.
     }
     Fail(position, "class " + program_->fromClassName + " has no property " + QuotedForMessage(name));
+  }
+
+  // What condition `index` needs of embedded instances' classes, into
+  // *required (per property, the classes one of which it must be); false
+  // when it needs nothing. ISA on an embedded instance needs its class; an
+  // AND needs what any of its operands needs; an OR what every operand
+  // needs, the classes of all; nothing else (a NOT among them) needs
+  // anything. The recursion follows the condition tree, whose depth the
+  // parser bounds.
+  bool RequiredEmbeddedClasses(size_t index, std::map<std::string, std::vector<std::string>>* required) const {
+    const TQueryCondition& condition = query_.Conditions()[index];
+    switch (condition.kind) {
+      case TQueryCondition::EKind::kIsa: {
+        if (condition.left.kind != TQueryOperand::EKind::kProperty || !condition.left.member.empty()) return false;
+        boost::shared_ptr<ICIMPropertyDecl> decl = program_->fromClass->GetPropertyDecl(condition.left.name, kNone);
+        if (!EmbedsInstances(*decl)) return false;
+        (*required)[LowerAscii(decl->GetName(kNone))] = {condition.argument};
+        return true;
+      }
+      case TQueryCondition::EKind::kAnd:
+        for (size_t child : condition.children) {
+          std::map<std::string, std::vector<std::string>> one;
+          if (RequiredEmbeddedClasses(child, &one)) {
+            for (auto& entry : one) required->emplace(entry.first, std::move(entry.second));
+          }
+        }
+        return !required->empty();
+      case TQueryCondition::EKind::kOr: {
+        std::map<std::string, std::vector<std::string>> all;
+        for (size_t i = 0; i < condition.children.size(); ++i) {
+          std::map<std::string, std::vector<std::string>> one;
+          if (!RequiredEmbeddedClasses(condition.children[i], &one)) return false;
+          if (i == 0) {
+            all = std::move(one);
+            continue;
+          }
+          // Only what every operand constrains is constrained, by any of
+          // their classes.
+          std::map<std::string, std::vector<std::string>> both;
+          for (auto& entry : one) {
+            auto known = all.find(entry.first);
+            if (known == all.end()) continue;
+            known->second.insert(known->second.end(), entry.second.begin(), entry.second.end());
+            both.emplace(entry.first, std::move(known->second));
+          }
+          all = std::move(both);
+          if (all.empty()) return false;
+        }
+        *required = std::move(all);
+        return !required->empty();
+      }
+      default:
+        return false;
+    }
   }
 
   size_t Emit(TBoundStep::EOp op, size_t arg = 0) {

@@ -252,6 +252,19 @@ TEST_F(IndicationServiceTest, AssociationsTakenAlongAreToldToo) {
   EXPECT_EQ(gone, (std::vector<std::string>{"Test_SystemDisk", "Test_Disk"}));
 }
 
+// A filter that keeps one class's changes makes nothing for another's:
+// not even the indication it would throw away.
+TEST_F(IndicationServiceTest, ChangesNoFilterCanKeepMakeNothing) {
+  Subscribe("SELECT * FROM CIM_InstCreation WHERE SourceInstance ISA Test_Disk AND SourceInstance.Slot > 0");
+  Create("root/cimv2", "<INSTANCE CLASSNAME=\"Test_System\">" + Property("Name", "string", "beta") + "</INSTANCE>");
+  EXPECT_EQ(service_->Made(), 0u);
+  Create("root/cimv2", Disk("sdz", 0));  // made, and put to the filter, which drops it
+  Create("root/cimv2", Disk("sdy", 1));
+  EXPECT_EQ(service_->Made(), 2u);
+  ASSERT_EQ(sent_.size(), 1u);
+  EXPECT_EQ(Read(sent_[0].request).source.at("Id"), "sdy");
+}
+
 TEST_F(IndicationServiceTest, FiltersKeepWhatTheirConditionsSelect) {
   // A disk made with Kind 2, changed to 3, changed to 3 again, deleted.
   const struct {

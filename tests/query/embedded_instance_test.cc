@@ -149,3 +149,36 @@ TEST_F(EmbeddedInstanceTest, OnlyEmbeddingPropertiesAreLookedInto) {
 }
 
 }  // namespace
+
+namespace {
+
+// What a condition needs of an embedded instance's class, for a filter to
+// skip changes of other classes unseen.
+TEST_F(EmbeddedInstanceTest, ConditionsSayWhichClassesTheyCanKeep) {
+  const struct {
+    const char* condition;
+    std::vector<std::string> source;
+  } rows[] = {
+      {"Source ISA Q_Sub", {"Q_Sub"}},
+      {"Source ISA Q_Sub AND Source.U8 > 1", {"Q_Sub"}},
+      {"Source.U8 > 1 AND (Source ISA Q_Sub)", {"Q_Sub"}},
+      {"Source ISA Q_Sub OR Source ISA Q_Other", {"Q_Sub", "Q_Other"}},
+      {"(Source ISA Q_Sub AND Id = 'e') OR Source ISA Q_Other", {"Q_Sub", "Q_Other"}},
+      {"Source ISA Q_Sub OR Source.U8 > 1", {}},  // the second keeps any class
+      {"NOT Source ISA Q_Sub", {}},
+      {"Previous ISA Q_Sub", {}},  // it constrains Previous, not Source
+      {"Source.U8 > 1", {}},
+  };
+  for (const auto& row : rows) {
+    const TBoundQuery query = TBoundQuery::Bind(
+        TParsedQuery::Parse(EQueryLanguage::kWql, std::string("SELECT * FROM Q_Event WHERE ") + row.condition), ns_);
+    EXPECT_EQ(query.EmbeddedClassesRequired("source"), row.source) << row.condition;
+  }
+  const TBoundQuery previous = TBoundQuery::Bind(
+      TParsedQuery::Parse(EQueryLanguage::kWql, "SELECT * FROM Q_Event WHERE Previous ISA Q_Sub AND Source ISA Q_Base"),
+      ns_);
+  EXPECT_EQ(previous.EmbeddedClassesRequired("Previous"), std::vector<std::string>{"Q_Sub"});
+  EXPECT_EQ(previous.EmbeddedClassesRequired("SOURCE"), std::vector<std::string>{"Q_Base"});
+}
+
+}  // namespace
