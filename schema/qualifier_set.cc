@@ -1,7 +1,10 @@
 #include "schema/qualifier_set.h"
 
+#include <string_view>
+
 #include <boost/assert.hpp>
 
+#include "core/ascii.h"
 #include "core/tyl_exception.h"
 #include "include/inmem_namespace.h"
 #include "schema/inmem_qualifier.h"
@@ -37,7 +40,18 @@ void TQualifierSet::Add(const boost::shared_ptr<TInmemQualifier>& qualifier,
 }
 
 boost::shared_ptr<TInmemQualifier> TQualifierSet::Find(const std::string& name) const {
-  TMap::const_iterator it = qualifiers_.find(TInmemNamespace::NormalizeName(name));
+  // Qualifier names are short: normalised on the stack, a lookup (one of
+  // the most frequent, as answers are written) allocates nothing. A name
+  // that is not valid goes to NormalizeName, which refuses it.
+  char key[64];
+  bool valid = name.size() <= sizeof key;
+  for (size_t i = 0; valid && i < name.size(); ++i) {
+    const char c = name[i];
+    valid = c == '_' || IsAsciiLetter(c) || (i != 0 && IsAsciiDigit(c));
+    key[i] = ToLowerAscii(c);
+  }
+  TMap::const_iterator it = valid ? qualifiers_.find(std::string_view(key, name.size()))
+                                  : qualifiers_.find(TInmemNamespace::NormalizeName(name));
   return it == qualifiers_.end() ? boost::shared_ptr<TInmemQualifier>() : it->second;
 }
 

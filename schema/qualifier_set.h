@@ -11,6 +11,7 @@
 #ifndef INMEM_SCHEMA_QUALIFIER_SET_H_
 #define INMEM_SCHEMA_QUALIFIER_SET_H_
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -42,7 +43,8 @@ struct TQualifierRules {
 
 class TQualifierSet {
  public:
-  typedef std::map<std::string, boost::shared_ptr<TInmemQualifier>> TMap;
+  // Keyed by normalised name; looked up by any string view of one.
+  typedef std::map<std::string, boost::shared_ptr<TInmemQualifier>, std::less<>> TMap;
 
   // Adds `qualifier` under its normalised name by the rules above. Throws
   // status 25 for an invalid name and 28 for a refused conflict.

@@ -8,6 +8,10 @@ namespace {
 
 const char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
+// Whether a byte stands for itself in text and in attribute values alike:
+// printable ASCII other than the markup characters.
+constexpr bool IsPlain(unsigned char c) { return c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '>' && c != '"'; }
+
 }  // namespace
 
 void TXmlOut::Open(const char* name) {
@@ -72,6 +76,12 @@ void TXmlOut::EndStartTag() {
 void TXmlOut::Escape(std::string_view text, bool inAttribute) {
   size_t i = 0;
   while (i < text.size()) {
+    // Most of any text is plain: it goes in runs, not byte by byte.
+    size_t plain = i;
+    while (plain < text.size() && IsPlain(static_cast<unsigned char>(text[plain]))) ++plain;
+    out_.append(text.data() + i, plain - i);
+    i = plain;
+    if (i == text.size()) break;
     const unsigned char c = static_cast<unsigned char>(text[i]);
     if (c >= 0x80) {
       const size_t length = Utf8SequenceLength(text.substr(i));
