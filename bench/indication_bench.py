@@ -12,13 +12,13 @@ and inmem listen printing what it receives.
             last (so the clients' speed does not count); to inmem listen,
             and to listeners that only answer;
   writes    CreateInstance per second with no subscription and with ten
-            (ten listeners), one client;
+            (ten listeners), one client; the median of three runs;
   memory    the server's resident memory grown while one listener is down
             and its queue fills (--indication-queue indications).
 
     indication_bench.py TOOL FIXTURE SINK [N [QUEUE]]
 
-SINK is tests/delivery/export_sink.
+SINK is bench/export_sink (listeners that only answer).
 
 Prints a table; exits 0. Loopback only; every process is stopped at the end.
 """
@@ -209,8 +209,13 @@ for count in (1, 10):
 
 # Writes with no subscription, and with ten whose listeners take every
 # indication: listeners that only answer, and ten inmem listen processes
-# (which, on a small machine, take the cores the server needs).
-for count, kind in ((0, ''), (10, 'listeners down, queues full'), (10, 'answering listeners'), (10, 'inmem listen')):
+# (which, on a small machine, take the cores the server needs). Each case
+# runs three times, alternating, on a fresh server: the median and the
+# range are reported, as a small machine's rates vary from run to run.
+WRITE_CASES = ((0, ''), (10, 'listeners down, queues full'), (10, 'answering listeners'), (10, 'inmem listen'))
+
+
+def write_rate(count, kind):
     # With the listeners down, the queues fill once and then drop: what
     # is left is the operations' own share, making and queueing.
     server, port = start(['-m', fixture, 'serve', '--listen', '127.0.0.1:0', '--indication-queue', '1000'],
@@ -235,13 +240,24 @@ for count, kind in ((0, ''), (10, 'listeners down, queues full'), (10, 'answerin
     for n in range(N):
         client.create('root/cimv2', disk(n))
     took = time.perf_counter() - began
-    rows.append(('CreateInstance, %d subscriptions%s (per second)' % (count, ', ' + kind if kind else ''),
-                 '%.0f' % (N / took)))
     if sink is not None:
         sink.wait()
     stop(server)
     for one in listeners:
         stop(one.process)
+    return N / took
+
+
+rates = {case: [] for case in WRITE_CASES}
+for _ in range(3):
+    for case in WRITE_CASES:
+        rates[case].append(write_rate(*case))
+unsubscribed = statistics.median(rates[WRITE_CASES[0]])
+for count, kind in WRITE_CASES:
+    median = statistics.median(rates[(count, kind)])
+    change = '' if count == 0 else ', %+.0f%%' % (100 * (median / unsubscribed - 1))
+    rows.append(('CreateInstance, %d subscriptions%s (per second)' % (count, ', ' + kind if kind else ''),
+                 '%.0f (runs %.0f to %.0f%s)' % (median, min(rates[(count, kind)]), max(rates[(count, kind)]), change)))
 
 # Memory: a listener down, its queue filling; beside a server that makes
 # the same instances with nobody subscribed.

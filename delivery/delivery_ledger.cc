@@ -7,7 +7,7 @@
 TDeliveryLedger::TDeliveryLedger(size_t maxQueue, std::ostream& log) : maxQueue_(maxQueue), log_(log) {}
 
 TDeliveryLedger::EAdded TDeliveryLedger::Add(const TDestination& destination,
-                                             std::shared_ptr<const std::string> body, std::string subscriptionKey) {
+                                             std::shared_ptr<const TExportBody> body, std::string subscriptionKey) {
   TEntry& entry = entries_[destination.key];
   if (!entry.destination || entry.destination->url != destination.url ||
       entry.destination->user != destination.user || entry.destination->password != destination.password) {
@@ -41,6 +41,11 @@ std::optional<TDeliveryLedger::TNext> TDeliveryLedger::Next(const std::string& k
   }
   if (offset >= entry.queue.size()) return std::nullopt;
   return TNext{entry.queue[offset].body, entry.destination, entry.generation};
+}
+
+size_t TDeliveryLedger::Queued(const std::string& key) const {
+  auto found = entries_.find(key);
+  return found == entries_.end() ? 0 : found->second.queue.size();
 }
 
 void TDeliveryLedger::Delivered(const std::string& key, uint64_t generation) {

@@ -37,18 +37,19 @@
 #include <utility>
 #include <vector>
 
+#include "delivery/export_body.h"
 #include "delivery/indication_delivery.h"
 
 class TDeliveryLedger {
  public:
   struct TQueued {
-    std::shared_ptr<const std::string> body;
+    std::shared_ptr<const TExportBody> body;
     std::string subscriptionKey;
   };
   // The indication to deliver next, with where it goes (shared with the
   // ledger, replaced there when the destination changes).
   struct TNext {
-    std::shared_ptr<const std::string> body;
+    std::shared_ptr<const TExportBody> body;
     std::shared_ptr<const TDestination> destination;
     uint64_t generation = 0;
   };
@@ -58,12 +59,15 @@ class TDeliveryLedger {
 
   // kWake: queued, and the destination was idle: it is busy now, and the
   // caller must start delivering to it.
-  EAdded Add(const TDestination& destination, std::shared_ptr<const std::string> body,
+  EAdded Add(const TDestination& destination, std::shared_ptr<const TExportBody> body,
              std::string subscriptionKey);
   // The indication `offset` places behind the front of the queue, or
   // nullopt when the queue is not that long. With `offset` 0 and an empty
   // queue, the destination is idle from then on.
   std::optional<TNext> Next(const std::string& key, size_t offset = 0);
+  // How many indications the destination's queue holds, those in flight
+  // included.
+  size_t Queued(const std::string& key) const;
   // Removes the front of the queue, which the listener took.
   void Delivered(const std::string& key, uint64_t generation);
   // Whether the indication handed out with `generation` is still the

@@ -54,19 +54,19 @@ std::string Base64(std::string_view bytes) {
   return text;
 }
 
-TExportRequest MakeExportRequest(const TListenerUrl& url, const std::string& user, const std::string& password,
-                                 const std::string& body) {
-  TExportRequest request(http::verb::post, url.target, 11);
-  request.set(http::field::host, url.HostHeader());
-  request.set(http::field::content_type, "application/xml; charset=\"utf-8\"");
-  request.set("CIMExport", "MethodRequest");
-  request.set("CIMExportMethod", "ExportIndication");
-  request.set("CIMProtocolVersion", "1.0");
-  if (!user.empty()) request.set(http::field::authorization, "Basic " + Base64(user + ":" + password));
-  request.keep_alive(true);
-  request.body() = boost::beast::span<const char>(body.data(), body.size());
-  request.prepare_payload();
-  return request;
+TExportPost MakeExportPost(const TListenerUrl& url, const std::string& user, const std::string& password,
+                           std::shared_ptr<const TExportBody> body) {
+  TExportPost post;
+  std::string& head = post.head;
+  head.reserve(256 + url.target.size());
+  head.append("POST ").append(url.target).append(" HTTP/1.1\r\nHost: ").append(url.HostHeader());
+  head.append(
+      "\r\nContent-Type: application/xml; charset=\"utf-8\"\r\nCIMExport: MethodRequest\r\n"
+      "CIMExportMethod: ExportIndication\r\nCIMProtocolVersion: 1.0\r\n");
+  if (!user.empty()) head.append("Authorization: Basic ").append(Base64(user + ":" + password)).append("\r\n");
+  head.append("Content-Length: ").append(std::to_string(body->Size())).append("\r\n\r\n");
+  post.body = std::move(body);
+  return post;
 }
 
 bool ExportAccepted(const TExportAnswer& answer, std::string* problem) {

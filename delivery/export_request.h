@@ -1,31 +1,38 @@
 // The HTTP side of one CIM-XML export request (DSP0200): the POST that
 // carries an indication to a listener, and what its answer means.
 //
-// The request points at the indication's body rather than copying it: the
-// caller keeps the body alive until the request has been written. A
-// request is made once per indication and written again as is for each
-// retry.
+// The request shares the indication's body rather than copying it (one
+// body goes to every destination). A request is made once per indication
+// and written again as is for each retry; its head is plain text, so that
+// several requests in a row go to the listener in one gather write.
 //
 // Plain functions; any thread.
 
 #ifndef INMEM_DELIVERY_EXPORT_REQUEST_H_
 #define INMEM_DELIVERY_EXPORT_REQUEST_H_
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include <boost/beast/http.hpp>
 
+#include "delivery/export_body.h"
 #include "delivery/listener_url.h"
 
-typedef boost::beast::http::request<boost::beast::http::span_body<const char>> TExportRequest;
+// One export request as written: its head (request line and headers, up
+// to and with the blank line) and its body, of the length the head gives.
+struct TExportPost {
+  std::string head;
+  std::shared_ptr<const TExportBody> body;
+};
 typedef boost::beast::http::response<boost::beast::http::string_body> TExportAnswer;
 
-// POST to the URL's target with the export headers, a Host header, and
-// HTTP Basic credentials when `user` is not empty; the connection is asked
-// to stay open.
-TExportRequest MakeExportRequest(const TListenerUrl& url, const std::string& user, const std::string& password,
-                                 const std::string& body);
+// POST over HTTP/1.1 (so the connection stays open) to the URL's target,
+// with a Host header, the export headers, HTTP Basic credentials when
+// `user` is not empty, and the body's Content-Length.
+TExportPost MakeExportPost(const TListenerUrl& url, const std::string& user, const std::string& password,
+                           std::shared_ptr<const TExportBody> body);
 
 // Whether the listener took the indication: a 200 whose body carries no
 // CIM ERROR element. Otherwise *problem says what it answered (status, and

@@ -2,7 +2,12 @@
 
 #include "delivery/indication_delivery.h"
 
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -27,22 +32,25 @@ typedef boost::system::error_code TErrorCode;
 
 namespace {
 
-// One indication handed to the connection: the request points into the
-// body, which it keeps alive with it.
+// One indication handed to the connection: the request shares the body.
 struct TOutgoing {
   TDeliveryLedger::TNext next;
-  TExportRequest request;
+  TExportPost request;
 };
 
 // What the delivery thread keeps of one destination: its connection, the
 // indications in flight on it and how many times the head has failed.
 struct TWorker {
   TWorker(std::string key, net::io_context& ioc, ssl::context& tls, bool verifyPeer)
-      : key(std::move(key)), connection(std::make_shared<TListenerConnection>(ioc, tls, verifyPeer)), retry(ioc) {}
+      : key(std::move(key)),
+        connection(std::make_shared<TListenerConnection>(ioc, tls, verifyPeer)),
+        retry(ioc),
+        gather(ioc) {}
 
   const std::string key;
   std::shared_ptr<TListenerConnection> connection;
   net::steady_timer retry;
+  net::steady_timer gather;  // the end of the gathering window, while `gathering`
   // Handed to the connection and not yet answered, in queue order: the
   // front is the front of the destination's queue (when of its current
   // generation), the rest the indications behind it.
@@ -55,7 +63,20 @@ struct TWorker {
   bool waiting = false;      // for the retry of the head: nothing goes meanwhile
   uint64_t waitingFor = 0;   // the generation of that head
   bool oneAtATime = false;   // since a failure, until the listener takes an indication
+  bool gathering = false;    // indications wait for the end of the window
+  std::chrono::steady_clock::time_point lastSent;  // when requests were last handed out
 };
+
+// Lowers the calling thread's scheduling priority by `niceness` steps
+// (Linux schedules each thread by its own nice value).
+void LowerPriority(int niceness) {
+  if (niceness <= 0) return;
+  const id_t thread = static_cast<id_t>(::syscall(SYS_gettid));
+  errno = 0;
+  const int now = ::getpriority(PRIO_PROCESS, thread);
+  if (errno != 0) return;
+  ::setpriority(PRIO_PROCESS, thread, std::min(now + niceness, 19));
+}
 
 ssl::context MakeTlsContext(const TDeliveryConfig& config) {
   ssl::context tls(ssl::context::tls_client);
@@ -80,11 +101,20 @@ class TIndicationDelivery::TImpl {
   TImpl(TDeliveryConfig config, std::ostream& log)
       : config(std::move(config)), tls(MakeTlsContext(this->config)), ledger(this->config.maxQueue, log) {}
 
+  // Delivery thread: the destinations in `toWake` have something queued;
+  // they start now, or at the end of the gathering window.
+  void WakeAll();
+  void WakeGathered();
   // Delivery thread: the destination has something queued.
   void Wake(const std::string& key);
   // Delivery thread: hands the connection of `worker` the indications
   // that may go now, in queue order, up to the pipeline's depth.
   void Pump(TWorker& worker);
+  // Delivery thread: whether Pump may go on now. Not when requests went
+  // to the listener less than a window ago and what waits would not fill
+  // the pipeline: then it waits for the end of the window, and what came
+  // meanwhile goes in one write.
+  bool MayPump(TWorker& worker);
   // Delivery thread: the answer to the first indication in flight.
   void Answered(TWorker& worker, const std::string& problem);
   // Delivery thread: after Forget, drops what `worker` has in flight of
@@ -100,18 +130,48 @@ class TIndicationDelivery::TImpl {
   net::executor_work_guard<net::io_context::executor_type> work = net::make_work_guard(ioc);
   ssl::context tls;
 
-  // Guards the ledger (and through it the log stream).
+  // Guards the ledger (and through it the log stream) and the wakes.
   mutable std::mutex mu;
   TDeliveryLedger ledger;
+  // Destinations that Send made busy and the delivery thread has not
+  // started on yet. One post carries them all: a change that goes to ten
+  // destinations costs the server's thread one wake of the delivery
+  // thread, not ten, and none while a wake is already on its way.
+  std::vector<std::string> toWake;
+  bool wakePosted = false;
 
   // The delivery thread's own.
   std::unordered_map<std::string, std::unique_ptr<TWorker>> workers;
   net::steady_timer grace{ioc};
+  net::steady_timer gather{ioc};  // the end of the gathering window
+  std::chrono::steady_clock::time_point lastWake;
   bool stopping = false;  // Stop has begun: end once nothing is busy
   bool aborted = false;   // everything left was dropped: handlers do nothing
 
   std::thread thread;  // last: started once the rest is in place
 };
+
+void TIndicationDelivery::TImpl::WakeAll() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < lastWake + config.gatherWindow) {
+    // `wakePosted` stays set: the window's Sends only add to `toWake`.
+    gather.expires_at(lastWake + config.gatherWindow);
+    gather.async_wait([this](const TErrorCode&) { WakeGathered(); });
+    return;
+  }
+  WakeGathered();
+}
+
+void TIndicationDelivery::TImpl::WakeGathered() {
+  lastWake = std::chrono::steady_clock::now();
+  std::vector<std::string> keys;
+  {
+    std::lock_guard<std::mutex> lock(mu);
+    keys.swap(toWake);
+    wakePosted = false;
+  }
+  for (const std::string& key : keys) Wake(key);
+}
 
 void TIndicationDelivery::TImpl::Wake(const std::string& key) {
   if (aborted) return;
@@ -120,7 +180,37 @@ void TIndicationDelivery::TImpl::Wake(const std::string& key) {
   Pump(*worker);
 }
 
+bool TIndicationDelivery::TImpl::MayPump(TWorker& worker) {
+  if (worker.gathering) return false;
+  const auto now = std::chrono::steady_clock::now();
+  if (config.gatherWindow.count() <= 0 || now >= worker.lastSent + config.gatherWindow) return true;
+  size_t queued = 0;
+  {
+    std::lock_guard<std::mutex> lock(mu);
+    queued = ledger.Queued(worker.key);
+  }
+  const size_t inFlight = worker.inFlight.size();
+  if (queued <= inFlight) return true;  // nothing waits: Pump makes the destination idle
+  const size_t waiting = queued - inFlight;
+  const size_t depth = worker.oneAtATime ? 1 : std::max(1u, config.pipelineDepth);
+  const size_t room = depth - std::min(depth, inFlight);
+  if (waiting >= room) {
+    // A backlog: it goes as the listener answers, half a pipeline per
+    // write; until there is that much room, the answers due call again.
+    if (room >= (depth + 1) / 2) return true;
+    if (inFlight > 0) return false;
+  }
+  worker.gathering = true;
+  worker.gather.expires_at(worker.lastSent + config.gatherWindow);
+  worker.gather.async_wait([this, &worker](const TErrorCode&) {
+    worker.gathering = false;
+    Pump(worker);
+  });
+  return false;
+}
+
 void TIndicationDelivery::TImpl::Pump(TWorker& worker) {
+  if (aborted || worker.waiting || !MayPump(worker)) return;
   const size_t depth = worker.oneAtATime ? 1 : std::max(1u, config.pipelineDepth);
   while (!aborted && !worker.waiting && worker.inFlight.size() < depth) {
     std::optional<TDeliveryLedger::TNext> next;
@@ -155,10 +245,11 @@ void TIndicationDelivery::TImpl::Pump(TWorker& worker) {
       continue;
     }
     auto outgoing = std::make_shared<TOutgoing>();
-    outgoing->request = MakeExportRequest(*worker.url, destination.user, destination.password, *next->body);
+    outgoing->request = MakeExportPost(*worker.url, destination.user, destination.password, next->body);
     outgoing->next = std::move(*next);
     worker.inFlight.push_back(outgoing);
-    worker.connection->Exchange(*worker.url, std::shared_ptr<const TExportRequest>(outgoing, &outgoing->request),
+    worker.lastSent = std::chrono::steady_clock::now();
+    worker.connection->Exchange(*worker.url, std::shared_ptr<const TExportPost>(outgoing, &outgoing->request),
                                 config.requestTimeout,
                                 [this, &worker](std::string problem) { Answered(worker, problem); });
   }
@@ -265,8 +356,10 @@ void TIndicationDelivery::TImpl::Abort() {
   for (auto& [key, worker] : workers) {
     worker->connection->Close();
     worker->retry.cancel();
+    worker->gather.cancel();
   }
   grace.cancel();
+  gather.cancel();
   work.reset();
 }
 
@@ -274,6 +367,7 @@ TIndicationDelivery::TIndicationDelivery(TDeliveryConfig config, std::ostream& l
     : impl_(std::make_unique<TImpl>(std::move(config), log)) {
   TImpl* impl = impl_.get();
   impl->thread = std::thread([impl] {
+    LowerPriority(impl->config.niceness);
     while (true) {
       try {
         impl->ioc.run();
@@ -288,16 +382,23 @@ TIndicationDelivery::TIndicationDelivery(TDeliveryConfig config, std::ostream& l
 
 TIndicationDelivery::~TIndicationDelivery() { Stop(); }
 
-void TIndicationDelivery::Send(const TDestination& destination, std::shared_ptr<const std::string> body,
-                               std::string subscriptionKey) {
-  TDeliveryLedger::EAdded added;
+void TIndicationDelivery::Send(const TDestination& destination, std::shared_ptr<const TExportBody> body,
+                               const std::string& subscriptionKey) {
+  SendAll({TIndicationToSend{destination, std::move(body), subscriptionKey}});
+}
+
+void TIndicationDelivery::SendAll(const std::vector<TIndicationToSend>& indications) {
+  bool post = false;
   {
     std::lock_guard<std::mutex> lock(impl_->mu);
-    added = impl_->ledger.Add(destination, std::move(body), std::move(subscriptionKey));
+    for (const TIndicationToSend& one : indications) {
+      if (impl_->ledger.Add(one.destination, one.body, one.subscriptionKey) != TDeliveryLedger::EAdded::kWake) continue;
+      impl_->toWake.push_back(one.destination.key);
+      post = post || !impl_->wakePosted;
+      impl_->wakePosted = true;
+    }
   }
-  if (added == TDeliveryLedger::EAdded::kWake) {
-    net::post(impl_->ioc, [impl = impl_.get(), key = destination.key] { impl->Wake(key); });
-  }
+  if (post) net::post(impl_->ioc, [impl = impl_.get()] { impl->WakeAll(); });
 }
 
 std::vector<TDeliveryFailure> TIndicationDelivery::TakeFailures() {

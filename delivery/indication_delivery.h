@@ -37,11 +37,22 @@
 // after a failure it may see a run of indications again from the one that
 // failed.
 //
+// Gathering: indications that come in quick succession go to a listener
+// together. A destination's requests are handed to its connection at most
+// once per `gatherWindow` (an indication after a quiet window goes at
+// once), and those handed over together go in one gather write; so under
+// load each write carries several requests and each of the listener's
+// reads takes several, and an indication waits at most a window. A backlog
+// (more waiting than the pipeline has room for) is not held: it goes as
+// answers make room, half a pipeline at a time. The server's thread wakes
+// the delivery thread at most once per window too.
+//
 // Memory is bounded by the queues: at most `maxQueue` indications per
 // destination, those in flight included; a body sent to several
 // destinations is one shared string.
 //
-// Threads: the engine runs its own thread with an io_context; every
+// Threads: the engine runs its own thread with an io_context, at a lower
+// scheduling priority than the server's (`niceness`); every
 // destination's connection, timers and exchanges live there, all
 // asynchronous, so a slow or dead listener holds up nothing but its own
 // queue. Send, TakeFailures, Counts and Forget may be called from any
@@ -67,6 +78,8 @@
 #include <string>
 #include <vector>
 
+#include "delivery/export_body.h"
+
 struct TDeliveryConfig {
   // Indications held per destination, those in flight included.
   size_t maxQueue = 100000;
@@ -81,6 +94,16 @@ struct TDeliveryConfig {
   // pipelining); 1 sends the next only once the previous is answered; 0
   // counts as 1.
   unsigned pipelineDepth = 16;
+  // Indications that come in quick succession are gathered: the delivery
+  // thread starts on newly queued indications at most once per window, so
+  // that under load each listener gets several requests in one write, and
+  // the server's thread wakes the delivery thread at most once per window.
+  // An indication after a quiet window goes at once. Zero: never gather.
+  std::chrono::microseconds gatherWindow{1000};
+  // How much lower the delivery thread's scheduling priority is than the
+  // server's (nice steps): where the two share a busy core, the
+  // operations go first and delivery takes what is left. 0: the same.
+  int niceness = 10;
   // How long Stop keeps delivering what is queued.
   std::chrono::milliseconds shutdownGrace{2000};
   bool verifyListenerCertificate = true;
@@ -110,6 +133,14 @@ struct TDeliveryFailure {
   std::vector<std::string> subscriptionKeys;  // sorted, each once
 };
 
+// One indication for one destination, as SendAll takes them (for the
+// length of the call only).
+struct TIndicationToSend {
+  const TDestination& destination;
+  std::shared_ptr<const TExportBody> body;
+  const std::string& subscriptionKey;
+};
+
 struct TDeliveryCounts {
   uint64_t sent = 0;     // taken by the listener
   uint64_t dropped = 0;  // given up: retries spent, queue full, forgotten, left at Stop
@@ -131,8 +162,11 @@ class TIndicationDelivery {
   // when the queue is full, the indication is dropped and counted. The URL
   // and credentials given with the latest Send are used from the next
   // indication on. After Stop, every indication is dropped.
-  void Send(const TDestination& destination, std::shared_ptr<const std::string> body,
-            std::string subscriptionKey);
+  void Send(const TDestination& destination, std::shared_ptr<const TExportBody> body,
+            const std::string& subscriptionKey);
+  // Send for each, in order, under one taking of the engine's mutex (what
+  // one change sends to every subscriber).
+  void SendAll(const std::vector<TIndicationToSend>& indications);
   // The drops since the last call, one entry per destination and kind.
   std::vector<TDeliveryFailure> TakeFailures();
   // Zero for a destination never sent to.

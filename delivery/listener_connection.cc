@@ -8,7 +8,11 @@
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <vector>
+
 #include <boost/asio/connect.hpp>
+#include <boost/asio/write.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/beast/core/error.hpp>
@@ -22,6 +26,24 @@ namespace {
 
 // The most of an answer read: a listener's answers are a few hundred bytes.
 const size_t kAnswerLimit = 1u << 20;
+
+// Requests written in one go: six buffers each (the HTTP head and the
+// body's pieces), within what one gather write takes (Asio passes at most
+// 64 buffers to the system).
+const size_t kMaxWrite = 10;
+
+// The socket's send buffer: a pipeline's worth of requests (they are a few
+// kilobytes each) fits, so that a gathered write goes in one system call
+// rather than as much as a fresh connection's small buffer takes at a time.
+const int kSendBuffer = 512 * 1024;
+
+// Drops the first `n` bytes of `buffers`.
+void Consume(std::vector<net::const_buffer>* buffers, size_t n) {
+  auto it = buffers->begin();
+  for (; it != buffers->end() && n >= it->size(); ++it) n -= it->size();
+  buffers->erase(buffers->begin(), it);
+  if (!buffers->empty()) buffers->front() += n;
+}
 
 // Whether `ec` says the peer closed the connection (or it was reset) rather
 // than anything about the exchange itself.
@@ -55,7 +77,7 @@ void TListenerConnection::Shut() {
   reading_ = false;
 }
 
-void TListenerConnection::Exchange(const TListenerUrl& url, std::shared_ptr<const TExportRequest> request,
+void TListenerConnection::Exchange(const TListenerUrl& url, std::shared_ptr<const TExportPost> request,
                                    std::chrono::milliseconds timeout, TDone done) {
   if (pending_.empty()) {
     deadlineAt_ = std::chrono::steady_clock::now() + timeout;
@@ -64,17 +86,19 @@ void TListenerConnection::Exchange(const TListenerUrl& url, std::shared_ptr<cons
   }
   pending_.push_back(TPending{std::move(request), timeout, std::move(done)});
   if (!deadlineArmed_) ArmDeadline();
-  Drive();
+  if (drivePosted_) return;
+  drivePosted_ = true;
+  net::post(ioc_, [self = shared_from_this()] {
+    self->drivePosted_ = false;
+    self->Drive();
+  });
 }
 
 void TListenerConnection::Drive() {
   if (pending_.empty()) return;
   if (!link_) return Open();
   if (!link_->open) return;
-  // A link that has not answered yet carries only its first request.
-  while (!writing_ && written_ < pending_.size() && (written_ == 0 || link_->answered > 0)) {
-    if (!WriteNext()) break;
-  }
+  if (!writing_ && written_ < pending_.size()) WritePending();
   if (!reading_ && written_ > 0) ReadNext();
 }
 
@@ -135,7 +159,9 @@ void TListenerConnection::Connect(const std::shared_ptr<TLink>& link, const tcp:
                        if (ec) return self->Fail("connecting", ec, false);
                        TErrorCode ignored;
                        link->Socket().set_option(tcp::no_delay(true), ignored);
-                       link->Socket().non_blocking(true, ignored);  // for the writes done at once (WriteNext)
+                       // Room for a full pipeline of requests, written at once.
+                       link->Socket().set_option(net::socket_base::send_buffer_size(kSendBuffer), ignored);
+                       link->Socket().non_blocking(true, ignored);  // for the writes done at once (WritePending)
                        if (link->tls) return self->Handshake(link);
                        link->open = true;
                        self->Drive();
@@ -162,15 +188,23 @@ void TListenerConnection::Handshake(const std::shared_ptr<TLink>& link) {
   });
 }
 
-bool TListenerConnection::WriteNext() {
+void TListenerConnection::WritePending() {
+  // A link that has not answered yet carries only its first request.
+  if (written_ > 0 && link_->answered == 0) return;
+  const size_t count = std::min(link_->answered == 0 ? size_t{1} : pending_.size() - written_, kMaxWrite);
+  std::vector<net::const_buffer> buffers;
+  buffers.reserve(6 * count);
+  for (size_t i = written_; i < written_ + count; ++i) {
+    const TExportPost& post = *pending_[i].request;
+    buffers.push_back(net::buffer(post.head));
+    for (std::string_view piece : post.body->Pieces()) {
+      if (!piece.empty()) buffers.push_back(net::buffer(piece.data(), piece.size()));
+    }
+  }
   std::shared_ptr<TLink> link = link_;
-  std::shared_ptr<const TExportRequest> request = pending_[written_].request;
   writing_ = true;
-  // The handler holds the request: it may be dropped (Close) while the
-  // write is under way.
-  auto written = [self = shared_from_this(), link, request](const TErrorCode& ec, size_t) {
+  auto written = [self = shared_from_this(), link, count](const TErrorCode& ec) {
     if (link != self->link_) return;
-    link->serializer.reset();
     if (ec && self->reading_) {
       // The listener may have answered before it closed: the read says
       // how the head fared. Nothing more is written on this link.
@@ -179,31 +213,40 @@ bool TListenerConnection::WriteNext() {
     }
     self->writing_ = false;
     if (ec) return self->Fail("sending", ec, false);
-    ++self->written_;
+    self->written_ += count;
     self->Drive();
   };
+  if (!link->tls) {
+    // Requests nearly always fit in the socket's send buffer: written at
+    // once, they go without the rounds through the io_context an
+    // asynchronous write costs. What does not fit goes asynchronously.
+    TErrorCode ec;
+    size_t left = net::buffer_size(buffers);
+    while (left > 0) {
+      const size_t n = link->plain->write_some(buffers, ec);
+      if (ec) break;
+      left -= n;
+      Consume(&buffers, n);
+    }
+    if (left == 0) {
+      writing_ = false;
+      written_ += count;
+      return;
+    }
+    if (ec != net::error::would_block && ec != net::error::try_again) {
+      net::post(ioc_, [written, ec] { written(ec); });  // failures end in a handler
+      return;
+    }
+  }
+  // The write holds the requests: they may be dropped (Close) meanwhile.
+  std::vector<std::shared_ptr<const TExportPost>> held;
+  for (size_t i = written_; i < written_ + count; ++i) held.push_back(pending_[i].request);
+  auto done = [written, held = std::move(held)](const TErrorCode& ec, size_t) { written(ec); };
   if (link->tls) {
-    http::async_write(*link->tls, *request, std::move(written));
-    return false;
+    net::async_write(*link->tls, buffers, std::move(done));
+  } else {
+    net::async_write(*link->plain, buffers, std::move(done));
   }
-  // A request nearly always fits in the socket's send buffer: written at
-  // once, it goes without the rounds through the io_context an
-  // asynchronous write costs. What does not fit goes asynchronously.
-  link->serializer.emplace(*request);
-  TErrorCode ec;
-  while (!ec && !link->serializer->is_done()) http::write_some(*link->plain, *link->serializer, ec);
-  if (ec == net::error::would_block || ec == net::error::try_again) {
-    http::async_write(*link->plain, *link->serializer, std::move(written));
-    return false;
-  }
-  if (ec) {
-    net::post(ioc_, [written, ec] { written(ec, 0); });  // failures end in a handler
-    return false;
-  }
-  link->serializer.reset();
-  writing_ = false;
-  ++written_;
-  return true;
 }
 
 void TListenerConnection::ReadNext() {
@@ -214,9 +257,12 @@ void TListenerConnection::ReadNext() {
   // wait: a listener that writes with Nagle's algorithm on holds its next
   // answer until the last one is acknowledged, which with several
   // requests in flight would cost that wait per answer. Linux leaves the
-  // mode again on its own, so it is asked for before every answer.
-  const int on = 1;
-  ::setsockopt(link->Socket().native_handle(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+  // mode again on its own, so it is asked for before every answer read
+  // from the socket (one already buffered needs no acknowledgement).
+  if (link->buffer.size() == 0) {
+    const int on = 1;
+    ::setsockopt(link->Socket().native_handle(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+  }
 #endif
   link->parser.emplace();
   link->parser->body_limit(kAnswerLimit);

@@ -6,6 +6,8 @@
 // Exchange queues a request behind those in flight; its `done` is called
 // when its answer has been read. Requests are written in the order given,
 // answers read in that order, and `done` calls come in that order too.
+// Writing starts once the caller's handler has returned, so that the
+// requests it queued in a row go out in one gather write.
 // The caller bounds how many are in flight (InFlight); every request in
 // flight goes to the same listener.
 //
@@ -92,7 +94,7 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
   // listener as theirs. The connection holds `request` (and with it what
   // it points into: the caller shares ownership of the body with it) until
   // no operation needs it any more.
-  void Exchange(const TListenerUrl& url, std::shared_ptr<const TExportRequest> request,
+  void Exchange(const TListenerUrl& url, std::shared_ptr<const TExportPost> request,
                 std::chrono::milliseconds timeout, TDone done);
   // Requests queued whose answer has not been read.
   size_t InFlight() const { return pending_.size(); }
@@ -103,7 +105,6 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
  private:
   typedef boost::asio::ip::tcp tcp;
   typedef boost::asio::ssl::stream<tcp::socket> TTlsStream;
-  typedef boost::beast::http::request_serializer<boost::beast::http::span_body<const char>> TSerializer;
   typedef boost::beast::http::response_parser<boost::beast::http::string_body> TParser;
 
   // One connection, from its opening to its end. Its handlers hold it, so
@@ -117,13 +118,12 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
     size_t answered = 0;  // answers read on it
     bool broken = false;  // a write failed: answers are still read, nothing is written
     boost::beast::flat_buffer buffer;
-    std::optional<TSerializer> serializer;
     std::optional<TParser> parser;
 
     tcp::socket& Socket() { return tls ? tls->next_layer() : *plain; }
   };
   struct TPending {
-    std::shared_ptr<const TExportRequest> request;
+    std::shared_ptr<const TExportPost> request;
     std::chrono::milliseconds timeout;
     TDone done;
   };
@@ -137,8 +137,9 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
   void Open();
   void Connect(const std::shared_ptr<TLink>& link, const tcp::resolver::results_type& endpoints);
   void Handshake(const std::shared_ptr<TLink>& link);
-  // Writes pending_[written_]; true when written at once.
-  bool WriteNext();
+  // Writes every request that may be written now (from pending_[written_]
+  // on), in one gather write when the socket takes them at once.
+  void WritePending();
   void ReadNext();
   // The link failed at `stage` with `ec`, or the head's deadline passed.
   void Fail(const char* stage, const boost::system::error_code& ec, bool timedOut);
@@ -156,6 +157,7 @@ class TListenerConnection : public std::enable_shared_from_this<TListenerConnect
   size_t written_ = 0;            // of pending_, those written whole on link_
   bool writing_ = false;          // a write on link_ is under way
   bool reading_ = false;          // the head's answer is being read on link_
+  bool drivePosted_ = false;      // a Drive is on its way (Exchange)
   std::chrono::steady_clock::time_point deadlineAt_;  // the head's
   bool deadlineArmed_ = false;  // the timer waits (for deadlineAt_ or an earlier one)
 };

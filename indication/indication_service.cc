@@ -59,16 +59,29 @@ bool TIndicationService::Watches(const std::string& namespaceName, ICIMClass& cl
   return false;
 }
 
-void TIndicationService::Created(const std::string& namespaceName, ICIMInstance& instance) {
-  Produce({ELifecycle::kCreation, namespaceName, &instance, nullptr});
+void TIndicationService::Created(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) {
+  unsettled_.push_back({ELifecycle::kCreation, namespaceName, instance, nullptr});
 }
 
-void TIndicationService::Modified(const std::string& namespaceName, ICIMInstance& previous, ICIMInstance& current) {
-  Produce({ELifecycle::kModification, namespaceName, &current, &previous});
+void TIndicationService::Modified(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& previous,
+                                  const boost::shared_ptr<ICIMInstance>& current) {
+  unsettled_.push_back({ELifecycle::kModification, namespaceName, current, previous});
 }
 
-void TIndicationService::Deleted(const std::string& namespaceName, ICIMInstance& instance) {
-  Produce({ELifecycle::kDeletion, namespaceName, &instance, nullptr});
+void TIndicationService::Deleted(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) {
+  unsettled_.push_back({ELifecycle::kDeletion, namespaceName, instance, nullptr});
+}
+
+void TIndicationService::Settle() {
+  std::vector<TChange> changes;
+  changes.swap(unsettled_);
+  for (const TChange& change : changes) {
+    try {
+      Produce({change.kind, change.namespaceName, change.instance.get(), change.previous.get()});
+    } catch (const std::exception& e) {
+      log_ << "inmem serve: no indication made of a change in " << change.namespaceName << ": " << e.what() << "\n";
+    }
+  }
 }
 
 void TIndicationService::Produce(const TLifecycleIndication::TSource& source) {
@@ -77,7 +90,8 @@ void TIndicationService::Produce(const TLifecycleIndication::TSource& source) {
   std::unique_ptr<TLifecycleIndication> indication;
   // Per filter, the request it keeps the indication in (nullptr: it does
   // not keep it): made once, however many subscriptions use the filter.
-  std::map<const TActiveFilter*, std::shared_ptr<const std::string>> requests;
+  std::map<const TActiveFilter*, std::shared_ptr<const TExportBody>> requests;
+  std::vector<TIndicationToSend> outgoing;
   for (const TActiveSubscription& subscription : table_.Active()) {
     const TActiveFilter& filter = *subscription.filter;
     if (!filter.takes[kind] || !filter.Listens(key) || !filter.MayKeep(*source.instance->GetClass(kNone))) continue;
@@ -97,17 +111,19 @@ void TIndicationService::Produce(const TLifecycleIndication::TSource& source) {
         }
         ++made_;
       }
-      std::shared_ptr<const std::string> request;
+      std::shared_ptr<const TExportBody> request;
       if (filter.query.Matches(indication->Instance(), indication.get())) {
-        request = std::make_shared<const std::string>(
+        request = std::make_shared<const TExportBody>(
             indication->ExportRequest(++messages_, filter.propertyList.get(), filter.name));
       }
       known = requests.emplace(&filter, std::move(request)).first;
     }
     if (!known->second) continue;
-    sink_(subscription.destination, known->second, subscription.path);
-    ++sent_;
+    outgoing.push_back(TIndicationToSend{subscription.destination, known->second, subscription.path});
   }
+  if (outgoing.empty()) return;
+  sink_(outgoing);
+  sent_ += outgoing.size();
 }
 
 void TIndicationService::DeliveryFailed(const TDeliveryFailure& failure) {

@@ -38,9 +38,8 @@
 
 class TIndicationService : public IInstanceChanges, public ISubscriptionGuard {
  public:
-  typedef std::function<void(const TDestination& destination, std::shared_ptr<const std::string> request,
-                             const std::string& subscription)>
-      TSink;
+  // Takes what one change sends to its subscribers, in order.
+  typedef std::function<void(const std::vector<TIndicationToSend>& requests)> TSink;
 
   // `log` receives a line for each subscription left out and each one
   // disabled or removed. `namespaces` and `interop` must outlive it.
@@ -65,9 +64,12 @@ class TIndicationService : public IInstanceChanges, public ISubscriptionGuard {
 
   // IInstanceChanges.
   bool Watches(const std::string& namespaceName, ICIMClass& cls) override;
-  void Created(const std::string& namespaceName, ICIMInstance& instance) override;
-  void Modified(const std::string& namespaceName, ICIMInstance& previous, ICIMInstance& current) override;
-  void Deleted(const std::string& namespaceName, ICIMInstance& instance) override;
+  // Each change is kept as told; Settle makes their indications, in order.
+  void Created(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) override;
+  void Modified(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& previous,
+                const boost::shared_ptr<ICIMInstance>& current) override;
+  void Deleted(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) override;
+  void Settle() override;
 
   // ISubscriptionGuard.
   bool Guards(ICIMClass& cls) override;
@@ -78,6 +80,13 @@ class TIndicationService : public IInstanceChanges, public ISubscriptionGuard {
 
  private:
   boost::shared_ptr<ICIMNamespace> Interop() const;
+  // A change told and not settled yet; it holds its instances.
+  struct TChange {
+    ELifecycle kind;
+    std::string namespaceName;
+    boost::shared_ptr<ICIMInstance> instance, previous;
+  };
+
   // Makes the indication of one change and sends it where filters keep it.
   void Produce(const TLifecycleIndication::TSource& source);
 
@@ -88,6 +97,7 @@ class TIndicationService : public IInstanceChanges, public ISubscriptionGuard {
   std::function<void(const std::string&)> forget_;
   // Destinations being deleted, forgotten once the deletion is done.
   std::vector<std::string> leaving_;
+  std::vector<TChange> unsettled_;
   std::ostream& log_;
   TSubscriptionTable table_;
   uint64_t made_ = 0;

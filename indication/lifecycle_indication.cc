@@ -80,7 +80,7 @@ ICIMInstance* TLifecycleIndication::Embedded(const std::string& name) const {
   return name == "PreviousInstance" ? previous_ : nullptr;
 }
 
-std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
+TExportBody TLifecycleIndication::ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
                                                 const std::string& filterName) {
   auto known = written_.find(propertyList);
   if (known == written_.end()) {
@@ -99,26 +99,28 @@ std::string TLifecycleIndication::ExportRequest(uint64_t messageId, const std::s
     TCimObjectOptions options;
     options.propertyList = &kept;
     TCimXmlWriter(out, host_, std::string()).Instance(*indication_, options);
-    TWritten written{out.Take(), std::string::npos};
-    written.filterNameAt = written.xml.find(kNullFilterName);
-    known = written_.emplace(propertyList, std::move(written)).first;
+    auto xml = std::make_shared<const std::string>(out.Take());
+    // The filter's name goes in as the VALUE of the property written null.
+    const size_t nullAt = xml->find(kNullFilterName);
+    const size_t valueAt = nullAt == std::string::npos
+                               ? std::string::npos
+                               : nullAt + kNullFilterName.size() - std::string_view("</PROPERTY>").size();
+    known = written_.emplace(propertyList, TWritten{std::move(xml), valueAt}).first;
   }
   const TWritten& written = known->second;
-  std::string request = "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">"
-                        "<MESSAGE ID=\"" + std::to_string(messageId) + "\" PROTOCOLVERSION=\"1.0\"><SIMPLEEXPREQ>"
-                        "<EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">";
-  if (written.filterNameAt == std::string::npos) {
-    request += written.xml;
-  } else {
-    TXmlOut name;
-    name.Open("VALUE");
-    name.Text(filterName);
-    name.Close();
-    const size_t valueAt = written.filterNameAt + kNullFilterName.size() - std::string_view("</PROPERTY>").size();
-    request.append(written.xml, 0, valueAt);
-    request += name.Take();
-    request.append(written.xml, valueAt, std::string::npos);
+  std::string name;
+  if (written.filterNameAt != std::string::npos) {
+    TXmlOut out;
+    out.Open("VALUE");
+    out.Text(filterName);
+    out.Close();
+    name = out.Take();
   }
-  request += "</EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ></MESSAGE></CIM>\n";
-  return request;
+  std::string head = "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">"
+                     "<MESSAGE ID=\"";
+  head.append(std::to_string(messageId));
+  head.append("\" PROTOCOLVERSION=\"1.0\"><SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\">"
+              "<EXPPARAMVALUE NAME=\"NewIndication\">");
+  return TExportBody(std::move(head), written.xml, written.filterNameAt, std::move(name),
+                     "</EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ></MESSAGE></CIM>\n");
 }

@@ -25,6 +25,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "delivery/export_body.h"
 #include "core/cim_date_time.h"
 #include "include/cim_class.h"
 #include "include/cim_instance.h"
@@ -60,17 +61,18 @@ class TLifecycleIndication : public IEmbeddedInstances {
   // as message `messageId`, named as selected by the filter `filterName`
   // (IndicationFilterName): with every property that has a value, or with
   // those whose lower-case names are in `propertyList` when it is given
-  // (and have a value). The instance
-  // is written once per property list; each filter's request only puts its
-  // name in.
-  std::string ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
+  // (and have a value). The instance is written once per property list
+  // and shared by the requests of every filter with that list; each
+  // filter's request holds only its own head and name.
+  TExportBody ExportRequest(uint64_t messageId, const std::set<std::string>* propertyList,
                             const std::string& filterName);
 
  private:
   // The INSTANCE element for one property list, with IndicationFilterName
-  // written null at `filterNameAt` (npos when the list leaves it out).
+  // written null: a filter's name goes in as its VALUE at `filterNameAt`
+  // (npos when the list leaves the property out).
   struct TWritten {
-    std::string xml;
+    std::shared_ptr<const std::string> xml;
     size_t filterNameAt;
   };
 

@@ -4,10 +4,13 @@
 
 #include "server/cim_http_exchange.h"
 
+#include "server/indication_hooks.h"
+
 #include "core/ascii.h"
 #include "core/printable_text.h"
 #include "server/cimxml_request.h"
 #include "server/http_syntax.h"
+#include "server/indication_hooks.h"
 #include "server/user_file.h"
 
 namespace http = boost::beast::http;
@@ -86,6 +89,10 @@ bool TCimHttpExchange::ExtensionPrefix(const THttpRequest& request, std::string*
   if (man != request.end() && ManPrefix(View(man->value()), prefix)) return true;
   *refusal = Refusal(http::status::not_extended, std::string("M-POST needs Man: ") + kMapping + " ; ns=NN");
   return false;
+}
+
+void TCimHttpExchange::AfterAnswer() {
+  if (IInstanceChanges* changes = operations_.Config().changes) changes->Settle();
 }
 
 THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::string& localHost) {

@@ -64,6 +64,9 @@ class IHttpHandler {
   // The answer to `request`. `localHost` names this server when the
   // request has no Host header.
   virtual THttpAnswer Answer(const THttpRequest& request, const std::string& localHost) = 0;
+  // Called once the answer is on its way (written, or being written), for
+  // what the client need not wait for.
+  virtual void AfterAnswer() {}
 };
 
 class TCimHttpExchange : public IHttpHandler {
@@ -72,6 +75,8 @@ class TCimHttpExchange : public IHttpHandler {
       : operations_(operations), policy_(std::move(policy)) {}
 
   THttpAnswer Answer(const THttpRequest& request, const std::string& localHost) override;
+  // Settles the changes the request made (IInstanceChanges::Settle).
+  void AfterAnswer() override;
 
   // A plain-text refusal (for what the HTTP layer itself could not read,
   // too: a body over the limit, a header too long).

@@ -179,7 +179,7 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   if (cls->IsAssociation(kNone)) NamespaceChanged(call.namespaceName);  // it may point into another namespace
   ++changes_;
   if (subscription) config_.subscriptions->Changed();
-  if (IInstanceChanges* watcher = Watcher(call, *cls)) watcher->Created(call.namespaceName, *instance);
+  if (IInstanceChanges* watcher = Watcher(call, *cls)) watcher->Created(call.namespaceName, instance);
   return std::make_unique<TCimMethodResponse>(call.head,
                                               OneItem([path](TCimXmlWriter& w) { w.InstanceName(path); }));
 }
@@ -246,7 +246,7 @@ void TCimOperations::ChangeInstance(TCall& call, const boost::shared_ptr<ICIMIns
   });
   ++changes_;
   if (subscription) config_.subscriptions->Changed();
-  if (watcher != nullptr) watcher->Modified(call.namespaceName, *previous, *instance);
+  if (watcher != nullptr) watcher->Modified(call.namespaceName, previous, instance);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
@@ -283,7 +283,7 @@ std::unique_ptr<TResponseBody> TCimOperations::DeleteInstance(TCall& call) {
     // An association from another namespace is told as of its own.
     const TNamespaceRegistry::TEntry* home = namespaces_.FindByRepository(gone->GetClass(kNone)->GetNamespace(kNone).get());
     if (config_.changes == nullptr || home == nullptr) continue;
-    if (config_.changes->Watches(home->name, *gone->GetClass(kNone))) config_.changes->Deleted(home->name, *gone);
+    if (config_.changes->Watches(home->name, *gone->GetClass(kNone))) config_.changes->Deleted(home->name, gone);
   }
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }

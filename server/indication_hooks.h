@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include <boost/shared_ptr.hpp>
+
 #include "core/cim_value.h"
 
 class ICIMClass;
@@ -21,6 +23,12 @@ class ICIMInstance;
 // Instance changes, each told after it succeeded. Watches is asked first,
 // so that nothing is copied or made for a change nobody subscribed to: a
 // server without subscriptions pays one call per change.
+//
+// What a change causes may wait until Settle: the server calls it once
+// the answer to the request that made the changes is on its way (so that
+// a client does not wait for indications being made), and an inventory
+// refresh calls it at its end. Nothing else runs on the server's thread
+// in between, so the instances told of are still as they were told.
 class IInstanceChanges {
  public:
   virtual ~IInstanceChanges() = default;
@@ -28,11 +36,14 @@ class IInstanceChanges {
   // Whether a change to an instance of `cls` in `namespaceName` may
   // interest a subscriber.
   virtual bool Watches(const std::string& namespaceName, ICIMClass& cls) = 0;
-  virtual void Created(const std::string& namespaceName, ICIMInstance& instance) = 0;
+  virtual void Created(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) = 0;
   // `previous` is a copy of the instance as it was, filed nowhere.
-  virtual void Modified(const std::string& namespaceName, ICIMInstance& previous, ICIMInstance& current) = 0;
+  virtual void Modified(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& previous,
+                        const boost::shared_ptr<ICIMInstance>& current) = 0;
   // `instance` has left its namespace, its values still readable.
-  virtual void Deleted(const std::string& namespaceName, ICIMInstance& instance) = 0;
+  virtual void Deleted(const std::string& namespaceName, const boost::shared_ptr<ICIMInstance>& instance) = 0;
+  // Does what the changes told since the last call cause. Never throws.
+  virtual void Settle() = 0;
 };
 
 // The Interop namespace's subscription classes (filters, listener

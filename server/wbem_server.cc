@@ -267,6 +267,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
     teTrailers_ = te != request_.end() && te->value().find("trailers") != beast::string_view::npos;
     THttpAnswer answer = server_.handler.Answer(request_, local_);
     Respond(std::move(answer), !request_.keep_alive());
+    server_.handler.AfterAnswer();
   }
 
   template <class Response>
@@ -429,9 +430,18 @@ void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record,
   const double ms = std::chrono::duration<double, std::milli>(TClock::now() - started).count();
   char duration[32];
   std::snprintf(duration, sizeof duration, "%.2fms", ms);
-  access << config.logName << ": " << peer << ' ' << (record.operation.empty() ? "-" : Printable(record.operation))
-         << ' ' << (record.target.empty() ? "-" : Printable(record.target)) << " http=" << httpStatus
-         << " cim=" << static_cast<int>(record.status) << ' ' << duration << std::endl;
+  // Made whole first and written in one piece: one system call a line on
+  // an unbuffered stream such as standard error, and no line torn by
+  // another thread's writes to the same stream.
+  std::string line;
+  line.reserve(128);
+  line.append(config.logName).append(": ").append(peer).append(1, ' ');
+  line.append(record.operation.empty() ? "-" : Printable(record.operation)).append(1, ' ');
+  line.append(record.target.empty() ? "-" : Printable(record.target)).append(" http=");
+  line.append(std::to_string(httpStatus)).append(" cim=").append(std::to_string(static_cast<int>(record.status)));
+  line.append(1, ' ').append(duration).append(1, '\n');
+  access.write(line.data(), static_cast<std::streamsize>(line.size()));
+  access.flush();
 }
 
 void TWbemServer::TImpl::Arm(TRepeating& r) {

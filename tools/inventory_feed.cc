@@ -168,13 +168,14 @@ bool TInventoryFeed::Refresh(std::string* error, IInstanceChanges* changes, cons
     if (changes == nullptr) continue;
     auto old = before.find(path.PathText());
     if (old == before.end()) {
-      if (changes->Watches(namespaceName, *now->GetClass(kNone))) changes->Created(namespaceName, *now);
+      if (changes->Watches(namespaceName, *now->GetClass(kNone))) changes->Created(namespaceName, now);
       continue;
     }
-    if (!SameThing(*old->second, *now)) changes->Modified(namespaceName, *old->second, *now);
+    if (!SameThing(*old->second, *now)) changes->Modified(namespaceName, old->second, now);
     before.erase(old);
   }
-  for (const auto& gone : before) changes->Deleted(namespaceName, *gone.second);
+  for (const auto& gone : before) changes->Deleted(namespaceName, gone.second);
+  if (changes != nullptr) changes->Settle();
   HandCacheStates(plugin_, collector.CacheStates(), *served_);
   return true;
 }

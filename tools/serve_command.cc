@@ -177,8 +177,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   TIndicationDelivery delivery(deliveryConfig, std::cerr);
   TIndicationService indications(
       namespaces, interop, subscriptionRules,
-      [&delivery](const TDestination& destination, std::shared_ptr<const std::string> request,
-                  const std::string& subscription) { delivery.Send(destination, std::move(request), subscription); },
+      [&delivery](const std::vector<TIndicationToSend>& requests) { delivery.SendAll(requests); },
       std::cerr);
   indications.OnForget([&delivery](const std::string& destination) { delivery.Forget(destination); });
   indications.Reload();

@@ -25,7 +25,7 @@ void Measure(size_t listenerCount, size_t indications) {
   TDeliveryConfig config;
   config.maxQueue = indications;
   TIndicationDelivery delivery(config, std::cerr);
-  auto body = std::make_shared<const std::string>(2048, 'x');
+  auto body = std::make_shared<const TExportBody>(std::string(2048, 'x'));
   std::vector<TDestination> destinations;
   for (size_t i = 0; i < listenerCount; ++i) {
     destinations.push_back(TDestination{"d" + std::to_string(i), listeners[i]->Url(), "", ""});

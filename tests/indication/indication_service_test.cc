@@ -120,8 +120,9 @@ class IndicationServiceTest : public ::testing::Test {
     rules.maxSubscriptions = 3;
     service_ = std::make_unique<TIndicationService>(
         *namespaces_, *interop_, rules,
-        [this](const TDestination& destination, std::shared_ptr<const std::string> request,
-               const std::string& subscription) { sent_.push_back({destination, *request, subscription}); },
+        [this](const std::vector<TIndicationToSend>& requests) {
+          for (const TIndicationToSend& r : requests) sent_.push_back({r.destination, r.body->Text(), r.subscriptionKey});
+        },
         log_);
     service_->OnForget([this](const std::string& key) { forgotten_.push_back(key); });
     service_->Reload();

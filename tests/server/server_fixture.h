@@ -115,18 +115,24 @@ class TExchangeClient {
   // The response document of `method` with `parameters` (IPARAMVALUEs),
   // in root/cimv2 or in `ns`.
   std::string Call(const std::string& method, const std::string& parameters) {
-    THttpAnswer answer = exchange_.Answer(CimPost(method, Envelope(method, parameters)), "localhost");
-    return Drained(answer);
+    return Exchanged(CimPost(method, Envelope(method, parameters)));
   }
   std::string Call(const std::string& ns, const std::string& method, const std::string& parameters) {
     THttpRequest request = CimPost(method, Envelope(method, parameters, NamespaceXml(ns)));
     request.set("CIMObject", ns);
-    THttpAnswer answer = exchange_.Answer(request, "localhost");
-    return Drained(answer);
+    return Exchanged(request);
   }
   TCimOperations& Operations() { return operations_; }
 
  private:
+  // As the server answers: the answer, then what waits for it.
+  std::string Exchanged(const THttpRequest& request) {
+    THttpAnswer answer = exchange_.Answer(request, "localhost");
+    std::string text = Drained(answer);
+    exchange_.AfterAnswer();
+    return text;
+  }
+
   TCimOperations operations_;
   TCimHttpExchange exchange_;
 };
