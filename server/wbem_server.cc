@@ -306,11 +306,14 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
       });
       return;
     }
-    const bool chunked = version_ >= 11 && teTrailers_;
-    if (!chunked) close_ = true;  // the end of the connection ends the answer
+    // HTTP/1.1 clients take chunks, so the connection stays; an HTTP/1.0
+    // one reads to the end of the connection.
+    chunked_ = version_ >= 11;
+    if (!chunked_) close_ = true;
     streamed_ = std::make_unique<http::response<http::buffer_body>>(answer.status, version_);
     SetHeaders(*streamed_, answer);
-    if (chunked) streamed_->chunked(true);
+    if (chunked_) streamed_->chunked(true);
+    if (chunked_ && teTrailers_) streamed_->set(http::field::trailer, "CIMStatusCode, CIMStatusCodeDescription");
     streamed_->body().data = piece_.data();
     streamed_->body().size = piece_.size();
     streamed_->body().more = true;
@@ -328,13 +331,40 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
       bool more = false;
       try {
         more = self->body_->Next(&self->piece_, kPiece);
-      } catch (const std::exception&) {
-        return self->Close();  // the answer cannot be finished: the client sees it cut short
+      } catch (const std::exception& e) {
+        return self->CutShort(e.what());
       }
       self->streamed_->body().data = self->piece_.empty() ? nullptr : self->piece_.data();
       self->streamed_->body().size = self->piece_.size();
       self->streamed_->body().more = more;
       self->WriteStreamed();
+    });
+  }
+
+  // The answer cannot be finished. A client that takes trailers gets the
+  // last chunk with the CIM status in trailer fields, and the connection
+  // stays; another HTTP/1.1 client sees the connection end without the
+  // last chunk; an HTTP/1.0 client, whose answer the end of the connection
+  // ends, sees it reset. Either way a failure, never a short answer that
+  // looks whole.
+  void CutShort(const std::string& why) {
+    if (!chunked_) {
+      beast::error_code ignored;
+      Lowest().socket().set_option(net::socket_base::linger(true, 0), ignored);
+      return CloseNow();
+    }
+    if (!teTrailers_) return Close();
+    record_.status = kCimFailed;
+    std::string description = Printable(why, 256);
+    for (char& c : description) {
+      if (c == '\r' || c == '\n') c = ' ';
+    }
+    last_ = "0\r\nCIMStatusCode: " + std::to_string(static_cast<int>(kCimFailed)) +
+            "\r\nCIMStatusCodeDescription: " + description + "\r\n\r\n";
+    Lowest().expires_after(server_.config.requestTimeout);
+    net::async_write(stream_, net::buffer(last_), [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      if (ec) return self->Close();
+      self->Finish();
     });
   }
 
@@ -384,12 +414,14 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
   TClock::time_point started_ = TClock::now();
   unsigned version_ = 11;
   bool teTrailers_ = false;
+  bool chunked_ = false;  // the answer under way goes in chunks
   bool close_ = false;
   // The answer under way.
   TCallRecord record_;
   unsigned status_ = 200;
   std::unique_ptr<TResponseBody> body_;
   std::string piece_;
+  std::string last_;  // the last chunk of an answer cut short, with its trailer
   std::unique_ptr<http::response<http::string_body>> whole_;
   std::unique_ptr<http::response<http::buffer_body>> streamed_;
   std::unique_ptr<http::response_serializer<http::buffer_body>> serializer_;

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -287,6 +288,95 @@ TEST_F(HttpFramingTest, NestedReferencesCannotMultiplyARequest) {
 // With every connection slot taken, a new client gets in by closing the
 // connection that has waited longest for its next request; connections in
 // the middle of a request are never closed for it.
+// A handler whose answers are made in five pieces of 64 KiB, too long to
+// be sent with their length; at /fail the fourth piece cannot be made.
+class TPiecesHandler : public IHttpHandler {
+ public:
+  THttpAnswer Answer(const THttpRequest& request, const std::string&) override {
+    THttpAnswer answer;
+    answer.contentType = "text/plain";
+    answer.body = std::make_unique<TPieces>(request.target() == "/fail");
+    return answer;
+  }
+
+ private:
+  class TPieces : public TResponseBody {
+   public:
+    explicit TPieces(bool fail) : fail_(fail) {}
+    bool Next(std::string* out, size_t size) override {
+      if (fail_ && made_ == 3) throw std::runtime_error("the repository went away");
+      out->append(size, static_cast<char>('a' + made_));
+      return ++made_ < 5;
+    }
+
+   private:
+    bool fail_;
+    int made_ = 0;
+  };
+};
+
+// Long answers go in chunks to every HTTP/1.1 client, and the connection
+// stays for the next request; an HTTP/1.0 client reads to the end of the
+// connection. An answer that cannot be finished ends with its CIM status
+// in trailer fields for a client that takes them, and otherwise with the
+// connection, without the last chunk: never as a shorter answer that
+// looks whole.
+TEST(LongAnswerTest, ChunkedForHttp11AndCutShortVisibly) {
+  TPiecesHandler handler;
+  TWbemServerConfig config;
+  config.listen.push_back(TListenAddress{"127.0.0.1", 0, false});
+  std::ostringstream access;
+  TWbemServer server(handler, config, access);
+  server.Start();
+  std::thread thread([&] { server.Run(nullptr); });
+  const std::string whole = std::string(64u << 10, 'a') + std::string(64u << 10, 'b') +
+                            std::string(64u << 10, 'c') + std::string(64u << 10, 'd') + std::string(64u << 10, 'e');
+  struct TCase {
+    const char* name;
+    const char* version;
+    bool trailers;  // the client sends TE: trailers
+    bool fail;
+    size_t answers;  // whole answers of the two requests sent
+    bool chunked;
+    bool closed;
+  } cases[] = {
+      {"1.1", "1.1", false, false, 2, true, false},
+      {"1.1, TE: trailers", "1.1", true, false, 2, true, false},
+      {"1.0", "1.0", false, false, 1, false, true},
+      {"1.1, cut short", "1.1", false, true, 0, true, true},
+      {"1.1, TE: trailers, cut short", "1.1", true, true, 2, true, false},
+      {"1.0, cut short", "1.0", false, true, 0, false, true},
+  };
+  for (const TCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string request = std::string("GET ") + (c.fail ? "/fail" : "/ok") + " HTTP/" + c.version +
+                                "\r\nHost: localhost\r\n" + (c.trailers ? "TE: trailers\r\n" : "") + "\r\n";
+    TLoopbackClient client(server.Ports().front());
+    ASSERT_TRUE(client.Connected());
+    client.Send(request + request);
+    client.Read();
+    EXPECT_EQ(client.Closed(), c.closed);
+    EXPECT_EQ(client.Answers().size(), c.answers);
+    if (client.Answers().size() != c.answers) continue;
+    for (const TRawAnswer& answer : client.Answers()) {
+      EXPECT_EQ(answer.status, 200u);
+      EXPECT_EQ(answer.chunked, c.chunked);
+      if (!c.fail) {
+        EXPECT_EQ(answer.body, whole);
+        EXPECT_EQ(answer.fields.count("cimstatuscode"), 0u);
+        continue;
+      }
+      EXPECT_EQ(answer.body, whole.substr(0, 3u * (64u << 10)));
+      EXPECT_EQ(answer.fields.at("trailer"), "CIMStatusCode, CIMStatusCodeDescription");
+      EXPECT_EQ(answer.fields.at("cimstatuscode"), "1");
+      EXPECT_EQ(answer.fields.at("cimstatuscodedescription"), "the repository went away");
+    }
+  }
+  server.Stop();
+  thread.join();
+  EXPECT_NE(access.str().find("http=200 cim=1"), std::string::npos) << access.str();
+}
+
 TEST_F(HttpFramingTest, TheLongestIdleConnectionMakesRoom) {
   std::vector<std::unique_ptr<TLoopbackClient>> idle;
   for (size_t i = 0; i < kMaxConnections; ++i) {

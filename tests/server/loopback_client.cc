@@ -1,5 +1,7 @@
 #include "tests/server/loopback_client.h"
 
+#include <cctype>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -61,6 +63,7 @@ void TLoopbackClient::Read(std::chrono::milliseconds quiet, std::chrono::millise
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
       closed_ = true;  // an orderly close, or a reset
+      reset_ = n < 0;
       break;
     }
     received_.append(piece, static_cast<size_t>(n));
@@ -82,12 +85,18 @@ void TLoopbackClient::Parse() {
       used += n;
       if (ec || n == 0) break;
     }
-    if (!parser.is_done() && closed_ && !ec) {
-      // An answer that the end of the connection ends.
+    if (!parser.is_done() && closed_ && !reset_ && !ec) {
+      // An answer that the (orderly) end of the connection ends.
       parser.put_eof(ec);
     }
     if (!parser.is_done()) return;  // incomplete: wait for more
-    answers_.push_back(TRawAnswer{parser.get().result_int(), parser.get().body()});
+    TRawAnswer answer{parser.get().result_int(), parser.get().body(), parser.chunked(), {}};
+    for (const auto& field : parser.get()) {
+      std::string name(field.name_string());
+      for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+      answer.fields[name] = std::string(field.value());
+    }
+    answers_.push_back(std::move(answer));
     received_.erase(0, used);
   }
 }

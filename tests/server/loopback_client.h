@@ -6,12 +6,16 @@
 #define INMEM_TESTS_SERVER_LOOPBACK_CLIENT_H_
 
 #include <chrono>
+#include <map>
 #include <string>
 #include <vector>
 
 struct TRawAnswer {
   unsigned status = 0;
   std::string body;
+  bool chunked = false;
+  // Header and trailer fields, names in lower case.
+  std::map<std::string, std::string> fields;
 };
 
 class TLoopbackClient {
@@ -33,6 +37,8 @@ class TLoopbackClient {
             std::chrono::milliseconds limit = std::chrono::milliseconds(5000));
   // Whether the server has closed (or reset) the connection.
   bool Closed() const { return closed_; }
+  // Whether it was reset: an answer it cut short is then not whole.
+  bool Reset() const { return reset_; }
   // The statuses of the answers read, in order.
   std::vector<unsigned> Statuses() const;
   const std::vector<TRawAnswer>& Answers() const { return answers_; }
@@ -42,6 +48,7 @@ class TLoopbackClient {
 
   int fd_ = -1;
   bool closed_ = false;
+  bool reset_ = false;
   std::string received_;  // not yet parsed into answers
   std::vector<TRawAnswer> answers_;
 };
