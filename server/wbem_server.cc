@@ -26,6 +26,10 @@ namespace {
 
 // The size of the pieces an answer is made and sent in.
 const size_t kPiece = 64u << 10;
+// Access lines are written together, at the latest this long after the
+// first of them, or once this many bytes have gathered.
+const std::chrono::milliseconds kAccessFlush(100);
+const size_t kAccessBuffer = 64u << 10;
 
 typedef std::chrono::steady_clock TClock;
 
@@ -74,6 +78,7 @@ class TWbemServer::TImpl {
   // at it, when a connection waiting for a request can be closed for it
   // (the one that has waited longest).
   bool Admit(const std::string& peer);
+  void FlushAccess();
   void Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,
            TClock::time_point started);
   void Stop();
@@ -95,6 +100,12 @@ class TWbemServer::TImpl {
   std::unique_ptr<IHttpHandler> owned;
   IHttpHandler& handler;
   std::ostream& access;
+  // Access lines not written yet: they go out together when kAccessBuffer
+  // bytes have gathered, kAccessFlush after the first of them, and when
+  // the server stops.
+  std::string accessLines;
+  net::steady_timer accessTimer{ioc};
+  bool accessTimerArmed = false;
   std::vector<std::unique_ptr<tcp::acceptor>> acceptors;
   // A task run every `period` (Every).
   struct TRepeating {
@@ -462,9 +473,10 @@ void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record,
   const double ms = std::chrono::duration<double, std::milli>(TClock::now() - started).count();
   char duration[32];
   std::snprintf(duration, sizeof duration, "%.2fms", ms);
-  // Made whole first and written in one piece: one system call a line on
-  // an unbuffered stream such as standard error, and no line torn by
-  // another thread's writes to the same stream.
+  // Made whole first, and written with the lines around it in one piece
+  // (FlushAccess): one system call for many lines on an unbuffered stream
+  // such as standard error, and no line torn by another thread's writes to
+  // the same stream.
   std::string line;
   line.reserve(128);
   line.append(config.logName).append(": ").append(peer).append(1, ' ');
@@ -472,8 +484,22 @@ void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record,
   line.append(record.target.empty() ? "-" : Printable(record.target)).append(" http=");
   line.append(std::to_string(httpStatus)).append(" cim=").append(std::to_string(static_cast<int>(record.status)));
   line.append(1, ' ').append(duration).append(1, '\n');
-  access.write(line.data(), static_cast<std::streamsize>(line.size()));
+  accessLines.append(line);
+  if (accessLines.size() >= kAccessBuffer) return FlushAccess();
+  if (accessTimerArmed) return;
+  accessTimerArmed = true;
+  accessTimer.expires_after(kAccessFlush);
+  accessTimer.async_wait([this](const beast::error_code&) {
+    accessTimerArmed = false;
+    FlushAccess();
+  });
+}
+
+void TWbemServer::TImpl::FlushAccess() {
+  if (accessLines.empty()) return;
+  access.write(accessLines.data(), static_cast<std::streamsize>(accessLines.size()));
   access.flush();
+  accessLines.clear();
 }
 
 void TWbemServer::TImpl::Arm(TRepeating& r) {
@@ -488,6 +514,8 @@ void TWbemServer::TImpl::Arm(TRepeating& r) {
 void TWbemServer::TImpl::Stop() {
   if (stopping) return;
   stopping = true;
+  FlushAccess();
+  accessTimer.cancel();
   beast::error_code ignored;
   for (auto& acceptor : acceptors) acceptor->close(ignored);
   for (auto& r : repeating) r->timer.cancel();
@@ -580,6 +608,7 @@ std::vector<unsigned short> TWbemServer::Ports() const {
 
 void TWbemServer::Run(const std::function<void()>& onStop) {
   impl_->ioc.run();
+  impl_->FlushAccess();
   if (onStop) onStop();
 }
 

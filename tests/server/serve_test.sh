@@ -103,6 +103,11 @@ expect "keep-alive" 'Re-using existing connection' \
 expect "answers are valid" 'ERROR CODE="6"' post GetClass '<IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="Nope"/></IPARAMVALUE>'
 [ -z "$(grep -E 'http=[0-9]+ cim=[0-9]+ [0-9.]+ms$' serve.log | grep -v '^inmem serve: 127\.0\.0\.1:' || true)" ] ||
   fail "access lines without their peer"
+# Access lines are written together, within a moment.
+for _ in $(seq 30); do
+  grep -Eq '^inmem serve: 127\.0\.0\.1:[0-9]+ CreateInstance test_disk.id="sdc",slot=2 http=200 cim=0 ' serve.log && break
+  sleep 0.1
+done
 grep -Eq '^inmem serve: 127\.0\.0\.1:[0-9]+ CreateInstance test_disk.id="sdc",slot=2 http=200 cim=0 ' serve.log ||
   fail "no access line for CreateInstance"
 
@@ -173,6 +178,7 @@ exec 4<> /dev/tcp/127.0.0.1/$port
 sleep 0.1
 # Both slots idle: a third client gets in, and the first idle one goes.
 expect "a third connection" '^HTTP/1.1 404' curl -s -i --max-time 5 http://127.0.0.1:$port/nope
+for _ in $(seq 30); do grep -q 'closed: idle longest of 2 connections are open' serve.log && break; sleep 0.1; done
 grep -q 'closed: idle longest of 2 connections are open' serve.log || fail "no line for the closed idle connection"
 SECONDS=0
 timeout 10 cat <&3 > /dev/null || fail "the longest idle connection was not closed"
