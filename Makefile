@@ -7,6 +7,10 @@
 #   make sanitize  the tests again under AddressSanitizer, UBSan and LeakSanitizer
 #   make bench     the benchmark suite (Release build; JSON in build-bench/bench.json),
 #                  then the indications measured end to end (make bench-indications)
+#                  and the server against the floor (make bench-server)
+#   make bench-server  inmem serve under wrk beside nginx answering the same bytes
+#                  (table in build-bench/server.txt; SERVER_BENCH_ARGS="SECONDS RUNS",
+#                  default 10 s, 3 runs, about 13 minutes)
 #   make fuzz      the fuzz harnesses (clang, libFuzzer), each run FUZZ_SECONDS
 #   make deb       a Debian package (CPack) in build-deb/
 
@@ -14,6 +18,7 @@ BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
 BENCH_DIR ?= build-bench
 BENCH_ARGS ?=
+SERVER_BENCH_ARGS ?=
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
 FUZZ_HARNESSES ?=
@@ -21,7 +26,7 @@ DEB_DIR ?= build-deb
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DINMEM_WERROR=ON
 
-.PHONY: deps build run test sanitize bench bench-indications fuzz deb clean
+.PHONY: deps build run test sanitize bench bench-indications bench-server fuzz deb clean
 
 # What the tests need; `install-deps.sh run` is what the main job alone does.
 deps:
@@ -56,6 +61,7 @@ bench:
 	$(BENCH_DIR)/bench/inmem_bench --benchmark_out=$(BENCH_DIR)/bench.json \
 	  --benchmark_out_format=json $(BENCH_ARGS)
 	$(INDICATION_BENCH)
+	$(SERVER_BENCH)
 
 # Indications end to end: inmem serve, inmem listen and answering listeners
 # on loopback (bench/indication_bench.py; table in build-bench/indications.txt).
@@ -69,6 +75,21 @@ bench-indications:
 	@bash scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
 	$(INDICATION_BENCH)
+
+# inmem serve under load against the machine's floor: wrk sends GetInstance,
+# Associators and EnumerateInstances to it and to nginx (one worker)
+# answering the same bytes, on loopback (bench/server_bench.py and
+# bench/server_bench.lua; table in build-bench/server.txt).
+define SERVER_BENCH
+cmake --build $(BENCH_DIR) -j $(JOBS) --target inmem_cli
+/usr/bin/python3 bench/server_bench.py $(BENCH_DIR)/tools/inmem $(SERVER_BENCH_ARGS) \
+  > $(BENCH_DIR)/server.txt; status=$$?; cat $(BENCH_DIR)/server.txt; exit $$status
+endef
+
+bench-server:
+	@bash scripts/install-deps.sh bench
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DINMEM_WERROR=ON -DINMEM_BUILD_BENCH=ON -DBUILD_TESTING=OFF
+	$(SERVER_BENCH)
 
 # Fuzzers: every library with coverage hooks and sanitizers, each harness run
 # on a scratch copy of its seed corpus (fuzz/corpus/); FUZZ_HARNESSES picks some.

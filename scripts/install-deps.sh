@@ -4,7 +4,7 @@
 #
 #   install-deps.sh run        building the tool and running the main job (make run)
 #   install-deps.sh test       that, and what the tests need (make test, make sanitize)
-#   install-deps.sh bench      that of run, and the benchmark library (make bench)
+#   install-deps.sh bench      that of run, the benchmark library, and wrk and nginx (make bench)
 #   install-deps.sh deb        that of run, and what makes the Debian package (make deb)
 #   install-deps.sh fuzz       that of run, and clang with its fuzzer runtime (make fuzz)
 #   install-deps.sh --list SET the packages of SET, one a line, installing nothing
@@ -47,6 +47,8 @@ test=(
 bench=(
   libbenchmark-dev
   python3 procps      # bench/indication_bench.py runs inmem serve and listen, stops them with pkill
+  wrk                 # bench/server_bench.py: the HTTP load generator (with LuaJIT scripting)
+  nginx-light         # bench/server_bench.py: the floor, one worker answering the same bytes
 )
 deb=(
   dpkg-dev            # dpkg-shlibdeps: the library dependencies of make deb
