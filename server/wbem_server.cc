@@ -454,6 +454,10 @@ void TWbemServer::TImpl::Accept(size_t index) {
     beast::error_code ignored;
     const std::string peer = EndpointText(socket.remote_endpoint(ignored));
     const std::string local = socket.local_endpoint(ignored).address().to_string();
+    // Answers go as written: the last small piece of a chunked answer must
+    // not wait for the acknowledgement of the one before (Nagle's
+    // algorithm against the client's delayed ACK, some 40 ms).
+    socket.set_option(tcp::no_delay(true), ignored);
     if (!Admit(peer)) {
       socket.close(ignored);
     } else if (config.listen[index].tls) {
