@@ -59,24 +59,23 @@ bool Eventually(F done, milliseconds limit = milliseconds(5000)) {
   return true;
 }
 
+// A certificate made for the test, and a file that trusts it (for
+// TDeliveryConfig::trustedCertificates), removed with it.
+struct TTrustedCertificate {
+  explicit TTrustedCertificate(const std::string& name)
+      : certificate(MakeTestCertificate()), file(testing::TempDir() + name) {
+    std::ofstream(file) << certificate.certificatePem;
+  }
+  ~TTrustedCertificate() { std::remove(file.c_str()); }
+  const TTestCertificate certificate;
+  const std::string file;
+};
+
 size_t Lines(const std::string& log, const std::string& part) {
   size_t n = 0;
   std::istringstream lines(log);
   for (std::string line; std::getline(lines, line);) n += line.find(part) != std::string::npos;
   return n;
-}
-
-TEST(IndicationDeliveryTest, KeepsOrderOnOneConnection) {
-  TTestListener listener;
-  std::ostringstream log;
-  TIndicationDelivery delivery(Quick(), log);
-  for (int i = 0; i < 3000; ++i) delivery.Send(To(listener), Body(i), "sub");
-  ASSERT_TRUE(listener.WaitForAccepted(3000, milliseconds(10000)));
-  EXPECT_EQ(listener.AcceptedBodies(), Bodies(0, 3000));
-  EXPECT_EQ(listener.Received().back().connection, 1u);
-  ASSERT_TRUE(Eventually([&] { return delivery.Counts("dest").sent == 3000; }));
-  const TDeliveryCounts counts = delivery.Counts("dest");
-  EXPECT_EQ(counts.dropped + counts.queued + counts.retried, 0u);
 }
 
 TEST(IndicationDeliveryTest, SendsTheExportHeadersAndCredentials) {
@@ -264,38 +263,6 @@ TEST(IndicationDeliveryTest, ADeadDestinationDoesNotHoldUpAnother) {
   }
 }
 
-// The connection is kept between indications, and opened again when the
-// listener closes it, saying so or not; neither costs a retry (the retry
-// interval is long, so one would also show in the time taken).
-TEST(IndicationDeliveryTest, KeepsTheConnectionAndReopensWhatTheListenerCloses) {
-  struct TCase {
-    const char* name;
-    TReply reply;
-    size_t connections;
-  } cases[] = {
-      {"kept", TReply{}, 1},
-      {"Connection: close", [] { TReply r; r.close = true; return r; }(), 5},
-      {"closed silently", [] { TReply r; r.closeAfter = true; return r; }(), 5},
-  };
-  for (const TCase& c : cases) {
-    SCOPED_TRACE(c.name);
-    TTestListener listener;
-    listener.SetReplies([&](size_t) { return c.reply; });
-    TDeliveryConfig config = Quick();
-    config.retryInterval = milliseconds(3000);
-    std::ostringstream log;
-    TIndicationDelivery delivery(config, log);
-    for (int i = 0; i < 5; ++i) {
-      delivery.Send(To(listener), Body(i), "s");
-      ASSERT_TRUE(listener.WaitForAccepted(i + 1, milliseconds(1000)));
-      std::this_thread::sleep_for(milliseconds(20));  // the listener's close lands before the next
-    }
-    EXPECT_EQ(listener.AcceptedBodies(), Bodies(0, 5));
-    EXPECT_EQ(listener.Received().back().connection, c.connections);
-    EXPECT_EQ(delivery.Counts("dest").retried, 0u);
-  }
-}
-
 TEST(IndicationDeliveryTest, StopDeliversWithinTheGraceThenDrops) {
   struct TCase {
     const char* name;
@@ -355,9 +322,9 @@ TEST(IndicationDeliveryTest, ForgetDropsTheQueueAndAbandonsTheTry) {
 }
 
 TEST(IndicationDeliveryTest, HttpsChecksTheListenersCertificate) {
-  const TTestCertificate certificate = MakeTestCertificate();
-  const std::string trusted = testing::TempDir() + "delivery-trusted.pem";
-  std::ofstream(trusted) << certificate.certificatePem;
+  const TTrustedCertificate trustedFile("delivery-trusted.pem");
+  const TTestCertificate& certificate = trustedFile.certificate;
+  const std::string& trusted = trustedFile.file;
   struct TCase {
     const char* name;
     bool trust, verify;
@@ -389,7 +356,6 @@ TEST(IndicationDeliveryTest, HttpsChecksTheListenersCertificate) {
       EXPECT_NE(failures[0].reason.find("certificate verify failed"), std::string::npos) << failures[0].reason;
     }
   }
-  std::remove(trusted.c_str());
 }
 
 TEST(IndicationDeliveryTest, AnUnusableUrlDropsAtOnceWithoutRetries) {
@@ -412,9 +378,9 @@ TEST(IndicationDeliveryTest, AnUnusableUrlDropsAtOnceWithoutRetries) {
 // refills the pipeline half at a time, so how full it is when a slow
 // answer comes varies; it is more than half full.)
 TEST(IndicationDeliveryTest, PipelinesUpToTheDepthInOrder) {
-  const TTestCertificate certificate = MakeTestCertificate();
-  const std::string trusted = testing::TempDir() + "delivery-pipeline-trusted.pem";
-  std::ofstream(trusted) << certificate.certificatePem;
+  const TTrustedCertificate trustedFile("delivery-pipeline-trusted.pem");
+  const TTestCertificate& certificate = trustedFile.certificate;
+  const std::string& trusted = trustedFile.file;
   struct TCase {
     const char* name;
     unsigned depth;
@@ -449,7 +415,6 @@ TEST(IndicationDeliveryTest, PipelinesUpToTheDepthInOrder) {
     const TDeliveryCounts counts = delivery.Counts("dest");
     EXPECT_EQ(counts.dropped + counts.queued + counts.retried, 0u);
   }
-  std::remove(trusted.c_str());
 }
 
 // Gathering: after a quiet window an indication goes at once; what comes
@@ -584,6 +549,7 @@ TEST(IndicationDeliveryTest, AFailureInAFullPipelineResendsFromTheFailedOne) {
   }
 }
 
+// One connection carries every indication to a listener that keeps it.
 // Listeners that keep no connection, or end each one after a few answers,
 // cost no retry. Saying Connection: close and closing gracefully, they get
 // every indication once, in order, each connection carrying what they
@@ -599,6 +565,7 @@ TEST(IndicationDeliveryTest, ListenersThatCloseConnections) {
     bool readAhead;
     bool once;  // each indication arrives once (else runs may arrive again)
   } cases[] = {
+      {"kept", 1000, true, false, true},
       {"Connection: close on every answer", 1, true, false, true},
       {"Connection: close on every answer, reading ahead", 1, true, true, true},
       {"closed at once after every answer", 1, false, false, true},
