@@ -4,14 +4,16 @@
 The workload is the systems model of the in-process suite, as MOF: systems
 with ten components each and one association instance per component
 linking it to its system; 100 systems (2,100 instances, "1x") and 1,000
-systems (21,000 instances, "10x"), each served by its own Release
-inmem serve. wrk sends one CIM-XML request over and over (bench/server_bench.lua):
+systems (21,000 instances, "10x"), each served by Release inmem serve with
+--threads 1 and, beside it, with --threads 2. wrk sends one CIM-XML
+request over and over (bench/server_bench.lua):
 
   GetInstance          one component, by key;
   Associators          of one system: its ten components;
   EnumerateInstances   of the component class: 1,000 (1x) or 10,000 (10x).
 
-Each at 1 connection (wrk -t1 -c1) and at 8 (wrk -t2 -c8). The floor is
+Each at 1 connection (wrk -t1 -c1) and at 8 (wrk -t2 -c8); --threads 2 at
+8 connections only, where a second thread has work. The floor is
 nginx with one worker process answering the same bytes with status 200:
 each answer is taken from inmem serve first (one request), and nginx sends
 it back from `return 200 '...'` when it is small, from a file when it is
@@ -28,6 +30,11 @@ range of the request rates, and inmem's figures over the floor's.
 Every answer is checked: status 200 and the bytes expected. Answers after
 which the server closed the connection are counted (wrk then opens a new
 one), as are the socket errors wrk reports.
+
+Last, memory under load: GetInstance 1x at 8 connections for RSS_SECONDS
+(60, or SERVER_BENCH_RSS_SECONDS) on the --threads 2 server, its RSS taken
+after the first 10 s (warmed up) and at the end; growth between the two is
+reported.
 
     server_bench.py TOOL [SECONDS [RUNS]]      (defaults: 10 s, 3 runs)
 
@@ -55,6 +62,9 @@ LUA = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'server_bench.lua
 COMPONENTS_PER_SYSTEM = 10
 SCALES = (1, 10)                     # 100 and 1,000 systems
 CONNECTIONS = (1, 8)
+THREADS = (1, 2)
+RSS_SECONDS = int(os.environ.get('SERVER_BENCH_RSS_SECONDS', '60'))
+RSS_WARM_UP = 10
 # nginx reads its configuration in 4 KB pieces, and a `return` text must fit
 # in one; larger answers are served from a file.
 RETURN_LIMIT = 3500
@@ -66,7 +76,7 @@ work = tempfile.mkdtemp(prefix='inmem-server-bench-')
 os.chmod(work, 0o755)
 processes = []
 # Generous bounds: every run of every case, twice, plus loading and setting up.
-BUDGET = len(SCALES) * 3 * len(CONNECTIONS) * 2 * RUNS * (SECONDS + 15) + 600
+BUDGET = len(SCALES) * 3 * (len(CONNECTIONS) * 2 + 1) * RUNS * (SECONDS + 15) + RSS_SECONDS + 600
 
 
 def fail(message):
@@ -236,8 +246,9 @@ def post(port, path, method, body):
         connection.close()
 
 
-def serve(mof, label):
-    process, log = start([tool, '-m', mof, 'serve', '--listen', '127.0.0.1:0'], label + '.log')
+def serve(mof, label, threads):
+    process, log = start([tool, '-m', mof, 'serve', '--listen', '127.0.0.1:0', '--threads', str(threads)],
+                         label + '.log')
     for _ in range(1200):                     # up to a minute to load the MOF
         with open(log.name) as text:
             found = re.search(r'listening on http://127\.0\.0\.1:(\d+)', text.read())
@@ -336,7 +347,8 @@ http {
 RESULT = re.compile(r'server_bench: (.*)')
 
 
-def run_wrk(target, case, connections):
+def run_wrk(target, case, connections, seconds=SECONDS, during=None):
+    """One wrk run; `during`, when given, is called while wrk runs."""
     threads = 1 if connections == 1 else 2
     output = os.path.join(work, 'wrk-%s-%s-%d.txt' % (target['name'], case['key'], connections))
     members = group_members(target['process'])
@@ -345,12 +357,14 @@ def run_wrk(target, case, connections):
     cpu_before = cpu_seconds(members)
     with open(output, 'w') as out:
         wrk = subprocess.Popen(
-            ['timeout', str(SECONDS + 60), 'wrk', '-t%d' % threads, '-c%d' % connections, '-d%ds' % SECONDS,
+            ['timeout', str(seconds + 60), 'wrk', '-t%d' % threads, '-c%d' % connections, '-d%ds' % seconds,
              '--timeout', '20s', '--latency', '-s', LUA,
              'http://127.0.0.1:%d%s' % (target['port'], target['path'](case)),
              '--', case['request_file'], case['method'], case['answer_file']],
             stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.STDOUT, start_new_session=True)
         processes.append(wrk)
+        if during is not None:
+            during(members)
         _, status, usage = os.wait4(wrk.pid, 0)
         wrk.returncode = os.waitstatus_to_exitcode(status)
     cpu_after = cpu_seconds(members)
@@ -381,9 +395,13 @@ def measure():
     servers = {}
     for scale in SCALES:
         mof, instances = write_mof(scale)
-        process, log, port = serve(mof, 'serve-%dx' % scale)
-        servers[scale] = {'name': 'inmem-%dx' % scale, 'process': process, 'log': log, 'port': port,
-                          'path': lambda case: '/cimom', 'instances': instances}
+        servers[scale] = {}
+        for threads in THREADS:
+            process, log, port = serve(mof, 'serve-%dx-t%d' % (scale, threads), threads)
+            servers[scale][threads] = {'name': 'inmem-%dx-t%d' % (scale, threads), 'process': process, 'log': log,
+                                       'port': port, 'path': lambda case: '/cimom', 'instances': instances,
+                                       'threads': threads}
+        port = servers[scale][1]['port']
         for label, method, body, count, keys in cases_of(scale):
             key = '%s-%dx' % (method.lower(), scale)
             request_file = os.path.join(work, 'request-%s.xml' % key)
@@ -398,15 +416,16 @@ def measure():
             for wanted in keys:
                 if wanted.encode() not in answer:
                     fail('%s answered without %s' % (key, wanted))
-            again = post(port, '/cimom', method, body)[1]
-            if again != answer:
-                fail('%s answered different bytes the second time' % key)
+            for server in servers[scale].values():
+                again = post(server['port'], '/cimom', method, body)[1]
+                if again != answer:
+                    fail('%s answered different bytes the second time (%s)' % (key, server['name']))
             answer_file = os.path.join(work, 'answer-%s.xml' % key)
             with open(answer_file, 'wb') as f:
                 f.write(answer)
             cases.append({'key': key, 'label': label, 'method': method, 'scale': scale, 'answer': answer,
                           'request_file': request_file, 'answer_file': answer_file, 'count': count,
-                          'server': servers[scale],
+                          'servers': servers[scale],
                           'framing': 'Content-Length' if response.getheader('Content-Length') else
                           'chunked' if response.getheader('Transfer-Encoding') else 'to the close'})
 
@@ -424,14 +443,35 @@ def measure():
     for round_ in range(RUNS):
         for case in cases:
             for connections in CONNECTIONS:
-                for target in (case['server'], floor):
+                for target in [case['servers'][t] for t in THREADS] + [floor]:
+                    kind = target_kind(target)
+                    if connections == 1 and target.get('threads', 1) > 1:
+                        continue
                     figures = run_wrk(target, case, connections)
-                    runs.setdefault((case['key'], connections, target['name'] == 'nginx'), []).append(figures)
-                    print('run %d/%d %-26s %d conn %-6s %9.0f req/s' % (
-                        round_ + 1, RUNS, case['key'], connections, 'nginx' if target is floor else 'inmem',
-                        figures['rate']), file=sys.stderr, flush=True)
+                    runs.setdefault((case['key'], connections, kind), []).append(figures)
+                    print('run %d/%d %-26s %d conn %-9s %9.0f req/s' % (
+                        round_ + 1, RUNS, case['key'], connections, kind, figures['rate']),
+                        file=sys.stderr, flush=True)
 
-    return cases, servers, runs
+    return cases, servers, runs, rss_growth(cases[0])
+
+
+def target_kind(target):
+    return 'nginx' if target['name'] == 'nginx' else 'inmem-t%d' % target['threads']
+
+
+def rss_growth(case):
+    """RSS of the busiest server after warm-up and at the end of a long run."""
+    target = case['servers'][THREADS[-1]]
+    samples = {}
+
+    def sample(members):
+        time.sleep(RSS_WARM_UP)
+        samples['warm'] = rss_mib(members)
+
+    figures = run_wrk(target, case, CONNECTIONS[-1], RSS_SECONDS, sample)
+    return {'case': case, 'target': target, 'warm': samples['warm'], 'end': figures['rss'],
+            'requests': figures['requests'], 'wrong': figures['not200'] + figures['cimerror'] + figures['otherbody']}
 
 
 def load_average():
@@ -448,45 +488,53 @@ def cpu_text(us):
     return '%.1f' % us if us < 1000 else format(round(us), ',')
 
 
-def report(cases, servers, runs, load_at_start):
+def report(cases, servers, runs, rss, load_at_start):
     """The table; the number of wrong answers."""
     wrong = 0
     lines = [
-        '`inmem serve` (Release) and the floor (nginx, one worker, answering the same bytes) under wrk on '
-        '127.0.0.1, %d s a run, medians of %d runs; 1 connection: wrk -t1 -c1, 8: wrk -t2 -c8. '
-        'Instances: 1x %s, 10x %s. Server CPU: user+system time of its processes over the requests wrk '
-        'completed; wrk CPU: its own. RSS: the server\'s processes after the last run. "closed": answers '
-        'after which the server closed the connection; socket errors (wrk\'s connect/read/write/timeout) '
-        'and wrong answers (not 200, or not the bytes expected) summed over the runs. %d cores, load '
-        'average %s at the start, %s at the end.'
-        % (SECONDS, RUNS, format(servers[1]['instances'], ','), format(servers[10]['instances'], ','),
+        '`inmem serve` (Release; --threads 1, and --threads 2 at 8 connections) and the floor (nginx, one '
+        'worker, answering the same bytes) under wrk on 127.0.0.1, access log on (to a file), %d s a run, '
+        'medians of %d runs; 1 connection: wrk -t1 -c1, 8: wrk -t2 -c8. Instances: 1x %s, 10x %s. Server '
+        'CPU: user+system time of its processes over the requests wrk completed; wrk CPU: its own. RSS: the '
+        'server\'s processes after the last run. "closed": answers after which the server closed the '
+        'connection; socket errors (wrk\'s connect/read/write/timeout) and wrong answers (not 200, or not '
+        'the bytes expected) summed over the runs. %d cores, load average %s at the start, %s at the end.'
+        % (SECONDS, RUNS, format(servers[1][1]['instances'], ','), format(servers[10][1]['instances'], ','),
            os.cpu_count(), load_at_start, load_average()),
         '',
         '| workload | conn | server | sent as | req/s (range) | p50 ms | p99 ms | server CPU us/req '
-        '| wrk CPU us/req | RSS MiB | closed | socket errors | wrong | inmem/floor req/s | inmem/floor CPU |',
-        '|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|',
+        '| wrk CPU us/req | RSS MiB | closed | socket errors | wrong | inmem/floor req/s | inmem/floor CPU '
+        '| 2 threads/1 req/s |',
+        '|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|',
     ]
+    kinds = ['inmem-t%d' % t for t in THREADS] + ['nginx']
     for case in cases:
         workload = '%s %dx: %s instance%s, %s B' % (
             case['label'], case['scale'], format(case['count'], ','), '' if case['count'] == 1 else 's',
             format(len(case['answer']), ','))
         for connections in CONNECTIONS:
             medians = {}
-            for is_floor in (False, True):
-                these = runs[(case['key'], connections, is_floor)]
-                medians[is_floor] = {k: median(these, k)
+            for kind in kinds:
+                these = runs.get((case['key'], connections, kind))
+                if these:
+                    medians[kind] = {k: median(these, k)
                                      for k in ('rate', 'p50_us', 'p99_us', 'server_us', 'wrk_us')}
-            for is_floor in (False, True):
-                these = runs[(case['key'], connections, is_floor)]
-                m = medians[is_floor]
+            first = True
+            for kind in kinds:
+                if kind not in medians:
+                    continue
+                these = runs[(case['key'], connections, kind)]
+                m = medians[kind]
+                floor = kind == 'nginx'
                 rates = [r['rate'] for r in these]
                 requests = sum(r['requests'] for r in these)
                 not200, cimerror, otherbody = (sum(r[k] for r in these) for k in ('not200', 'cimerror', 'otherbody'))
                 wrong += not200 + cimerror + otherbody
                 closed = sum(r['closed'] for r in these)
-                lines.append('| %s | %d | %s | %s | %s (%s-%s) | %s | %s | %s | %s | %.1f | %s | %s | %s | %s | %s |' % (
-                    workload if not is_floor else '', connections, 'nginx' if is_floor else 'inmem',
-                    case['floor'] if is_floor else case['framing'],
+                lines.append('| %s | %d | %s | %s | %s (%s-%s) | %s | %s | %s | %s | %.1f | %s | %s | %s | %s | %s | %s |' % (
+                    workload if first else '', connections,
+                    'nginx' if floor else 'inmem, %s thread%s' % (kind[-1], '' if kind[-1] == '1' else 's'),
+                    case['floor'] if floor else case['framing'],
                     format(round(m['rate']), ','), format(round(min(rates)), ','), format(round(max(rates)), ','),
                     latency_text(m['p50_us']), latency_text(m['p99_us']), cpu_text(m['server_us']),
                     cpu_text(m['wrk_us']), these[-1]['rss'],
@@ -495,10 +543,19 @@ def report(cases, servers, runs, load_at_start):
                     '0' if not (not200 or cimerror or otherbody) else
                     '%d (not 200: %d, CIM error: %d, other bytes: %d)' % (
                         not200 + cimerror + otherbody, not200, cimerror, otherbody),
-                    '' if is_floor else '%.2f' % (m['rate'] / medians[True]['rate']),
-                    '' if is_floor else '%.1f' % (m['server_us'] / medians[True]['server_us'])))
+                    '' if floor else '%.2f' % (m['rate'] / medians['nginx']['rate']),
+                    '' if floor else '%.1f' % (m['server_us'] / medians['nginx']['server_us']),
+                    '%.2f' % (m['rate'] / medians['inmem-t1']['rate']) if kind == 'inmem-t2' else ''))
+                first = False
+    wrong += rss['wrong']
     lines += ['', '"sent as": how inmem serve framed its answer (Content-Length, chunked, or to the close); '
-              'how nginx sent it (`return 200 \'...\'`, or a file). Took %.0f s.' % (time.time() - began)]
+              'how nginx sent it (`return 200 \'...\'`, or a file).',
+              '',
+              'Memory under load: %s at %d connections for %d s on inmem serve --threads %d, %s requests '
+              '(%s wrong): RSS %.1f MiB after %d s, %.1f MiB at the end (%+.1f MiB). Took %.0f s.'
+              % (rss['case']['label'] + ' %dx' % rss['case']['scale'], CONNECTIONS[-1], RSS_SECONDS,
+                 rss['target']['threads'], format(rss['requests'], ','), rss['wrong'], rss['warm'], RSS_WARM_UP,
+                 rss['end'], rss['end'] - rss['warm'], time.time() - began)]
     print('\n'.join(lines))
     return wrong
 

@@ -2,10 +2,8 @@
 
 #include "core/root_object.h"
 
-TLogCapture::TLogCapture() : previous_(TRootObject::GetCoreLogger()) {
-  TRootObject::SetCoreLogger(this);
-}
+TLogCapture::TLogCapture() : previous_(TRootObject::SetThreadLogger(this)) {}
 
-TLogCapture::~TLogCapture() { TRootObject::SetCoreLogger(previous_); }
+TLogCapture::~TLogCapture() { TRootObject::SetThreadLogger(previous_); }
 
 void TLogCapture::Log(int level, const std::string& text) { lines_.emplace_back(level, text); }

@@ -1,11 +1,14 @@
-// TLogCapture: while it lives, the core's logger is this object, which keeps
-// every line written to it and passes none on.
+// TLogCapture: while it lives, the core's logger on the thread that made it
+// is this object, which keeps every line written to it and passes none on.
+// Other threads log as before, so each of several threads may capture its
+// own operation's lines at once.
 //
 // A host wraps one operation in a capture when it reports that operation's
 // failure itself: the lines the repository logged on the way (the reason of
 // a refusal, which the exception does not carry) then become part of the
 // host's own report instead of reaching the user separately. Captures nest:
-// the previous logger is put back when the capture goes.
+// the previous logger is put back when the capture goes, which must be on
+// the thread that made it.
 
 #ifndef INMEM_CORE_LOG_CAPTURE_H_
 #define INMEM_CORE_LOG_CAPTURE_H_

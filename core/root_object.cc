@@ -14,6 +14,7 @@ ILogger* DefaultLogger() {
 }
 
 std::atomic<ILogger*> g_installedLogger{nullptr};
+thread_local ILogger* t_threadLogger = nullptr;
 
 boost::shared_ptr<INamespaceProviderManager>& CoreManager() {
   static auto* const manager = new boost::shared_ptr<INamespaceProviderManager>(
@@ -29,11 +30,18 @@ boost::shared_ptr<INamespaceProviderManager>& InstalledManager() {
 }  // namespace
 
 ILogger* TRootObject::GetCoreLogger() {
+  if (t_threadLogger != nullptr) return t_threadLogger;
   ILogger* logger = g_installedLogger.load();
   return logger != nullptr ? logger : DefaultLogger();
 }
 
 void TRootObject::SetCoreLogger(ILogger* logger) { g_installedLogger.store(logger); }
+
+ILogger* TRootObject::SetThreadLogger(ILogger* logger) {
+  ILogger* previous = t_threadLogger;
+  t_threadLogger = logger;
+  return previous;
+}
 
 boost::shared_ptr<INamespaceProviderManager> TRootObject::GetNamespaceProviderManager() {
   const boost::shared_ptr<INamespaceProviderManager>& installed = InstalledManager();

@@ -7,6 +7,11 @@
 // manager of their own (an empty pointer puts the core's manager back).
 // None of this is locked beyond the pointer swap itself: install replacements
 // before other threads use the core.
+//
+// A thread may also put a logger of its own in front of the process's
+// (SetThreadLogger, what TLogCapture does): while set, what that thread logs
+// goes there alone, and other threads are not affected. This is how
+// requests answered on several threads at once each keep their own lines.
 
 #ifndef INMEM_CORE_ROOT_OBJECT_H_
 #define INMEM_CORE_ROOT_OBJECT_H_
@@ -21,6 +26,9 @@ class TRootObject {
  public:
   static ILogger* GetCoreLogger();
   static void SetCoreLogger(ILogger* logger);
+  // Sets the calling thread's own logger (nullptr: none, the process's
+  // applies) and returns the one it replaces.
+  static ILogger* SetThreadLogger(ILogger* logger);
 
   static boost::shared_ptr<INamespaceProviderManager> GetNamespaceProviderManager();
   static void SetNamespaceProviderManager(

@@ -15,8 +15,10 @@
 // OnFatalErrorPolicy is Disable is disabled (SubscriptionState Disabled),
 // one whose policy is Remove is deleted; Ignore leaves it.
 //
-// Not thread-safe: the server's thread owns it, the registry and the
-// Interop namespace; `sink` must be safe to call from that thread.
+// Not thread-safe by itself: the server calls it with the operations'
+// lock (TRepositoryLock) held alone, which also keeps the registry and
+// the Interop namespace; `sink` must be safe to call from any of the
+// server's threads.
 
 #ifndef INMEM_INDICATION_INDICATION_SERVICE_H_
 #define INMEM_INDICATION_INDICATION_SERVICE_H_

@@ -80,7 +80,9 @@ void TInmemClass::EnumerateReferrers(const TInmemInstance& target,
   struct TActiveWalk {
     explicit TActiveWalk(TInmemClass* cls) : cls(cls) { ++cls->activeWalks; }
     ~TActiveWalk() {
-      if (--cls->activeWalks == 0) cls->droppedDuringWalks.clear();
+      // Only a write drops instances: readers walking side by side find the
+      // list empty and leave it alone.
+      if (cls->activeWalks.fetch_sub(1) == 1 && !cls->droppedDuringWalks.empty()) cls->droppedDuringWalks.clear();
     }
     TInmemClass* cls;
   } active(this);

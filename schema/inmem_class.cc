@@ -142,31 +142,35 @@ bool TInmemClass::IsSubclassOf(boost::shared_ptr<ICIMClass> other, TContext) con
   }
 }
 
-boost::shared_ptr<const TInmemClass::TKeyCache> TInmemClass::Keys() {
+const TInmemClass::TShape& TInmemClass::Shape() {
   const uint64_t generation = SchemaGeneration();
-  if (!keyCache || keyCache->generation != generation) {
-    auto fresh = boost::make_shared<TKeyCache>();
-    fresh->generation = generation;
-    EnumerateKeysFrom(propertyDecls.begin(), [&](const TPropertyDeclMap::value_type& entry) {
-      fresh->keys.emplace_back(entry.first, entry.second->GetName(TContext()));
-      return true;
-    });
-    keyCache = fresh;
-  }
-  return keyCache;
+  const TShape* current = currentShape.load(std::memory_order_acquire);
+  if (current != nullptr && current->generation == generation) return *current;
+  std::lock_guard<std::mutex> lock(shapeMutex);
+  current = currentShape.load(std::memory_order_relaxed);
+  if (current != nullptr && current->generation == generation) return *current;
+  auto keys = boost::make_shared<TKeyCache>();
+  keys->generation = generation;
+  EnumerateKeysFrom(propertyDecls.begin(), [&](const TPropertyDeclMap::value_type& entry) {
+    keys->keys.emplace_back(entry.first, entry.second->GetName(TContext()));
+    return true;
+  });
+  auto fresh = boost::make_shared<TShape>();
+  fresh->generation = generation;
+  fresh->layout = TPropertyLayout::Of(*this);
+  for (const auto& key : keys->keys) fresh->keySlots.push_back(fresh->layout->Find(key.first));
+  fresh->keys = std::move(keys);
+  previousShape = std::move(shape);
+  shape = fresh;
+  currentShape.store(fresh.get(), std::memory_order_release);
+  return *fresh;
 }
 
+boost::shared_ptr<const TInmemClass::TKeyCache> TInmemClass::Keys() { return Shape().keys; }
+
 const std::vector<size_t>* TInmemClass::KeySlotsIn(const TPropertyLayout* layout) {
-  boost::shared_ptr<const TKeyCache> keys = Keys();
-  boost::shared_ptr<const TPropertyLayout> current = InstanceLayout();
-  if (layout != current.get()) return nullptr;
-  if (keySlotsLayout != current || keySlotsGeneration != keys->generation) {
-    keySlots.clear();
-    for (const auto& key : keys->keys) keySlots.push_back(current->Find(key.first));
-    keySlotsLayout = current;
-    keySlotsGeneration = keys->generation;
-  }
-  return &keySlots;
+  const TShape& current = Shape();
+  return layout == current.layout.get() ? &current.keySlots : nullptr;
 }
 
 void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
@@ -187,14 +191,7 @@ void TInmemClass::EnumerateKeys(const TKeyCallback& callback, TContext) {
   }
 }
 
-boost::shared_ptr<const TPropertyLayout> TInmemClass::InstanceLayout() {
-  const uint64_t generation = SchemaGeneration();
-  if (!instanceLayout || instanceLayoutGeneration != generation) {
-    instanceLayout = TPropertyLayout::Of(*this);
-    instanceLayoutGeneration = generation;
-  }
-  return instanceLayout;
-}
+boost::shared_ptr<const TPropertyLayout> TInmemClass::InstanceLayout() { return Shape().layout; }
 
 void TInmemClass::EnumerateKeysFrom(
     TPropertyDeclMap::const_iterator from,

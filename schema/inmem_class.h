@@ -19,7 +19,9 @@
 #ifndef INMEM_SCHEMA_INMEM_CLASS_H_
 #define INMEM_SCHEMA_INMEM_CLASS_H_
 
+#include <atomic>
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -141,6 +143,10 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   };
   // The key declarations as they stand now: what EnumerateKeys visits when
   // no callback changes the schema. Rebuilt when the generation has moved.
+  // Like InstanceLayout and KeySlotsIn, safe to call from several threads
+  // at once as long as the schema does not change meanwhile (readers side
+  // by side, the server's way): the first caller after a change rebuilds,
+  // under shapeMutex, and the others then read what it made.
   boost::shared_ptr<const TKeyCache> Keys();
   // The slots of the keys of Keys(), in key order, in `layout` when that is
   // the layout new instances get now (kAbsent for a key it lacks); nullptr
@@ -216,21 +222,33 @@ class TInmemClass : public TInmemNamedElement<ICIMClass, TInmemClass>,
   // may nest), instances dropped from the map leave their map elements here,
   // released of their instances, so that the walk's last key stays valid;
   // the outermost walk frees them when it ends.
-  int activeWalks = 0;
+  // Atomic: walks run side by side on the server's threads.
+  std::atomic<int> activeWalks{0};
   std::vector<TReferrerIndex::TInstanceMap::node_type> droppedDuringWalks;
   // The same entries hashed by path text: lookups by path need not walk
   // the ordered map.
   TPathTable instancesByPath;
   TReferrerIndex referrers;
   std::map<std::string, boost::shared_ptr<TInmemMethodDecl>> methodDecls;
-  boost::shared_ptr<const TKeyCache> keyCache;
-  // KeySlotsIn's answer for the layout it was made for (held, so that no
-  // other layout can take its address) at a schema generation.
-  boost::shared_ptr<const TPropertyLayout> keySlotsLayout;
-  uint64_t keySlotsGeneration = 0;
-  std::vector<size_t> keySlots;
-  boost::shared_ptr<const TPropertyLayout> instanceLayout;
-  uint64_t instanceLayoutGeneration = 0;
+  // What instances of the class look like at a schema generation: its keys,
+  // the layout new instances get, and the keys' slots in that layout.
+  struct TShape {
+    uint64_t generation = 0;
+    boost::shared_ptr<const TKeyCache> keys;
+    boost::shared_ptr<const TPropertyLayout> layout;
+    std::vector<size_t> keySlots;
+  };
+  // The shape as of the latest generation asked for. `shape` owns it and is
+  // replaced under shapeMutex, once the generation has moved past it;
+  // `currentShape` points at it for readers that take no lock. The shape
+  // replaced is kept as `previousShape` until the next replacement, which
+  // needs another schema change: a reader that took it just before it was
+  // replaced may still look at its generation.
+  const TShape& Shape();
+  std::mutex shapeMutex;
+  boost::shared_ptr<const TShape> shape;
+  boost::shared_ptr<const TShape> previousShape;
+  std::atomic<const TShape*> currentShape{nullptr};
   bool collectFlag = false;
 };
 

@@ -1,6 +1,8 @@
 // The processor cache correction: enumerating the instances of the processor
 // classes logs each processor's status and, for a processor whose status is
 // 1, sets its cache-enable properties from the states the host reported.
+// A property that already holds its state is left as it is, so that an
+// enumeration with nothing to correct writes nothing.
 
 #include "include/processor_cache_state.h"
 #include "include/cim_instance.h"
@@ -16,9 +18,14 @@ int32_t g_L3Enabled = -1;
 
 namespace {
 
-// By each class's own exact name: subclasses are not processors here.
-bool IsProcessorClass(const std::string& name) {
-  return name == "PELXA_CPU" || name == "PELXA_Processor";
+// Whether `processor` has the property `name` and it holds `value`.
+bool Holds(ICIMInstance& processor, const char* name, const TCIMValue& value) {
+  const TContext none;
+  try {
+    return processor.GetProperty(name, none)->GetValue(none) == value;
+  } catch (const TTYLException&) {
+    return false;  // setting it says why
+  }
 }
 
 void CorrectCacheStates(ICIMInstance& processor) {
@@ -31,9 +38,9 @@ void CorrectCacheStates(ICIMInstance& processor) {
     const std::pair<const char*, int32_t> caches[] = {
         {"L1Enabled", g_L1Enabled}, {"L2Enabled", g_L2Enabled}, {"L3Enabled", g_L3Enabled}};
     for (const auto& cache : caches) {
-      if (cache.second == 0 || cache.second == 1) {
-        processor.SetPropertyValue(cache.first, TCIMValue(cache.second == 1), none);
-      }
+      if (cache.second != 0 && cache.second != 1) continue;
+      const TCIMValue state(cache.second == 1);
+      if (!Holds(processor, cache.first, state)) processor.SetPropertyValue(cache.first, state, none);
     }
   } catch (const TTYLException&) {
     // A processor without these properties is passed on uncorrected.
@@ -42,7 +49,8 @@ void CorrectCacheStates(ICIMInstance& processor) {
 
 }  // namespace
 
-bool TInmemClass::CorrectsProcessors() const { return IsProcessorClass(name); }
+// By each class's own exact name: subclasses are not processors here.
+bool TInmemClass::CorrectsProcessors() const { return CorrectsProcessorCaches(name); }
 
 void TInmemClass::EnumerateInstances(const TInstanceCallback& callback, bool deep,
                                      TContext context) {

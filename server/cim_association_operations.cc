@@ -102,6 +102,7 @@ static bool HasForeignReference(ICIMInstance& association, const std::string& ow
 }
 
 void TCimOperations::NamespaceChanged(std::string_view name) {
+  std::lock_guard<std::mutex> lock(crossMutex_);
   crossReferrers_.erase(TNamespaceDirectory::Key(name));
 }
 
@@ -142,24 +143,31 @@ std::vector<boost::shared_ptr<ICIMInstance>> TCimOperations::ForeignReferrers(TC
   for (const TNamespaceRegistry::TEntry* entry : namespaces_.Entries()) {
     const std::string key = TNamespaceDirectory::Key(entry->name);
     if (key == home) continue;
-    TCrossReferrers& cross = crossReferrers_[key];
-    if (cross.repository != entry->ns.get()) {
-      cross.repository = entry->ns.get();
-      cross.associations.clear();
-      entry->ns->GetClass("", kNone)->EnumerateSubclasses(
-          [&](boost::shared_ptr<ICIMClass> cls) {
-            if (!cls->IsAssociation(kNone)) return true;
-            cls->EnumerateInstances(
-                [&](boost::shared_ptr<ICIMInstance> a) {
-                  if (HasForeignReference(*a, key)) cross.associations.push_back(a);
-                  return true;
-                },
-                false, kNone);
-            return true;
-          },
-          true, kNone);
+    std::shared_ptr<const std::vector<boost::weak_ptr<ICIMInstance>>> associations;
+    {
+      // Made by the first walk that needs it; the others wait for it.
+      std::lock_guard<std::mutex> lock(crossMutex_);
+      TCrossReferrers& cross = crossReferrers_[key];
+      if (cross.repository != entry->ns.get() || !cross.associations) {
+        auto made = std::make_shared<std::vector<boost::weak_ptr<ICIMInstance>>>();
+        entry->ns->GetClass("", kNone)->EnumerateSubclasses(
+            [&](boost::shared_ptr<ICIMClass> cls) {
+              if (!cls->IsAssociation(kNone)) return true;
+              cls->EnumerateInstances(
+                  [&](boost::shared_ptr<ICIMInstance> a) {
+                    if (HasForeignReference(*a, key)) made->push_back(a);
+                    return true;
+                  },
+                  false, kNone);
+              return true;
+            },
+            true, kNone);
+        cross.repository = entry->ns.get();
+        cross.associations = std::move(made);
+      }
+      associations = cross.associations;
     }
-    for (const auto& weak : cross.associations) {
+    for (const auto& weak : *associations) {
       boost::shared_ptr<ICIMInstance> a = weak.lock();
       if (!a || !StillThere(a) || (!assocClass.empty() && !IsOfClass(*a, assocClass))) continue;
       bool pointsHere = false;

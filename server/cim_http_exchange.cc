@@ -92,7 +92,7 @@ bool TCimHttpExchange::ExtensionPrefix(const THttpRequest& request, std::string*
 }
 
 void TCimHttpExchange::AfterAnswer() {
-  if (IInstanceChanges* changes = operations_.Config().changes) changes->Settle();
+  operations_.Settle();
 }
 
 THttpAnswer TCimHttpExchange::Answer(const THttpRequest& request, const std::string& localHost) {

@@ -56,8 +56,10 @@ struct THttpPolicy {
   std::function<THttpAnswer(const THttpRequest&)> pages;
 };
 
-// Answers the requests of one server. Called on the server's thread only,
-// one request at a time.
+// Answers the requests of one server. Called from every thread the server
+// runs on, for several requests at once when it runs on more than one
+// (TWbemServerConfig::threads); TCimHttpExchange allows that, and so must
+// the `pages` of its policy.
 class IHttpHandler {
  public:
   virtual ~IHttpHandler() = default;

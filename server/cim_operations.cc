@@ -60,49 +60,49 @@ TCimOperations::TCimOperations(TNamespaceRegistry& namespaces, TCimOperationsCon
 
 TCimOperations::~TCimOperations() = default;
 
-const std::map<std::string, TCimOperations::THandler>& TCimOperations::Handlers() {
-  static const std::map<std::string, THandler> handlers = [] {
-    const std::pair<const char*, THandler> table[] = {
-        {"GetClass", &TCimOperations::GetClass},
-        {"EnumerateClasses", &TCimOperations::EnumerateClasses},
-        {"EnumerateClassNames", &TCimOperations::EnumerateClassNames},
-        {"GetInstance", &TCimOperations::GetInstance},
-        {"EnumerateInstances", &TCimOperations::EnumerateInstances},
-        {"EnumerateInstanceNames", &TCimOperations::EnumerateInstanceNames},
-        {"Associators", &TCimOperations::Associators},
-        {"AssociatorNames", &TCimOperations::AssociatorNames},
-        {"References", &TCimOperations::References},
-        {"ReferenceNames", &TCimOperations::ReferenceNames},
-        {"GetProperty", &TCimOperations::GetProperty},
-        {"GetQualifier", &TCimOperations::GetQualifier},
-        {"EnumerateQualifiers", &TCimOperations::EnumerateQualifiers},
-        {"CreateInstance", &TCimOperations::CreateInstance},
-        {"ModifyInstance", &TCimOperations::ModifyInstance},
-        {"DeleteInstance", &TCimOperations::DeleteInstance},
-        {"SetProperty", &TCimOperations::SetProperty},
-        {"CreateClass", &TCimOperations::CreateClass},
-        {"SetQualifier", &TCimOperations::SetQualifier},
-        {"ModifyClass", &TCimOperations::ModifyClass},
-        {"DeleteClass", &TCimOperations::DeleteClass},
-        {"DeleteQualifier", &TCimOperations::DeleteQualifier},
-        {"ExecQuery", &TCimOperations::ExecQuery},
-        {"OpenQueryInstances", &TCimOperations::OpenQueryInstances},
-        {"PullInstances", &TCimOperations::PullInstances},
-        {"OpenEnumerateInstances", &TCimOperations::OpenEnumerateInstances},
-        {"OpenEnumerateInstancePaths", &TCimOperations::OpenEnumerateInstancePaths},
-        {"OpenAssociatorInstances", &TCimOperations::OpenAssociatorInstances},
-        {"OpenAssociatorInstancePaths", &TCimOperations::OpenAssociatorInstancePaths},
-        {"OpenReferenceInstances", &TCimOperations::OpenReferenceInstances},
-        {"OpenReferenceInstancePaths", &TCimOperations::OpenReferenceInstancePaths},
-        {"PullInstancesWithPath", &TCimOperations::PullInstancesWithPath},
-        {"PullInstancePaths", &TCimOperations::PullInstancePaths},
-        {"CloseEnumeration", &TCimOperations::CloseEnumeration},
+const std::map<std::string, TCimOperations::TOperation, std::less<>>& TCimOperations::Operations() {
+  static const std::map<std::string, TOperation, std::less<>> operations = [] {
+    const std::pair<const char*, TOperation> table[] = {
+        {"GetClass", {&TCimOperations::GetClass, false}},
+        {"EnumerateClasses", {&TCimOperations::EnumerateClasses, false}},
+        {"EnumerateClassNames", {&TCimOperations::EnumerateClassNames, false}},
+        {"GetInstance", {&TCimOperations::GetInstance, false}},
+        {"EnumerateInstances", {&TCimOperations::EnumerateInstances, false}},
+        {"EnumerateInstanceNames", {&TCimOperations::EnumerateInstanceNames, false}},
+        {"Associators", {&TCimOperations::Associators, false}},
+        {"AssociatorNames", {&TCimOperations::AssociatorNames, false}},
+        {"References", {&TCimOperations::References, false}},
+        {"ReferenceNames", {&TCimOperations::ReferenceNames, false}},
+        {"GetProperty", {&TCimOperations::GetProperty, false}},
+        {"GetQualifier", {&TCimOperations::GetQualifier, false}},
+        {"EnumerateQualifiers", {&TCimOperations::EnumerateQualifiers, false}},
+        {"CreateInstance", {&TCimOperations::CreateInstance, true}},
+        {"ModifyInstance", {&TCimOperations::ModifyInstance, true}},
+        {"DeleteInstance", {&TCimOperations::DeleteInstance, true}},
+        {"SetProperty", {&TCimOperations::SetProperty, true}},
+        {"CreateClass", {&TCimOperations::CreateClass, true}},
+        {"SetQualifier", {&TCimOperations::SetQualifier, true}},
+        {"ModifyClass", {&TCimOperations::ModifyClass, true}},
+        {"DeleteClass", {&TCimOperations::DeleteClass, true}},
+        {"DeleteQualifier", {&TCimOperations::DeleteQualifier, true}},
+        {"ExecQuery", {&TCimOperations::ExecQuery, false}},
+        {"OpenQueryInstances", {&TCimOperations::OpenQueryInstances, false}},
+        {"PullInstances", {&TCimOperations::PullInstances, false}},
+        {"OpenEnumerateInstances", {&TCimOperations::OpenEnumerateInstances, false}},
+        {"OpenEnumerateInstancePaths", {&TCimOperations::OpenEnumerateInstancePaths, false}},
+        {"OpenAssociatorInstances", {&TCimOperations::OpenAssociatorInstances, false}},
+        {"OpenAssociatorInstancePaths", {&TCimOperations::OpenAssociatorInstancePaths, false}},
+        {"OpenReferenceInstances", {&TCimOperations::OpenReferenceInstances, false}},
+        {"OpenReferenceInstancePaths", {&TCimOperations::OpenReferenceInstancePaths, false}},
+        {"PullInstancesWithPath", {&TCimOperations::PullInstancesWithPath, false}},
+        {"PullInstancePaths", {&TCimOperations::PullInstancePaths, false}},
+        {"CloseEnumeration", {&TCimOperations::CloseEnumeration, false}},
     };
-    std::map<std::string, THandler> byName;
+    std::map<std::string, TOperation, std::less<>> byName;
     for (const auto& entry : table) byName[LowerAscii(entry.first)] = entry.second;
     return byName;
   }();
-  return handlers;
+  return operations;
 }
 
 std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles(bool readOnly) {
@@ -136,7 +136,7 @@ std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles
     std::string operations;
     bool all = true;
     for (const char* operation : profile.operations) {
-      all = all && Handlers().count(LowerAscii(operation)) != 0;
+      all = all && Operations().count(LowerAscii(operation)) != 0;
       operations += (operations.empty() ? "" : ", ") + std::string(operation);
     }
     if (profile.languages != nullptr) operations += std::string(" (") + profile.languages + ")";
@@ -145,8 +145,50 @@ std::vector<std::pair<uint16_t, std::string>> TCimOperations::FunctionalProfiles
   return supported;
 }
 
+namespace {
+
+// A body whose pieces are made under the operations' lock held shared: an
+// enumeration's items are read from the repository as the connection takes
+// them, beside other requests.
+class TLockedBody : public TResponseBody {
+ public:
+  TLockedBody(TRepositoryLock& lock, std::unique_ptr<TResponseBody> body) : lock_(lock), body_(std::move(body)) {}
+
+  bool Next(std::string* out, size_t size) override {
+    std::shared_lock<TRepositoryLock> read(lock_);
+    return body_->Next(out, size);
+  }
+
+ private:
+  TRepositoryLock& lock_;
+  std::unique_ptr<TResponseBody> body_;
+};
+
+// The operation's name as the table has it: in lower case, on the stack
+// when it fits.
+bool LowerName(const std::string& method, char (&buffer)[64], std::string_view* out) {
+  if (method.size() > sizeof buffer) return false;
+  for (size_t i = 0; i < method.size(); ++i) buffer[i] = ToLowerAscii(method[i]);
+  *out = std::string_view(buffer, method.size());
+  return true;
+}
+
+}  // namespace
+
 std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, const std::string& host,
                                                    TCallRecord* record) {
+  char buffer[64];
+  std::string_view name;
+  auto operation = Operations().end();
+  if (!request.extrinsic && LowerName(request.method, buffer, &name)) operation = Operations().find(name);
+  const bool writes = operation != Operations().end() && operation->second.writes;
+  std::shared_lock<TRepositoryLock> read(lock_, std::defer_lock);
+  std::unique_lock<TRepositoryLock> write(lock_, std::defer_lock);
+  if (writes) {
+    write.lock();
+  } else {
+    read.lock();
+  }
   const TNamespaceRegistry::TEntry* space = namespaces_.Find(request.namespaceName);
   TCimResponseHead head{request.messageId, request.method, request.extrinsic, host,
                         space != nullptr ? space->name : request.namespaceName};
@@ -162,14 +204,15 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
       throw TCimError(kCimInvalidNamespace, "no namespace " + Printable(request.namespaceName) +
                                                 " here; this server serves " + served);
     }
-    auto handler = Handlers().find(LowerAscii(request.method));
-    if (request.extrinsic || handler == Handlers().end()) {
+    if (operation == Operations().end()) {
       throw TCimError(kCimNotSupported, std::string(request.extrinsic ? "method " : "operation ") +
                                             Printable(request.method) + " is not supported");
     }
     TCall call{request, space->name, space->ns, space->notes,
                TCimXmlReader(space->ns, space->name, PathTextBudget(request.documentBytes)), head, record};
-    return (this->*handler->second)(call);
+    std::unique_ptr<TResponseBody> body = (this->*operation->second.handler)(call);
+    if (writes) unsettled_.store(true);
+    return std::make_unique<TLockedBody>(lock_, std::move(body));
   } catch (const TCimError& e) {
     record->status = e.Status();
     description = e.what();
@@ -184,8 +227,21 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
   return WholeBody(CimErrorDocument(head, record->status, description));
 }
 
+void TCimOperations::Settle() {
+  if (config_.changes == nullptr || !unsettled_.load()) return;
+  std::unique_lock<TRepositoryLock> write(lock_);
+  unsettled_.store(false);
+  config_.changes->Settle();
+}
+
 void TCimOperations::DropExpiredEnumerations() {
+  std::lock_guard<std::mutex> lock(contextsMutex_);
   contexts_.DropExpired(TEnumerationContexts::TClock::now());
+}
+
+size_t TCimOperations::OpenEnumerations() {
+  std::lock_guard<std::mutex> lock(contextsMutex_);
+  return contexts_.Size();
 }
 
 boost::shared_ptr<ICIMClass> TCimOperations::FindClass(TCall& call, const std::string& name, ECimStatus missing) {

@@ -28,15 +28,23 @@
 // the repository as it found it: values are read and checked before the
 // first change, and a created instance is entered only whole.
 //
-// Not thread-safe, like the repository: one thread runs every operation.
+// Safe to share between threads. Reads (the lookups, enumerations, walks,
+// queries and pulls) run side by side under the operations' lock
+// (TRepositoryLock) held shared, and so does the writing of their answers
+// (each piece the body makes); writes hold it alone. The open enumerations
+// and the cross-namespace lists, which reads change, are under mutexes of
+// their own. Whoever else reaches the namespaces while the server runs
+// (collections, snapshots, the browser's pages) takes Lock() too.
 
 #ifndef INMEM_SERVER_CIM_OPERATIONS_H_
 #define INMEM_SERVER_CIM_OPERATIONS_H_
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -50,10 +58,12 @@
 #include "server/indication_hooks.h"
 #include "server/cim_status.h"
 #include "server/namespace_registry.h"
+#include "server/repository_lock.h"
 #include "server/schema_rebuild.h"
 
 class TBoundQuery;
 class TCimXmlReader;
+enum class EPull : int;
 class TInteropNamespace;
 
 struct TCimOperationsConfig {
@@ -91,6 +101,9 @@ class TCimOperations {
   // name the client used (for full object paths).
   std::unique_ptr<TResponseBody> Run(const TCimRequest& request, const std::string& host,
                                      TCallRecord* record);
+  // Makes the indications of the changes made so far (IInstanceChanges::
+  // Settle), if any were made; cheap when none were.
+  void Settle();
 
   // Drops the open enumerations whose time has passed.
   void DropExpiredEnumerations();
@@ -98,10 +111,16 @@ class TCimOperations {
   // operations (a collection, a load): its associations are looked at
   // again when a walk needs them.
   void NamespaceChanged(std::string_view name);
-  size_t OpenEnumerations() const { return contexts_.Size(); }
+  // Says that the host changed the processors' cache states
+  // (include/processor_cache_state.h): the instances they correct are
+  // corrected now. Call with Lock() held alone.
+  void ProcessorStatesChanged();
+  size_t OpenEnumerations();
   // How many writes have succeeded so far.
   uint64_t Changes() const { return changes_; }
   const TCimOperationsConfig& Config() const { return config_; }
+  // The lock the operations run under.
+  TRepositoryLock& Lock() { return lock_; }
 
   // The functional profiles of CIM-XML (the numbers of
   // CIM_ObjectManagerCommunicationMechanism.FunctionalProfilesSupported)
@@ -113,7 +132,12 @@ class TCimOperations {
  private:
   struct TCall;
   typedef std::unique_ptr<TResponseBody> (TCimOperations::*THandler)(TCall&);
-  static const std::map<std::string, THandler>& Handlers();
+  struct TOperation {
+    THandler handler;
+    bool writes;  // holds the lock alone
+  };
+  // By name in lower case.
+  static const std::map<std::string, TOperation, std::less<>>& Operations();
 
   std::unique_ptr<TResponseBody> GetClass(TCall& call);
   std::unique_ptr<TResponseBody> EnumerateClasses(TCall& call);
@@ -149,6 +173,8 @@ class TCimOperations {
   std::unique_ptr<TResponseBody> PullInstancesWithPath(TCall& call);
   std::unique_ptr<TResponseBody> PullInstancePaths(TCall& call);
   std::unique_ptr<TResponseBody> CloseEnumeration(TCall& call);
+  // What the three Pull... operations share.
+  std::unique_ptr<TResponseBody> Pull(TCall& call, EPull pull);
 
   // Lookups in the call's namespace that answer with the CIM error a client
   // expects.
@@ -243,15 +269,23 @@ class TCimOperations {
 
   TNamespaceRegistry& namespaces_;
   TCimOperationsConfig config_;
-  TEnumerationContexts contexts_;
-  uint64_t changes_ = 0;
+  TRepositoryLock lock_;
+  std::mutex contextsMutex_;
+  TEnumerationContexts contexts_;  // under contextsMutex_
+  // Counted under the lock held alone; read from anywhere.
+  std::atomic<uint64_t> changes_{0};
+  // Whether a write has run since the last Settle.
+  std::atomic<bool> unsettled_{false};
   // Per namespace (by TNamespaceDirectory::Key), the association instances
   // whose references name another namespace, and the repository they were
-  // gathered from.
+  // gathered from; under crossMutex_. A walk takes the list it needs and
+  // reads it without the mutex: a list is never changed once made, only
+  // replaced.
   struct TCrossReferrers {
     const ICIMNamespace* repository = nullptr;
-    std::vector<boost::weak_ptr<ICIMInstance>> associations;
+    std::shared_ptr<const std::vector<boost::weak_ptr<ICIMInstance>>> associations;
   };
+  std::mutex crossMutex_;
   std::map<std::string, TCrossReferrers> crossReferrers_;
 };
 

@@ -42,6 +42,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Open(TCall& call, TEnumeration en
   }
   const uint32_t count = call.reader.Uint32(call.Parameter("MaxObjectCount")).value_or(0);
   const auto now = TEnumerationContexts::TClock::now();
+  std::lock_guard<std::mutex> lock(contextsMutex_);
   const std::optional<std::string> id = contexts_.Open(std::move(enumeration), now);
   if (!id) {
     throw TCimError(kCimServerLimitsExceeded, std::to_string(config_.maxOpenEnumerations) +
@@ -121,10 +122,12 @@ std::unique_ptr<TResponseBody> TCimOperations::OpenReferenceInstancePaths(TCall&
       call, Filtered(call, ReferencesOf(*NamedInstance(call, "InstanceName"), call, "ResultClass"), ""), true);
 }
 
+// What a Pull... (or CloseEnumeration) asks of the open enumeration it
+// names: any kind, or the kind an Open... made.
+enum class EPull : int { kAny, kInstancesWithPaths, kPaths, kInstances };
+
 // The open enumeration a Pull... (or CloseEnumeration) names, which must
 // have been opened in the call's namespace.
-enum class EPull { kAny, kInstancesWithPaths, kPaths, kInstances };
-
 static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::string& id,
                                  const std::string& namespaceName, EPull pull) {
   TEnumeration* enumeration = contexts.Find(id, TEnumerationContexts::TClock::now());
@@ -145,29 +148,29 @@ static TEnumeration& OpenContext(TEnumerationContexts& contexts, const std::stri
   return *enumeration;
 }
 
-std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call) {
+std::unique_ptr<TResponseBody> TCimOperations::Pull(TCall& call, EPull pull) {
   const std::string id = call.RequiredString("EnumerationContext");
   const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
   if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kInstancesWithPaths), *count);
+  std::lock_guard<std::mutex> lock(contextsMutex_);
+  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, pull), *count);
+}
+
+std::unique_ptr<TResponseBody> TCimOperations::PullInstancesWithPath(TCall& call) {
+  return Pull(call, EPull::kInstancesWithPaths);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstancePaths(TCall& call) {
-  const std::string id = call.RequiredString("EnumerationContext");
-  const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
-  if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kPaths), *count);
+  return Pull(call, EPull::kPaths);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::PullInstances(TCall& call) {
-  const std::string id = call.RequiredString("EnumerationContext");
-  const std::optional<uint32_t> count = call.reader.Uint32(call.Parameter("MaxObjectCount"));
-  if (!count) throw TCimError(kCimInvalidParameter, "parameter MaxObjectCount is required");
-  return Deliver(call, id, OpenContext(contexts_, id, call.namespaceName, EPull::kInstances), *count);
+  return Pull(call, EPull::kInstances);
 }
 
 std::unique_ptr<TResponseBody> TCimOperations::CloseEnumeration(TCall& call) {
   const std::string id = call.RequiredString("EnumerationContext");
+  std::lock_guard<std::mutex> lock(contextsMutex_);
   OpenContext(contexts_, id, call.namespaceName, EPull::kAny);
   contexts_.Close(id);
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());

@@ -15,6 +15,7 @@
 #include "include/cim_instance.h"
 #include "include/cim_property.h"
 #include "include/cim_property_decl.h"
+#include "include/processor_cache_state.h"
 #include "mof/mof_loader.h"
 #include "server/cim_operations_internal.h"
 #include "server/interop_namespace.h"
@@ -37,6 +38,15 @@ std::set<std::string> KeyNames(ICIMClass& cls) {
       },
       kNone);
   return keys;
+}
+
+// The repository corrects the processor classes' cache states as their
+// instances are enumerated. A write to one is corrected here, while the
+// write holds the lock alone, so that enumerations, which run side by
+// side, find nothing to change.
+void CorrectProcessors(ICIMClass& cls) {
+  if (!CorrectsProcessorCaches(cls.GetName(kNone))) return;
+  cls.EnumerateInstances([](const boost::shared_ptr<ICIMInstance>&) { return true; }, false, kNone);
 }
 
 boost::shared_ptr<ICIMPropertyDecl> DeclOf(ICIMClass& cls, const std::string& name) {
@@ -177,6 +187,7 @@ std::unique_ptr<TResponseBody> TCimOperations::CreateInstance(TCall& call) {
   Guarded(EMissing::kInstance, [&] { instance->AddToNamespace(kNone); });
   if (!StillThere(instance)) throw TCimError(kCimFailed, "the repository did not file the instance");
   if (cls->IsAssociation(kNone)) NamespaceChanged(call.namespaceName);  // it may point into another namespace
+  CorrectProcessors(*cls);
   ++changes_;
   if (subscription) config_.subscriptions->Changed();
   if (IInstanceChanges* watcher = Watcher(call, *cls)) watcher->Created(call.namespaceName, instance);
@@ -234,6 +245,17 @@ std::unique_ptr<TResponseBody> TCimOperations::ModifyInstance(TCall& call) {
   return std::make_unique<TCimMethodResponse>(call.head, TCimMethodResponse::TItems());
 }
 
+void TCimOperations::ProcessorStatesChanged() {
+  for (const TNamespaceRegistry::TEntry* entry : namespaces_.Entries()) {
+    entry->ns->GetClass("", kNone)->EnumerateSubclasses(
+        [](boost::shared_ptr<ICIMClass> cls) {
+          CorrectProcessors(*cls);
+          return true;
+        },
+        true, kNone);
+  }
+}
+
 void TCimOperations::ChangeInstance(TCall& call, const boost::shared_ptr<ICIMInstance>& instance,
                                     const TValues& values) {
   ICIMClass& cls = *instance->GetClass(kNone);
@@ -244,6 +266,7 @@ void TCimOperations::ChangeInstance(TCall& call, const boost::shared_ptr<ICIMIns
   Guarded(EMissing::kProperty, [&] {
     for (const auto& v : values) instance->SetPropertyValue(v.first, v.second, kNone);
   });
+  CorrectProcessors(cls);
   ++changes_;
   if (subscription) config_.subscriptions->Changed();
   if (watcher != nullptr) watcher->Modified(call.namespaceName, previous, instance);

@@ -3,8 +3,9 @@
 // knows these interfaces only; indication/ implements them, so the server
 // runs as it did without them.
 //
-// Both are called on the server's thread, the one that owns the
-// repositories, and must not block: what they send goes out on another.
+// Both are called with the operations' lock (TRepositoryLock) held alone,
+// on whichever of the server's threads made the change, and must not
+// block: what they send goes out on another thread.
 
 #ifndef INMEM_SERVER_INDICATION_HOOKS_H_
 #define INMEM_SERVER_INDICATION_HOOKS_H_
@@ -27,7 +28,7 @@ class ICIMInstance;
 // What a change causes may wait until Settle: the server calls it once
 // the answer to the request that made the changes is on its way (so that
 // a client does not wait for indications being made), and an inventory
-// refresh calls it at its end. Nothing else runs on the server's thread
+// refresh calls it at its end, the lock held alone. No other write runs
 // in between, so the instances told of are still as they were told.
 class IInstanceChanges {
  public:

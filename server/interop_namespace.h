@@ -25,7 +25,8 @@
 // DeleteNamespace). What users add beside them (their own profiles,
 // conforming elements in other namespaces) is theirs.
 //
-// Not thread-safe: the server's thread owns it.
+// Not thread-safe by itself: the server reaches it under the operations'
+// lock (TRepositoryLock), shared to read and alone to change.
 
 #ifndef INMEM_SERVER_INTEROP_NAMESPACE_H_
 #define INMEM_SERVER_INTEROP_NAMESPACE_H_

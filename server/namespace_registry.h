@@ -19,7 +19,8 @@
 // after the change: the Interop namespace keeps its CIM_Namespace instances
 // true that way.
 //
-// Not thread-safe: the server's thread owns it.
+// Not thread-safe by itself: the server reaches it under the operations'
+// lock (TRepositoryLock), shared to read and alone to change.
 
 #ifndef INMEM_SERVER_NAMESPACE_REGISTRY_H_
 #define INMEM_SERVER_NAMESPACE_REGISTRY_H_

@@ -1,11 +1,15 @@
-// TWbemServer: listeners and connections on Boost.Beast, one thread.
+// TWbemServer: listeners and connections on Boost.Beast, on one thread or
+// several.
 
 #include "server/wbem_server.h"
 
 #include <csignal>
 #include <cstdio>
+#include <atomic>
 #include <list>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <type_traits>
 
 #include <boost/asio.hpp>
@@ -30,6 +34,9 @@ const size_t kPiece = 64u << 10;
 // first of them, or once this many bytes have gathered.
 const std::chrono::milliseconds kAccessFlush(100);
 const size_t kAccessBuffer = 64u << 10;
+// How long a stop waits for the answers under way to be written (and
+// logged) before it drops what is still open.
+const std::chrono::seconds kStopGrace(2);
 
 typedef std::chrono::steady_clock TClock;
 
@@ -41,20 +48,20 @@ std::string EndpointText(const tcp::endpoint& endpoint) {
 
 // What the server knows of a connection whatever its stream: its peer,
 // and whether it waits for a request, in which case it may be closed to let
-// a new connection in (TImpl::Admit).
-class TConnection {
+// a new connection in (TImpl::Admit). The members below `private` belong to
+// TImpl and are under its connectionsMutex.
+class TConnection : public std::enable_shared_from_this<TConnection> {
  public:
   TConnection(TWbemServer::TImpl& server, std::string peer);
   virtual ~TConnection();
   TConnection(const TConnection&) = delete;
   TConnection& operator=(const TConnection&) = delete;
 
-  // Closes the connection at once; it no longer counts as open.
-  void Evict();
   const std::string& Peer() const { return peer_; }
+  // Closes the connection soon, on its own strand; from any thread.
+  virtual void CloseSoon() = 0;
 
  protected:
-  virtual void CloseNow() = 0;
   TWbemServer::TImpl& server_;
 
  private:
@@ -66,12 +73,14 @@ class TConnection {
   TClock::time_point waitingSince_;
 };
 
+int ThreadsHint(const TWbemServerConfig& config) { return static_cast<int>(std::max(1u, config.threads)); }
+
 }  // namespace
 
 class TWbemServer::TImpl {
  public:
   TImpl(std::unique_ptr<IHttpHandler> owned, IHttpHandler& handler, TWbemServerConfig config, std::ostream& access)
-      : config(std::move(config)), owned(std::move(owned)), handler(handler), access(access) {}
+      : ioc(ThreadsHint(config)), config(std::move(config)), owned(std::move(owned)), handler(handler), access(access) {}
 
   void Accept(size_t index);
   // Whether a new connection from `peer` may open: yes below the limit;
@@ -79,21 +88,30 @@ class TWbemServer::TImpl {
   // (the one that has waited longest).
   bool Admit(const std::string& peer);
   void FlushAccess();
+  void FlushAccessLocked();
   void Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,
            TClock::time_point started);
   void Stop();
   // A connection begins or ends waiting for a request (its headers).
   void StartWaiting(TConnection& connection);
   void StopWaiting(TConnection& connection);
+  // The same with connectionsMutex held.
+  void StopWaitingLocked(TConnection& connection);
 
   // Declared before the io_context, so that they outlive it: destroying it
   // destroys the connections its pending handlers hold, and they leave
   // these as they go.
+  std::mutex connectionsMutex;
   size_t connections = 0;
+  // Connections not yet destroyed, counted or not: a stop is over when
+  // none is left.
+  size_t live = 0;
   // The connections waiting for a request, the longest waiting first.
   std::list<TConnection*> waiting;
 
-  net::io_context ioc{1};
+  net::io_context ioc;
+  // Where the listeners, the signals and the tasks of Every run.
+  net::strand<net::io_context::executor_type> strand{ioc.get_executor()};
   ssl::context tls{ssl::context::tls_server};
   TWbemServerConfig config;
   // The handler the server made itself (for CIM operations), if it did.
@@ -102,9 +120,11 @@ class TWbemServer::TImpl {
   std::ostream& access;
   // Access lines not written yet: they go out together when kAccessBuffer
   // bytes have gathered, kAccessFlush after the first of them, and when
-  // the server stops.
+  // the server stops. The lines, the timer and the stream are under
+  // accessMutex.
+  std::mutex accessMutex;
   std::string accessLines;
-  net::steady_timer accessTimer{ioc};
+  net::steady_timer accessTimer{strand};
   bool accessTimerArmed = false;
   std::vector<std::unique_ptr<tcp::acceptor>> acceptors;
   // A task run every `period` (Every).
@@ -115,50 +135,69 @@ class TWbemServer::TImpl {
   };
   void Arm(TRepeating& repeating);
   std::vector<std::unique_ptr<TRepeating>> repeating;
-  net::signal_set signals{ioc, SIGINT, SIGTERM};
-  bool stopping = false;
+  net::signal_set signals{strand, SIGINT, SIGTERM};
+  std::atomic<bool> stopping{false};
+  // Ends a stop that the connections still open hold up too long.
+  net::steady_timer stopTimer{strand};
 };
 
 TConnection::TConnection(TWbemServer::TImpl& server, std::string peer) : server_(server), peer_(std::move(peer)) {
+  std::lock_guard<std::mutex> lock(server_.connectionsMutex);
   ++server_.connections;
+  ++server_.live;
 }
 
 TConnection::~TConnection() {
-  server_.StopWaiting(*this);
+  std::lock_guard<std::mutex> lock(server_.connectionsMutex);
+  server_.StopWaitingLocked(*this);
   if (counted_) --server_.connections;
-}
-
-void TConnection::Evict() {
-  server_.StopWaiting(*this);
-  if (counted_) --server_.connections;
-  counted_ = false;
-  CloseNow();
+  // The last one out ends a stop.
+  if (--server_.live == 0 && server_.stopping) {
+    TWbemServer::TImpl& server = server_;
+    net::post(server.strand, [&server] { server.stopTimer.cancel(); });
+  }
 }
 
 void TWbemServer::TImpl::StartWaiting(TConnection& connection) {
+  std::lock_guard<std::mutex> lock(connectionsMutex);
   if (connection.waitingAt_) return;
   connection.waitingSince_ = TClock::now();
   connection.waitingAt_ = waiting.insert(waiting.end(), &connection);
 }
 
 void TWbemServer::TImpl::StopWaiting(TConnection& connection) {
+  std::lock_guard<std::mutex> lock(connectionsMutex);
+  StopWaitingLocked(connection);
+}
+
+void TWbemServer::TImpl::StopWaitingLocked(TConnection& connection) {
   if (!connection.waitingAt_) return;
   waiting.erase(*connection.waitingAt_);
   connection.waitingAt_.reset();
 }
 
 bool TWbemServer::TImpl::Admit(const std::string& peer) {
+  std::unique_lock<std::mutex> lock(connectionsMutex);
   if (connections < config.maxConnections) return true;
   const std::string open = std::to_string(config.maxConnections) + " connections are open";
   if (waiting.empty()) {
+    lock.unlock();
     Log(peer, TCallRecord{"-", "refused: " + open + ", none of them idle", kCimOk}, 503, TClock::now());
     return false;
   }
+  // The idlest no longer counts from here on. It is closed on its own
+  // strand; one already on its way out (no owner left) closes by itself.
   TConnection& idlest = *waiting.front();
+  StopWaitingLocked(idlest);
+  idlest.counted_ = false;
+  --connections;
+  const std::string idlestPeer = idlest.Peer();
+  const TClock::time_point since = idlest.waitingSince_;
+  std::shared_ptr<TConnection> evicted = idlest.weak_from_this().lock();
+  lock.unlock();
+  if (evicted) evicted->CloseSoon();
   // 408: the request it was waiting for did not come in time.
-  Log(idlest.Peer(), TCallRecord{"-", "closed: idle longest of " + open + ", for " + peer, kCimOk}, 408,
-      idlest.waitingSince_);
-  idlest.Evict();
+  Log(idlestPeer, TCallRecord{"-", "closed: idle longest of " + open + ", for " + peer, kCimOk}, 408, since);
   return true;
 }
 
@@ -173,9 +212,9 @@ const size_t kReadSize = 64u << 10;
 const std::chrono::seconds kLinger(2);
 
 // One connection: requests read one after the other, each answered before
-// the next is read.
+// the next is read. Everything it does runs on its stream's strand.
 template <class Stream>
-class TSession : public TConnection, public std::enable_shared_from_this<TSession<Stream>> {
+class TSession : public TConnection {
  public:
   static constexpr bool kTls = !std::is_same<Stream, beast::tcp_stream>::value;
 
@@ -186,24 +225,34 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
         buffer_(server.config.maxHeaderBytes + kReadSize),
         reader_(THttpReadLimits{server.config.maxHeaderBytes, server.config.maxBodyBytes}) {}
 
+  // Counts as waiting from here; the rest happens on its strand.
   void Start() {
     server_.StartWaiting(*this);
+    net::dispatch(stream_.get_executor(), [self = Self()] { self->Begin(); });
+  }
+
+  void CloseSoon() override {
+    net::post(stream_.get_executor(), [self = Self()] { self->CloseNow(); });
+  }
+
+ private:
+  std::shared_ptr<TSession> Self() { return std::static_pointer_cast<TSession>(this->shared_from_this()); }
+
+  beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
+
+  void Begin() {
     if constexpr (kTls) {
       Lowest().expires_after(server_.config.requestTimeout);
-      stream_.async_handshake(ssl::stream_base::server,
-                              [self = this->shared_from_this()](beast::error_code ec) {
-                                if (ec) return;  // not TLS, or gave up: nothing to answer
-                                self->WaitForRequest();
-                              });
+      stream_.async_handshake(ssl::stream_base::server, [self = Self()](beast::error_code ec) {
+        if (ec) return;  // not TLS, or gave up: nothing to answer
+        self->WaitForRequest();
+      });
     } else {
       WaitForRequest();
     }
   }
 
- private:
-  beast::tcp_stream& Lowest() { return beast::get_lowest_layer(stream_); }
-
-  void CloseNow() override {
+  void CloseNow() {
     beast::error_code ignored;
     Lowest().socket().close(ignored);
   }
@@ -245,7 +294,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
 
   void ReadMore() {
     const size_t room = std::min(kReadSize, buffer_.max_size() - buffer_.size());
-    stream_.async_read_some(buffer_.prepare(room), [self = this->shared_from_this()](beast::error_code ec, size_t n) {
+    stream_.async_read_some(buffer_.prepare(room), [self = Self()](beast::error_code ec, size_t n) {
       // Gone, idle or too slow, or closed for a newcomer: nothing to answer.
       if (ec) return self->Close();
       self->buffer_.commit(n);
@@ -264,7 +313,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
     }
     // The client waits for this before it sends the body.
     interim_ = std::make_unique<http::response<http::empty_body>>(http::status::continue_, 11);
-    http::async_write(stream_, *interim_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+    http::async_write(stream_, *interim_, [self = Self()](beast::error_code ec, size_t) {
       self->interim_.reset();
       if (ec) return self->Close();
       self->ReadRequest();
@@ -311,7 +360,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
       SetHeaders(*whole_, answer);
       whole_->body() = std::move(piece_);
       whole_->prepare_payload();
-      http::async_write(stream_, *whole_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+      http::async_write(stream_, *whole_, [self = Self()](beast::error_code ec, size_t) {
         if (ec) return self->Close();
         self->Finish();
       });
@@ -334,7 +383,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
 
   void WriteStreamed() {
     Lowest().expires_after(server_.config.requestTimeout);
-    http::async_write(stream_, *serializer_, [self = this->shared_from_this()](beast::error_code ec, size_t) {
+    http::async_write(stream_, *serializer_, [self = Self()](beast::error_code ec, size_t) {
       if (ec == http::error::need_buffer) ec = {};
       if (ec) return self->Close();
       if (self->serializer_->is_done()) return self->Finish();
@@ -373,7 +422,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
     last_ = "0\r\nCIMStatusCode: " + std::to_string(static_cast<int>(kCimFailed)) +
             "\r\nCIMStatusCodeDescription: " + description + "\r\n\r\n";
     Lowest().expires_after(server_.config.requestTimeout);
-    net::async_write(stream_, net::buffer(last_), [self = this->shared_from_this()](beast::error_code ec, size_t) {
+    net::async_write(stream_, net::buffer(last_), [self = Self()](beast::error_code ec, size_t) {
       if (ec) return self->Close();
       self->Finish();
     });
@@ -392,7 +441,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
   void Close() {
     if constexpr (kTls) {
       Lowest().expires_after(std::chrono::seconds(2));
-      stream_.async_shutdown([self = this->shared_from_this()](beast::error_code) { self->CloseNow(); });
+      stream_.async_shutdown([self = Self()](beast::error_code) { self->CloseNow(); });
     } else {
       // What the client still sends is read and dropped for a moment before
       // the socket closes: closing with it unread would reset the
@@ -407,7 +456,7 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
   }
 
   void Drain() {
-    auto self = this->shared_from_this();
+    auto self = Self();
     stream_.async_read_some(buffer_.prepare(kReadSize), [self](beast::error_code ec, size_t) {
       if (ec) return self->CloseNow();  // the client closed, or the moment is over
       self->Drain();
@@ -441,11 +490,12 @@ class TSession : public TConnection, public std::enable_shared_from_this<TSessio
 }  // namespace
 
 void TWbemServer::TImpl::Accept(size_t index) {
-  acceptors[index]->async_accept([this, index](beast::error_code ec, tcp::socket socket) {
+  // Each connection gets a strand of its own.
+  acceptors[index]->async_accept(net::make_strand(ioc), [this, index](beast::error_code ec, tcp::socket socket) {
     if (stopping) return;
     if (ec) {
       // Out of descriptors and the like: try again in a moment, not at once.
-      auto pause = std::make_shared<net::steady_timer>(ioc, std::chrono::milliseconds(100));
+      auto pause = std::make_shared<net::steady_timer>(strand, std::chrono::milliseconds(100));
       pause->async_wait([this, index, pause](beast::error_code) {
         if (!stopping) Accept(index);
       });
@@ -488,18 +538,25 @@ void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record,
   line.append(record.target.empty() ? "-" : Printable(record.target)).append(" http=");
   line.append(std::to_string(httpStatus)).append(" cim=").append(std::to_string(static_cast<int>(record.status)));
   line.append(1, ' ').append(duration).append(1, '\n');
+  std::lock_guard<std::mutex> lock(accessMutex);
   accessLines.append(line);
-  if (accessLines.size() >= kAccessBuffer) return FlushAccess();
-  if (accessTimerArmed) return;
+  if (accessLines.size() >= kAccessBuffer) return FlushAccessLocked();
+  if (accessTimerArmed || stopping) return;
   accessTimerArmed = true;
   accessTimer.expires_after(kAccessFlush);
   accessTimer.async_wait([this](const beast::error_code&) {
+    std::lock_guard<std::mutex> lock(accessMutex);
     accessTimerArmed = false;
-    FlushAccess();
+    FlushAccessLocked();
   });
 }
 
 void TWbemServer::TImpl::FlushAccess() {
+  std::lock_guard<std::mutex> lock(accessMutex);
+  FlushAccessLocked();
+}
+
+void TWbemServer::TImpl::FlushAccessLocked() {
   if (accessLines.empty()) return;
   access.write(accessLines.data(), static_cast<std::streamsize>(accessLines.size()));
   access.flush();
@@ -516,15 +573,32 @@ void TWbemServer::TImpl::Arm(TRepeating& r) {
 }
 
 void TWbemServer::TImpl::Stop() {
-  if (stopping) return;
-  stopping = true;
-  FlushAccess();
-  accessTimer.cancel();
+  if (stopping.exchange(true)) return;
+  {
+    std::lock_guard<std::mutex> lock(accessMutex);
+    FlushAccessLocked();
+    accessTimer.cancel();
+  }
   beast::error_code ignored;
   for (auto& acceptor : acceptors) acceptor->close(ignored);
   for (auto& r : repeating) r->timer.cancel();
   signals.cancel(ignored);
-  ioc.stop();
+  // Connections waiting for a request close now; those answering one
+  // finish it, log it and close. Run returns once none is left, or when
+  // kStopGrace is over, whatever is still open then.
+  std::vector<std::shared_ptr<TConnection>> idle;
+  {
+    std::lock_guard<std::mutex> lock(connectionsMutex);
+    if (live == 0) return;
+    for (TConnection* connection : waiting) {
+      if (std::shared_ptr<TConnection> held = connection->weak_from_this().lock()) idle.push_back(std::move(held));
+    }
+  }
+  stopTimer.expires_after(kStopGrace);
+  stopTimer.async_wait([this](const beast::error_code& ec) {
+    if (!ec) ioc.stop();
+  });
+  for (const std::shared_ptr<TConnection>& connection : idle) connection->CloseSoon();
 }
 
 TWbemServer::TWbemServer(TCimOperations& operations, TWbemServerConfig config, std::ostream& access) {
@@ -586,7 +660,7 @@ void TWbemServer::Start() {
     beast::error_code ec;
     const net::ip::address address = net::ip::make_address(a.address, ec);
     if (ec) throw std::runtime_error("not an IP address: " + a.address);
-    auto acceptor = std::make_unique<tcp::acceptor>(s.ioc);
+    auto acceptor = std::make_unique<tcp::acceptor>(s.strand);
     const tcp::endpoint endpoint(address, a.port);
     acceptor->open(endpoint.protocol(), ec);
     if (!ec) acceptor->set_option(net::socket_base::reuse_address(true), ec);
@@ -611,17 +685,20 @@ std::vector<unsigned short> TWbemServer::Ports() const {
 }
 
 void TWbemServer::Run(const std::function<void()>& onStop) {
+  std::vector<std::thread> more;
+  for (unsigned i = 1; i < impl_->config.threads; ++i) more.emplace_back([this] { impl_->ioc.run(); });
   impl_->ioc.run();
+  for (std::thread& thread : more) thread.join();
   impl_->FlushAccess();
   if (onStop) onStop();
 }
 
 void TWbemServer::Stop() {
-  net::post(impl_->ioc, [this] { impl_->Stop(); });
+  net::post(impl_->strand, [this] { impl_->Stop(); });
 }
 
 void TWbemServer::Every(std::chrono::seconds period, std::function<void()> task) {
   impl_->repeating.push_back(
-      std::make_unique<TImpl::TRepeating>(TImpl::TRepeating{net::steady_timer(impl_->ioc), period, std::move(task)}));
+      std::make_unique<TImpl::TRepeating>(TImpl::TRepeating{net::steady_timer(impl_->strand), period, std::move(task)}));
   impl_->Arm(*impl_->repeating.back());
 }

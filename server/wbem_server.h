@@ -14,16 +14,21 @@
 // clients out; a connection reading a body or being answered is never
 // closed for another. With none waiting, the new one is closed at once.
 //
-// Everything runs on one thread, the one that calls Run: the repository is
-// single-threaded, and so is every handler that reaches it. Slow clients
-// cost no thread: reads and writes wait asynchronously, each under a
-// timeout. Of the public operations only Stop may be called from another
-// thread.
+// Connections are served by `threads` threads: the one that calls Run and
+// as many more as it starts. Each connection runs on one thread at a time
+// (an Asio strand), so its requests stay in order; different connections'
+// requests run side by side, and the handler must allow that when there
+// is more than one thread (TCimHttpExchange does: the repository is behind
+// TRepositoryLock). The listeners, the signals and the tasks of Every run
+// on one strand of their own, one at a time. What the threads share here
+// (the connection count, the waiting list, the access lines) is under
+// mutexes of its own. Slow clients cost no thread: reads and writes wait
+// asynchronously, each under a timeout. Of the public operations only Stop
+// may be called from another thread.
 //
 // An answer that fits in one piece is sent with its length. A longer one
-// is sent as it is made: chunked when the client asked for trailers
-// (TE: trailers, as DSP0200 has CIM clients signal chunking), otherwise
-// to the end of the connection, which then closes.
+// is sent as it is made: in chunks to an HTTP/1.1 client, with the
+// connection kept; to the end of the connection for an HTTP/1.0 one.
 
 #ifndef INMEM_SERVER_WBEM_SERVER_H_
 #define INMEM_SERVER_WBEM_SERVER_H_
@@ -60,6 +65,8 @@ struct TWbemServerConfig {
   std::chrono::seconds requestTimeout{60};
   // What each access line starts with.
   std::string logName = "inmem serve";
+  // The threads that serve connections (at least one).
+  unsigned threads = 1;
 };
 
 // "127.0.0.1:5988", "[::1]:5988", "localhost:5988" as an address to listen
@@ -87,11 +94,14 @@ class TWbemServer {
   void Start();
   // The ports the listening addresses got, in their order.
   std::vector<unsigned short> Ports() const;
-  // Serves until Stop or SIGINT/SIGTERM; then runs `onStop` (on this
-  // thread) and returns.
+  // Serves until Stop or SIGINT/SIGTERM, on this thread and `threads` - 1
+  // more. A stop takes no new connection and closes those waiting for a
+  // request; answers under way are finished and logged, for up to two
+  // seconds. Then runs `onStop` (on this thread) and returns.
   void Run(const std::function<void()>& onStop);
   void Stop();
-  // Runs `task` on the server's thread every `period` while it serves.
+  // Runs `task` every `period` while it serves, one task at a time (on the
+  // strand of the listeners), beside the connections' requests.
   void Every(std::chrono::seconds period, std::function<void()> task);
 
   class TImpl;

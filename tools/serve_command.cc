@@ -7,6 +7,8 @@
 
 #include <iostream>
 #include <memory>
+#include <shared_mutex>
+#include <thread>
 
 
 #include "browser/dot_renderer.h"
@@ -106,6 +108,8 @@ void DeclareServeOptions(CLI::App& serve, TServeOptions& o) {
   serve.add_option("--snapshot", o.snapshot, "load FILE at start when present; write it on shutdown");
   serve.add_option("--snapshot-every", o.snapshotEvery, "write the snapshot every SECONDS when changed");
   serve.add_option("--max-enumerations", o.maxEnumerations, "open pull enumerations at once (default 256)");
+  serve.add_option("--threads", o.threads, "threads that answer requests (default: one per core)")
+      ->check(CLI::Range(1u, 256u));
   serve.add_option("--indication-queue", o.indicationQueue,
                    "indications queued per listener at most; more are dropped and counted (default 20000)");
   serve.add_option("--delivery-retries", o.deliveryRetries,
@@ -124,6 +128,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   TUserFile users;
   const std::string problem = ConfigureHttp(o, kServePort, &config, &config.http, &users);
   if (!problem.empty()) return UsageError(problem);
+  config.threads = o.threads != 0 ? o.threads : std::max(1u, std::thread::hardware_concurrency());
 
   TNamespaceRegistry namespaces(newNamespace);
   try {
@@ -192,16 +197,24 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   TCimOperations operations(namespaces, operationsConfig);
   TRepositoryPages pages(namespaces, o.namespaceName, o.interop);
   for (const std::string& source : sources) pages.NoteLoaded("MOF " + source);
-  config.http.pages = [&pages](const THttpRequest& request) { return pages.Answer(request); };
+  // Requests run on several threads: what reaches the namespaces from
+  // here on takes the operations' lock, shared to read, alone to change.
+  TRepositoryLock& lock = operations.Lock();
+  config.http.pages = [&pages, &lock](const THttpRequest& request) {
+    std::shared_lock<TRepositoryLock> read(lock);
+    return pages.Answer(request);
+  };
 
   // Changes the snapshot has not seen: writes by clients, and collections.
   uint64_t collections = 0;
   std::unique_ptr<TInventoryFeed> feed;
   auto collect = [&] {
+    std::unique_lock<TRepositoryLock> write(lock);
     std::string error;
     if (feed->Refresh(&error, &indications, namespaces.Find(o.namespaceName)->name)) {
       ++collections;
       operations.NamespaceChanged(o.namespaceName);
+      operations.ProcessorStatesChanged();
       // The inventory registers its profile as users register theirs: in
       // the Interop namespace, conforming to the computer system it found.
       std::vector<TCIMReference> systems = feed->CentralInstances();
@@ -245,14 +258,23 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
               << o.namespaceName << (o.readOnly ? ", read-only" : "") << "; serving " << served << ")" << std::endl;
   }
   if (feed && o.refresh > 0) server.Every(std::chrono::seconds(o.refresh), collect);
-  server.Every(std::chrono::seconds(5), [&] { operations.DropExpiredEnumerations(); });
+  // Dropping an enumeration may drop the last hold on a class a class
+  // write has replaced: alone, as a write.
+  server.Every(std::chrono::seconds(5), [&] {
+    std::unique_lock<TRepositoryLock> write(lock);
+    operations.DropExpiredEnumerations();
+  });
   server.Every(std::chrono::seconds(1), [&] {
-    for (const TDeliveryFailure& failure : delivery.TakeFailures()) indications.DeliveryFailed(failure);
+    std::vector<TDeliveryFailure> failures = delivery.TakeFailures();
+    if (failures.empty()) return;
+    std::unique_lock<TRepositoryLock> write(lock);
+    for (const TDeliveryFailure& failure : failures) indications.DeliveryFailed(failure);
   });
   uint64_t saved = operations.Changes() + collections;
   auto save = [&](bool always) {
     const uint64_t now = operations.Changes() + collections;
     if (o.snapshot.empty() || (now == saved && !always)) return;
+    std::shared_lock<TRepositoryLock> read(lock);
     // Every namespace, the Interop one last: what users register there
     // points into the others.
     std::vector<TSnapshotSection> sections;

@@ -51,6 +51,7 @@ struct TServeOptions : THttpListenOptions {
   bool loadSnapshot = false;
   unsigned snapshotEvery = 0;  // seconds; 0: on shutdown only
   size_t maxEnumerations = 256;
+  unsigned threads = 0;  // 0: one per core
   // Indication delivery: per listener destination, the indications queued
   // at most; tries after the first and the seconds between them; seconds
   // to deliver what is queued at shutdown; authorities trusted for https
