@@ -74,5 +74,10 @@ TExcerpt ExcerptAround(std::string_view text, size_t at, size_t maxBytes) {
 }
 
 std::string Printable(std::string_view text, size_t maxBytes) {
+  // Most text is short plain ASCII, shown as it is.
+  if (text.size() <= maxBytes &&
+      std::all_of(text.begin(), text.end(), [](char c) { return (c >= 0x20 && c < 0x7F) || c == '\t'; })) {
+    return std::string(text);
+  }
   return ExcerptAround(text, 0, maxBytes).text;
 }

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <array>
 #include <atomic>
 #include <list>
 #include <mutex>
@@ -338,6 +339,24 @@ class TSession : public TConnection {
     response.keep_alive(!close_);
   }
 
+  // The head of an answer sent whole, with its length, in head_: what
+  // SetHeaders makes, written out at once. Most answers are small, and
+  // this spares them a message object and a field list of their own.
+  void WholeHead(const THttpAnswer& answer, size_t length) {
+    head_.assign(version_ >= 11 ? "HTTP/1.1 " : "HTTP/1.0 ");
+    head_.append(std::to_string(static_cast<unsigned>(answer.status))).append(1, ' ');
+    const beast::string_view reason = http::obsolete_reason(answer.status);
+    head_.append(reason.data(), reason.size()).append("\r\nServer: inmem\r\nContent-Type: ");
+    head_.append(answer.contentType).append("\r\n");
+    for (const auto& header : answer.headers) head_.append(header.first).append(": ").append(header.second).append("\r\n");
+    head_.append("Content-Length: ").append(std::to_string(length)).append("\r\n");
+    // As http::message::keep_alive has it: HTTP/1.1 says when it closes,
+    // HTTP/1.0 when it stays.
+    if (version_ >= 11 && close_) head_.append("Connection: close\r\n");
+    if (version_ < 11 && !close_) head_.append("Connection: keep-alive\r\n");
+    head_.append("\r\n");
+  }
+
   void Respond(THttpAnswer answer, bool close) {
     close_ = close || answer.close;
     record_ = std::move(answer.record);
@@ -356,11 +375,9 @@ class TSession : public TConnection {
     }
     Lowest().expires_after(server_.config.requestTimeout);
     if (!more) {
-      whole_ = std::make_unique<http::response<http::string_body>>(answer.status, version_);
-      SetHeaders(*whole_, answer);
-      whole_->body() = std::move(piece_);
-      whole_->prepare_payload();
-      http::async_write(stream_, *whole_, [self = Self()](beast::error_code ec, size_t) {
+      WholeHead(answer, piece_.size());
+      const std::array<net::const_buffer, 2> buffers{net::buffer(head_), net::buffer(piece_)};
+      net::async_write(stream_, buffers, [self = Self()](beast::error_code ec, size_t) {
         if (ec) return self->Close();
         self->Finish();
       });
@@ -431,7 +448,6 @@ class TSession : public TConnection {
   void Finish() {
     server_.Log(Peer(), record_, status_, started_);
     body_.reset();
-    whole_.reset();
     serializer_.reset();
     streamed_.reset();
     if (close_ || server_.stopping) return Close();
@@ -482,7 +498,7 @@ class TSession : public TConnection {
   std::unique_ptr<TResponseBody> body_;
   std::string piece_;
   std::string last_;  // the last chunk of an answer cut short, with its trailer
-  std::unique_ptr<http::response<http::string_body>> whole_;
+  std::string head_;  // the head of an answer sent whole, kept for its capacity
   std::unique_ptr<http::response<http::buffer_body>> streamed_;
   std::unique_ptr<http::response_serializer<http::buffer_body>> serializer_;
 };

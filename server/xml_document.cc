@@ -6,6 +6,7 @@
 #include <expat.h>
 
 #include <algorithm>
+#include <random>
 
 const std::string* TXmlElement::Attribute(std::string_view attribute) const {
   for (const auto& a : attributes) {
@@ -97,6 +98,19 @@ void XMLCALL OnEntityDecl(void* data, const XML_Char*, int, const XML_Char*, int
   static_cast<TBuilder*>(data)->Refuse("an entity declaration is not accepted", false);
 }
 
+// expat salts its hash tables against names crafted to collide, and draws
+// the salt from the kernel for each parser: a system call per request.
+// Each thread draws a secret from the system's source once and makes a
+// new salt from it for each parser.
+unsigned long HashSalt() {
+  thread_local const unsigned long secret = [] {
+    std::random_device source;
+    return (static_cast<unsigned long>(source()) << 32) ^ source();
+  }();
+  thread_local unsigned long parsers = 0;
+  return (secret + 0x9E3779B97F4A7C15ul * ++parsers) | 1;  // never 0, which asks expat for its own
+}
+
 }  // namespace
 
 std::unique_ptr<TXmlElement> ReadXmlDocument(std::string_view bytes, const TXmlLimits& limits,
@@ -107,6 +121,7 @@ std::unique_ptr<TXmlElement> ReadXmlDocument(std::string_view bytes, const TXmlL
     *error = "out of memory";
     return nullptr;
   }
+  XML_SetHashSalt(parser, HashSalt());
   TBuilder builder{parser, limits, nullptr, {}, 0, {}, false};
   XML_SetUserData(parser, &builder);
   XML_SetElementHandler(parser, OnStart, OnEnd);
