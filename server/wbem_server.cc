@@ -213,7 +213,8 @@ const size_t kReadSize = 64u << 10;
 const std::chrono::seconds kLinger(2);
 
 // One connection: requests read one after the other, each answered before
-// the next is read. Everything it does runs on its stream's strand.
+// the next is read. Everything it does runs on its stream's executor: a strand
+// of its own when the server runs on several threads.
 template <class Stream>
 class TSession : public TConnection {
  public:
@@ -506,8 +507,7 @@ class TSession : public TConnection {
 }  // namespace
 
 void TWbemServer::TImpl::Accept(size_t index) {
-  // Each connection gets a strand of its own.
-  acceptors[index]->async_accept(net::make_strand(ioc), [this, index](beast::error_code ec, tcp::socket socket) {
+  auto accepted = [this, index](beast::error_code ec, tcp::socket socket) {
     if (stopping) return;
     if (ec) {
       // Out of descriptors and the like: try again in a moment, not at once.
@@ -535,7 +535,14 @@ void TWbemServer::TImpl::Accept(size_t index) {
           ->Start();
     }
     Accept(index);
-  });
+  };
+  // On several threads each connection gets a strand of its own, so that
+  // its handlers never run at once; on one, the thread alone sees to that.
+  if (config.threads > 1) {
+    acceptors[index]->async_accept(net::make_strand(ioc), std::move(accepted));
+  } else {
+    acceptors[index]->async_accept(ioc, std::move(accepted));
+  }
 }
 
 void TWbemServer::TImpl::Log(const std::string& peer, const TCallRecord& record, unsigned httpStatus,

@@ -111,12 +111,40 @@ unsigned long HashSalt() {
   return (secret + 0x9E3779B97F4A7C15ul * ++parsers) | 1;  // never 0, which asks expat for its own
 }
 
+// Each thread keeps one parser and resets it for the next document:
+// making one costs a dozen allocations per request. One that has read a
+// large document is let go, so that no thread keeps what it grew to.
+const size_t kKeptParserBytes = 64u << 10;
+
+class TThreadParser {
+ public:
+  ~TThreadParser() { Drop(); }
+  // A parser as new, or nullptr when memory ran out.
+  XML_Parser Take() {
+    if (parser_ != nullptr && XML_ParserReset(parser_, nullptr) == XML_TRUE) return parser_;
+    Drop();
+    parser_ = XML_ParserCreate(nullptr);
+    return parser_;
+  }
+  void Release(size_t bytesRead) {
+    if (bytesRead > kKeptParserBytes) Drop();
+  }
+
+ private:
+  void Drop() {
+    if (parser_ != nullptr) XML_ParserFree(parser_);
+    parser_ = nullptr;
+  }
+  XML_Parser parser_ = nullptr;
+};
+
 }  // namespace
 
 std::unique_ptr<TXmlElement> ReadXmlDocument(std::string_view bytes, const TXmlLimits& limits,
                                              std::string* error, bool* tooLarge) {
   *tooLarge = false;
-  XML_Parser parser = XML_ParserCreate(nullptr);
+  thread_local TThreadParser threadParser;
+  XML_Parser parser = threadParser.Take();
   if (parser == nullptr) {
     *error = "out of memory";
     return nullptr;
@@ -152,6 +180,6 @@ std::unique_ptr<TXmlElement> ReadXmlDocument(std::string_view bytes, const TXmlL
   } else {
     root = std::move(builder.root);
   }
-  XML_ParserFree(parser);
+  threadParser.Release(bytes.size());
   return root;
 }
