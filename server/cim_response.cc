@@ -80,7 +80,7 @@ bool TCimMethodResponse::Next(std::string* out, size_t size) {
     CloseEnvelope(xml_);
     stage_ = EStage::kFinished;
   }
-  out->append(xml_.Take());
+  xml_.TakeInto(out);
   return stage_ != EStage::kFinished;
 }
 

@@ -247,13 +247,13 @@ void TCimXmlWriter::Qualifiers(const ICIMNamedElement& element, bool localOnly, 
       kNone);
 }
 
-void TCimXmlWriter::OpenProperty(const ICIMPropertyDecl& decl) {
-  const std::string& name = decl.GetName(kNone);
-  const ECIMType type = decl.GetType(kNone);
+void TCimXmlWriter::OpenProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl) {
+  const std::string& name = decl->GetName(kNone);
+  const ECIMType type = decl->GetType(kNone);
   if (ElementTypeOf(type) == kCIMTypeReference && !IsArrayType(type)) {
     out_.Open("PROPERTY.REFERENCE");
     out_.Attr("NAME", name);
-    boost::shared_ptr<ICIMClass> target = decl.GetDefaultValue(kNone).GetReferencedClass();
+    boost::shared_ptr<ICIMClass> target = decl->GetDefaultValue(kNone).GetReferencedClass();
     if (target) out_.Attr("REFERENCECLASS", target->GetName(kNone));
     return;
   }
@@ -263,15 +263,28 @@ void TCimXmlWriter::OpenProperty(const ICIMPropertyDecl& decl) {
   // A string that holds an object as CIM-XML text says so, so that a
   // client reads the object out of it.
   if (ElementTypeOf(type) != kCIMTypeString) return;
+  if (const char* kind = EmbeddedKind(decl)) out_.Attr("EmbeddedObject", kind);
+}
+
+const char* TCimXmlWriter::EmbeddedKind(const boost::shared_ptr<const ICIMPropertyDecl>& decl) {
+  for (const auto& known : knownEmbedded_) {
+    if (known.first == decl) return known.second;
+  }
+  const char* kind = nullptr;
   for (const auto& embedded : {std::make_pair("EmbeddedInstance", "instance"), std::make_pair("EmbeddedObject", "object")}) {
     bool found = false;
     try {
-      decl.GetQualifier(embedded.first, found, kNone);
+      decl->GetQualifier(embedded.first, found, kNone);
     } catch (const TTYLException&) {
       found = false;
     }
-    if (found) return out_.Attr("EmbeddedObject", embedded.second);
+    if (found) {
+      kind = embedded.second;
+      break;
+    }
   }
+  if (knownEmbedded_.size() < kKnownEmbedded) knownEmbedded_.emplace_back(decl, kind);
+  return kind;
 }
 
 void TCimXmlWriter::Instance(ICIMInstance& instance, const TCimObjectOptions& options) {
@@ -282,8 +295,10 @@ void TCimXmlWriter::Instance(ICIMInstance& instance, const TCimObjectOptions& op
       [&](boost::shared_ptr<ICIMProperty> property) {
         boost::shared_ptr<const ICIMPropertyDecl> decl = property->GetDecl(kNone);
         const std::string& name = decl->GetName(kNone);
-        boost::shared_ptr<ICIMClass> origin = decl->GetClass(kNone);
         if (!Wanted(options, name)) return true;
+        // Asked for only when it is written or decides.
+        boost::shared_ptr<ICIMClass> origin;
+        if (options.localOnly || options.includeClassOrigin) origin = decl->GetClass(kNone);
         if (options.localOnly && origin.get() != cls.get()) return true;
         if (options.declaredBy != nullptr) {
           try {
@@ -293,7 +308,7 @@ void TCimXmlWriter::Instance(ICIMInstance& instance, const TCimObjectOptions& op
           }
         }
         const TCIMValue& value = property->GetValue(kNone);
-        OpenProperty(*decl);
+        OpenProperty(decl);
         if (options.includeClassOrigin && origin) out_.Attr("CLASSORIGIN", origin->GetName(kNone));
         if (options.includeQualifiers) Qualifiers(*decl, false);
         Value(value);
@@ -321,7 +336,7 @@ void TCimXmlWriter::Class(ICIMClass& cls, const TCimObjectOptions& options) {
         const std::string& name = decl->GetName(kNone);
         if ((options.localOnly && origin.get() != &cls) || !Wanted(options, name)) return true;
         const TCIMValue& value = decl->GetDefaultValue(kNone);
-        OpenProperty(*decl);
+        OpenProperty(decl);
         originAttributes(origin);
         if (options.includeQualifiers) {
           TQualifierOrigin from{origin.get() != &cls, nullptr};

@@ -24,6 +24,8 @@
 
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/cim_reference.h"
 #include "core/cim_value.h"
@@ -83,7 +85,10 @@ class TCimXmlWriter {
   // Opens the element of a property of `decl`'s type with its NAME and
   // TYPE, or REFERENCECLASS, and EmbeddedObject for a string that holds an
   // embedded object or instance.
-  void OpenProperty(const ICIMPropertyDecl& decl);
+  void OpenProperty(const boost::shared_ptr<const ICIMPropertyDecl>& decl);
+  // What OpenProperty writes as EmbeddedObject for a string declaration:
+  // "instance", "object", or nullptr for neither.
+  const char* EmbeddedKind(const boost::shared_ptr<const ICIMPropertyDecl>& decl);
   void KeyBinding(const std::string& name, const TCIMValue& value);
   void ReferenceValue(const TCIMReference& path);
   // How the qualifiers of a class's property, method or parameter came to
@@ -105,6 +110,12 @@ class TCimXmlWriter {
   TXmlOut& out_;
   std::string host_;
   std::string namespace_;
+  // EmbeddedKind of the string declarations met so far, at most
+  // kKnownEmbedded of them: an enumeration writes the same few again and
+  // again, and each would take two qualifier lookups. Held, so that no
+  // other declaration can take the address of one a write has dropped.
+  static const size_t kKnownEmbedded = 64;
+  std::vector<std::pair<boost::shared_ptr<const ICIMPropertyDecl>, const char*>> knownEmbedded_;
 };
 
 #endif  // INMEM_SERVER_CIMXML_WRITER_H_

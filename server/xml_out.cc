@@ -67,6 +67,15 @@ std::string TXmlOut::Take() {
   return taken;
 }
 
+void TXmlOut::TakeInto(std::string* out) {
+  if (out->empty()) {
+    out->swap(out_);
+  } else {
+    out->append(out_);
+  }
+  out_.clear();
+}
+
 void TXmlOut::EndStartTag() {
   if (!startTagOpen_) return;
   out_ += '>';

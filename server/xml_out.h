@@ -53,6 +53,10 @@ class TXmlOut {
   size_t Size() const { return out_.size(); }
   // The text written since the last Take.
   std::string Take();
+  // Appends the text written since the last Take to *out. When *out is
+  // empty the two trade buffers instead, so that pieces written one after
+  // the other reuse each other's room rather than copy and grow.
+  void TakeInto(std::string* out);
 
  private:
   // Ends a start tag that is still open (`>`).
