@@ -63,7 +63,7 @@ sanitize: deps
 # out: the indications end to end, whose listeners must keep up with a
 # burst that its small queues would otherwise drop (the sanitizer makes
 # every process several times slower); one at a time, for the same reason.
-TSAN_TESTS = ConcurrentRequestsTest|HttpFraming|LongAnswer|Delivery|IndicationService|Listener|Export|InmemServe|InmemListen
+TSAN_TESTS = ConcurrentRequestsTest|RepositoryLock|HttpFraming|LongAnswer|Delivery|IndicationService|Listener|Export|InmemServe|InmemListen
 TSAN_TARGETS = server_tests delivery_tests indication_tests listener_tests inmem_cli inmem
 
 tsan: deps

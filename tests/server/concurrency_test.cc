@@ -1,12 +1,15 @@
 // Requests answered on several threads at once, through the real server on
 // loopback: readers look up, enumerate, walk, query and pull while a writer
-// creates, links, changes and deletes disks. Every answer must be right
-// whatever ran beside it, and the access log must hold one whole line per
-// request. Built with ThreadSanitizer (make tsan), the same run shows that
-// nothing is shared without its lock.
+// creates, links, changes and deletes disks, and now and then adds a class
+// (which builds the namespace again). Every answer must be right whatever
+// ran beside it, and the access log must hold one whole line per request.
+// Built with ThreadSanitizer (make tsan), the same run shows that nothing
+// is shared without its lock. And the lock lets a waiting write go first.
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <shared_mutex>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -192,6 +195,10 @@ TEST_F(ConcurrentRequestsTest, ReadsBesideWritesAnswerRightAndEveryRequestIsLogg
                                                             DiskInstance(n, "changed") + "</VALUE.NAMEDINSTANCE>"));
       // Deleting the disk deletes its link too.
       write("DeleteInstance", Param("InstanceName", Disk(n)));
+      if (n % 25 == 0) {
+        write("CreateClass", Param("NewClass", "<CLASS NAME=\"Test_Extra" + std::to_string(n) +
+                                                   "\" SUPERCLASS=\"Test_Disk\"></CLASS>"));
+      }
     }
   });
   for (std::thread& client : clients) client.join();
@@ -213,6 +220,32 @@ TEST_F(ConcurrentRequestsTest, ReadsBesideWritesAnswerRightAndEveryRequestIsLogg
     EXPECT_NE(line.find(" http=200 cim=0 "), std::string::npos) << line;
   }
   EXPECT_EQ(logged, requests.load());
+}
+
+// Readers that keep coming cannot hold a write off: once a write waits,
+// a new read waits behind it.
+TEST(RepositoryLockTest, AWaitingWriteGoesBeforeLaterReads) {
+  TRepositoryLock lock;
+  std::shared_lock<TRepositoryLock> reading(lock);
+  std::atomic<bool> wrote{false};
+  std::thread writer([&] {
+    std::unique_lock<TRepositoryLock> write(lock);
+    wrote = true;
+  });
+  // The writer is waiting once a new read is refused.
+  bool refused = false;
+  for (int tries = 0; tries < 2000 && !refused; ++tries) {
+    refused = !lock.try_lock_shared();
+    if (!refused) {
+      lock.unlock_shared();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  EXPECT_TRUE(refused) << "reads still got in while a write waited";
+  EXPECT_FALSE(wrote.load());
+  reading.unlock();
+  writer.join();
+  EXPECT_TRUE(wrote.load());
 }
 
 }  // namespace
