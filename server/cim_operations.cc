@@ -155,7 +155,7 @@ class TLockedBody : public TResponseBody {
   TLockedBody(TRepositoryLock& lock, std::unique_ptr<TResponseBody> body) : lock_(lock), body_(std::move(body)) {}
 
   bool Next(std::string* out, size_t size) override {
-    std::shared_lock<TRepositoryLock> read(lock_);
+    auto read = lock_.Read();
     return body_->Next(out, size);
   }
 
@@ -182,13 +182,9 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
   auto operation = Operations().end();
   if (!request.extrinsic && LowerName(request.method, buffer, &name)) operation = Operations().find(name);
   const bool writes = operation != Operations().end() && operation->second.writes;
-  std::shared_lock<TRepositoryLock> read(lock_, std::defer_lock);
-  std::unique_lock<TRepositoryLock> write(lock_, std::defer_lock);
-  if (writes) {
-    write.lock();
-  } else {
-    read.lock();
-  }
+  // One of the two is held for the whole call.
+  auto read = writes ? std::shared_lock<TRepositoryLock>() : lock_.Read();
+  auto write = writes ? lock_.Write() : std::unique_lock<TRepositoryLock>();
   const TNamespaceRegistry::TEntry* space = namespaces_.Find(request.namespaceName);
   TCimResponseHead head{request.messageId, request.method, request.extrinsic, host,
                         space != nullptr ? space->name : request.namespaceName};
@@ -229,7 +225,7 @@ std::unique_ptr<TResponseBody> TCimOperations::Run(const TCimRequest& request, c
 
 void TCimOperations::Settle() {
   if (config_.changes == nullptr || !unsettled_.load()) return;
-  std::unique_lock<TRepositoryLock> write(lock_);
+  auto write = lock_.Write();
   unsettled_.store(false);
   config_.changes->Settle();
 }

@@ -7,7 +7,6 @@
 
 #include <iostream>
 #include <memory>
-#include <shared_mutex>
 #include <thread>
 
 
@@ -201,7 +200,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   // here on takes the operations' lock, shared to read, alone to change.
   TRepositoryLock& lock = operations.Lock();
   config.http.pages = [&pages, &lock](const THttpRequest& request) {
-    std::shared_lock<TRepositoryLock> read(lock);
+    auto read = lock.Read();
     return pages.Answer(request);
   };
 
@@ -209,7 +208,7 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   uint64_t collections = 0;
   std::unique_ptr<TInventoryFeed> feed;
   auto collect = [&] {
-    std::unique_lock<TRepositoryLock> write(lock);
+    auto write = lock.Write();
     std::string error;
     if (feed->Refresh(&error, &indications, namespaces.Find(o.namespaceName)->name)) {
       ++collections;
@@ -261,20 +260,20 @@ int Serve(const TServeOptions& o, const boost::shared_ptr<ICIMNamespace>& ns,
   // Dropping an enumeration may drop the last hold on a class a class
   // write has replaced: alone, as a write.
   server.Every(std::chrono::seconds(5), [&] {
-    std::unique_lock<TRepositoryLock> write(lock);
+    auto write = lock.Write();
     operations.DropExpiredEnumerations();
   });
   server.Every(std::chrono::seconds(1), [&] {
     std::vector<TDeliveryFailure> failures = delivery.TakeFailures();
     if (failures.empty()) return;
-    std::unique_lock<TRepositoryLock> write(lock);
+    auto write = lock.Write();
     for (const TDeliveryFailure& failure : failures) indications.DeliveryFailed(failure);
   });
   uint64_t saved = operations.Changes() + collections;
   auto save = [&](bool always) {
     const uint64_t now = operations.Changes() + collections;
     if (o.snapshot.empty() || (now == saved && !always)) return;
-    std::shared_lock<TRepositoryLock> read(lock);
+    auto read = lock.Read();
     // Every namespace, the Interop one last: what users register there
     // points into the others.
     std::vector<TSnapshotSection> sections;
