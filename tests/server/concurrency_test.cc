@@ -75,15 +75,6 @@ std::string Link(int n) {
          "</VALUE.REFERENCE></PROPERTY.REFERENCE></INSTANCE>";
 }
 
-// The text of a pull answer's PARAMVALUE `name`.
-std::string ParamValue(const std::string& document, const std::string& name) {
-  const size_t at = document.find("<PARAMVALUE NAME=\"" + name + "\"");
-  if (at == std::string::npos) return std::string();
-  const size_t value = document.find("<VALUE>", at);
-  if (value == std::string::npos) return std::string();
-  return document.substr(value + 7, document.find("</VALUE>", value) - value - 7);
-}
-
 // A read and what its answer must hold, whatever the writer is doing: the
 // fixture's own instances, which the writer leaves alone.
 struct TRead {

@@ -48,16 +48,6 @@ std::vector<std::string> Results(const std::vector<std::string>& documents) {
   return results;
 }
 
-// The text of the PARAMVALUE `name` of a pull answer.
-std::string ParamValue(const std::string& document, const std::string& name) {
-  const std::string mark = "<PARAMVALUE NAME=\"" + name + "\"";
-  const size_t at = document.find(mark);
-  if (at == std::string::npos) return std::string();
-  const size_t value = document.find("<VALUE>", at), end = document.find("</PARAMVALUE>", at);
-  if (value == std::string::npos || value > end) return std::string();
-  return document.substr(value + 7, document.find("</VALUE>", value) - value - 7);
-}
-
 class PullTest : public TServedFixtureTest {
  protected:
 

@@ -181,6 +181,16 @@ struct TServedWithInterop {
   ICIMNamespace& Repository(const std::string& ns) { return *namespaces->Find(ns)->ns; }
 };
 
+// The text of the PARAMVALUE `name` of a response (a pull's
+// EnumerationContext, EndOfSequence); empty when it has none or is null.
+inline std::string ParamValue(const std::string& document, const std::string& name) {
+  const size_t at = document.find("<PARAMVALUE NAME=\"" + name + "\"");
+  if (at == std::string::npos) return std::string();
+  const size_t value = document.find("<VALUE>", at), end = document.find("</PARAMVALUE>", at);
+  if (value == std::string::npos || value > end) return std::string();
+  return document.substr(value + 7, document.find("</VALUE>", value) - value - 7);
+}
+
 // The CIM status code of a response document (0 for success).
 inline int CimCodeOf(const std::string& document) {
   const size_t at = document.find("<ERROR CODE=\"");
