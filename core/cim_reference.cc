@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include <boost/make_shared.hpp>
+
 #include "core/ascii.h"
 #include "core/namespace_directory.h"
 #include "core/tyl_exception.h"
@@ -133,67 +135,128 @@ class TKeyViews {
 
 }  // namespace
 
+const TCIMReference::TRep& TCIMReference::EmptyRep() {
+  static const TRep kEmpty;
+  return kEmpty;
+}
+
+TCIMReference::TRep& TCIMReference::Mutable() {
+  if (!rep_) {
+    rep_ = boost::make_shared<TRep>();
+  } else if (rep_.use_count() != 1) {
+    rep_ = boost::make_shared<TRep>(*rep_);
+  }
+  return *rep_;
+}
+
 TCIMReference::TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
-                             const TContext& keys)
-    : namespace_(ns) {
-  for (const auto& key : keys) keys_.push_back(key);
+                             const std::map<std::string, TCIMValue>& keys) {
+  TRep& rep = Mutable();
+  rep.ns = ns;
+  for (const auto& key : keys) rep.keys.push_back(key);
   UpdatePath();
 }
 
 TCIMReference::TCIMReference(const boost::shared_ptr<ICIMClass>& cls,
-                             const std::string& namespaceName, std::vector<TKeyBinding> keys)
-    : class_(cls),
-      className_(cls ? cls->GetName(TContext()) : std::string()),
-      namespaceName_(namespaceName),
-      keys_(std::move(keys)) {
+                             const std::string& namespaceName, std::vector<TKeyBinding> keys) {
+  TRep& rep = Mutable();
+  rep.cls = cls;
+  if (cls) rep.className = cls->GetName(TContext());
+  rep.namespaceName = namespaceName;
+  rep.keys = std::move(keys);
   UpdatePath();
 }
 
 void TCIMReference::SetClass(const boost::shared_ptr<ICIMClass>& cls) {
-  class_ = cls;
-  className_ = cls ? cls->GetName(TContext()) : std::string();
+  TRep& rep = Mutable();
+  rep.cls = cls;
+  rep.className = cls ? cls->GetName(TContext()) : std::string();
   UpdatePath();
 }
 
 void TCIMReference::SetClassName(const std::string& name) {
-  class_.reset();
-  className_ = name;
+  TRep& rep = Mutable();
+  rep.cls.reset();
+  rep.className = name;
   UpdatePath();
 }
 
 void TCIMReference::SetNameSpaceName(const std::string& name) {
-  namespaceName_ = name;
+  Mutable().namespaceName = name;
   UpdatePath();
 }
 
 void TCIMReference::AddKeyValue(const std::string& name, const TCIMValue& value) {
-  for (TKeyBinding& key : keys_) {
+  TRep& rep = Mutable();
+  for (TKeyBinding& key : rep.keys) {
     if (EqualsFoldingAscii(key.first, name)) {
       key.second = value;
       UpdatePath();
       return;
     }
   }
-  keys_.emplace_back(name, value);
+  rep.keys.emplace_back(name, value);
   UpdatePath();
 }
 
 const TCIMValue* TCIMReference::FindKeyValue(const std::string& name) const {
-  for (const TKeyBinding& key : keys_) {
+  for (const TKeyBinding& key : Rep().keys) {
     if (EqualsFoldingAscii(key.first, name)) return &key.second;
   }
   return nullptr;
 }
 
+namespace {
+
+template <typename T>
+bool SameObject(const boost::weak_ptr<T>& a, const boost::weak_ptr<T>& b) {
+  return !a.owner_before(b) && !b.owner_before(a);
+}
+
+// Values equal as operator== has it and, for paths at any depth, the same in
+// every part.
+bool SameValue(const TCIMValue& a, const TCIMValue& b) {
+  if (!(a == b)) return false;
+  if (a.IsNull()) return true;
+  if (a.IsArray()) {
+    const std::vector<TCIMValue>& left = a.GetElements();
+    const std::vector<TCIMValue>& right = b.GetElements();
+    for (size_t i = 0; i < left.size(); ++i) {
+      if (!SameValue(left[i], right[i])) return false;
+    }
+    return true;
+  }
+  return !a.IsReference() || a.GetReference().SameInEveryPart(b.GetReference());
+}
+
+}  // namespace
+
+bool TCIMReference::SameInEveryPart(const TCIMReference& other) const {
+  if (rep_ == other.rep_) return true;
+  const TRep& a = Rep();
+  const TRep& b = other.Rep();
+  if (a.path != b.path || a.className != b.className || a.namespaceName != b.namespaceName ||
+      a.keys.size() != b.keys.size() || !SameObject(a.cls, b.cls) || !SameObject(a.ns, b.ns)) {
+    return false;
+  }
+  for (size_t i = 0; i < a.keys.size(); ++i) {
+    if (a.keys[i].first != b.keys[i].first || !SameValue(a.keys[i].second, b.keys[i].second)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 boost::shared_ptr<ICIMClass> TCIMReference::GetClass() const {
-  boost::shared_ptr<ICIMClass> cls = class_.lock();
-  if (cls || className_.empty()) return cls;
+  const TRep& rep = Rep();
+  boost::shared_ptr<ICIMClass> cls = rep.cls.lock();
+  if (cls || rep.className.empty()) return cls;
   boost::shared_ptr<ICIMNamespace> ns;
-  if (!namespaceName_.empty()) ns = TNamespaceDirectory::Find(namespaceName_);
-  if (!ns) ns = namespace_.lock();
+  if (!rep.namespaceName.empty()) ns = TNamespaceDirectory::Find(rep.namespaceName);
+  if (!ns) ns = rep.ns.lock();
   if (!ns) return cls;
   try {
-    return ns->GetClass(className_, TContext());
+    return ns->GetClass(rep.className, TContext());
   } catch (const TTYLException&) {
     return boost::shared_ptr<ICIMClass>();  // unknown or invalid: no class
   }
@@ -224,34 +287,37 @@ size_t TCIMReference::PathTextLength(const std::string& namespaceName, const std
 
 size_t TCIMReference::QuotedPathLength() const {
   TTextLength length;
-  PutQuoted(&length, path_);
+  PutQuoted(&length, Rep().path);
   return length.size;
 }
 
 void TCIMReference::UpdatePath() {
-  TKeyViews views(keys_);
-  path_ = PathTextOf(namespaceName_, className_, views.Data(), views.Count());
+  TRep& rep = *rep_;  // every change has made the parts this path's own
+  TKeyViews views(rep.keys);
+  rep.path = PathTextOf(rep.namespaceName, rep.className, views.Data(), views.Count());
 }
 
 boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {
-  if (!namespaceName_.empty()) {
-    boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(namespaceName_);
+  const TRep& rep = Rep();
+  if (!rep.namespaceName.empty()) {
+    boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(rep.namespaceName);
     if (named) return named;
   }
-  boost::shared_ptr<ICIMNamespace> ns = namespace_.lock();
+  boost::shared_ptr<ICIMNamespace> ns = rep.ns.lock();
   if (!ns) {
-    boost::shared_ptr<ICIMClass> cls = class_.lock();
+    boost::shared_ptr<ICIMClass> cls = rep.cls.lock();
     if (cls) ns = cls->GetNamespace(TContext());
   }
   return ns;
 }
 
 boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {
-  if (className_.empty()) throw TTYLException(kStatusNotFound);
-  if (!namespaceName_.empty()) {
+  const TRep& rep = Rep();
+  if (rep.className.empty()) throw TTYLException(kStatusNotFound);
+  if (!rep.namespaceName.empty()) {
     // A namespace the host serves files its instances under their paths
     // within it: looked up there, the path leaves its namespace name off.
-    if (boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(namespaceName_)) {
+    if (boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(rep.namespaceName)) {
       TCIMReference local(*this);
       local.SetNameSpaceName("");
       boost::shared_ptr<ICIMInstance> instance = named->GetInstance(local, TContext());

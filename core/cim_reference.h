@@ -21,10 +21,18 @@
 //
 // Key bindings keep the order in which they were added; adding a key whose
 // name equals an existing one in any letter case replaces its value.
+//
+// A path is a handle on shared, immutable parts: copying one (into a value,
+// out of an instance) costs a reference count, and a change to a copy makes
+// that copy's parts its own first. So the reference values of many
+// association instances can share the one path their target holds. Copies
+// of one path may be read and copied from several threads at once; a single
+// path object is changed by one thread at a time, as any object is.
 
 #ifndef INMEM_CORE_CIM_REFERENCE_H_
 #define INMEM_CORE_CIM_REFERENCE_H_
 
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,12 +40,10 @@
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 
-#include "core/cim_value.h"
-#include "core/context.h"
-
 class ICIMClass;
 class ICIMElement;
 class ICIMNamespace;
+class TCIMValue;
 
 class TCIMReference {
  public:
@@ -46,7 +52,10 @@ class TCIMReference {
   TCIMReference() = default;
   // A path resolved through `ns` (may be empty) with the key bindings of
   // `keys`, in the map's order.
-  TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns, const TContext& keys);
+  // (The map is a TContext, spelled out: values include this header for
+  // their reference content before TContext can be named.)
+  TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
+                const std::map<std::string, TCIMValue>& keys);
   // A path to an instance of `cls` (may be empty) seen in the namespace
   // named `namespaceName`, with `keys` in their order; no two key names may
   // be equal in any letter case. The same path as SetClass,
@@ -61,9 +70,9 @@ class TCIMReference {
   void SetNameSpaceName(const std::string& name);
   void AddKeyValue(const std::string& name, const TCIMValue& value);
 
-  const std::string& GetClassName() const { return className_; }
-  const std::string& GetNameSpaceName() const { return namespaceName_; }
-  const std::vector<TKeyBinding>& GetKeyBindings() const { return keys_; }
+  const std::string& GetClassName() const;
+  const std::string& GetNameSpaceName() const;
+  const std::vector<TKeyBinding>& GetKeyBindings() const;
   // The value bound to `name` in any letter case, or nullptr.
   const TCIMValue* FindKeyValue(const std::string& name) const;
 
@@ -73,11 +82,25 @@ class TCIMReference {
   // neither is found.
   boost::shared_ptr<ICIMClass> GetClass() const;
   // The namespace given at construction; empty when none was or it is gone.
-  boost::shared_ptr<ICIMNamespace> GetNamespace() const { return namespace_.lock(); }
+  boost::shared_ptr<ICIMNamespace> GetNamespace() const;
 
-  std::string GetPath() const { return path_; }
+  std::string GetPath() const { return PathText(); }
   // The same text without a copy, for lookups.
-  const std::string& PathText() const { return path_; }
+  const std::string& PathText() const;
+  // Whether `other` holds the very parts this path holds (a copy of it,
+  // neither changed since), not only equal ones.
+  bool SharesPartsWith(const TCIMReference& other) const { return rep_ == other.rep_; }
+  // Whether `other` is this path in every respect a reader can tell: the
+  // same text, class and namespace names and objects, and key bindings of
+  // the same names (letter case included) and values (types included,
+  // nested paths by this same test), in the same order. Such a path may
+  // stand in for this one without anyone noticing.
+  bool SameInEveryPart(const TCIMReference& other) const;
+  // Hints for a reader about to go through many paths in memory that is
+  // likely not in the processor's cache; they change nothing. The first asks
+  // for the parts, the second (once those have arrived) for the text.
+  void Prefetch() const { __builtin_prefetch(rep_.get()); }
+  void PrefetchText() const;
 
   // The namespace GetCIMElement asks: the one the reference's namespace name
   // names in TNamespaceDirectory, else the reference's own, else its class's
@@ -124,25 +147,56 @@ class TCIMReference {
   size_t QuotedPathLength() const;
 
   friend bool operator==(const TCIMReference& a, const TCIMReference& b) {
-    return a.path_ == b.path_;
+    return a.PathText() == b.PathText();
   }
   friend bool operator<(const TCIMReference& a, const TCIMReference& b) {
-    return a.path_ < b.path_;
+    return a.PathText() < b.PathText();
   }
 
  private:
-  boost::weak_ptr<ICIMNamespace> namespace_;
-  boost::weak_ptr<ICIMClass> class_;
-  std::string className_;
-  std::string namespaceName_;
-  std::vector<TKeyBinding> keys_;
-  // The canonical text, rebuilt by every change so that reading it (lookups
-  // read it all the time) costs nothing and stays safe for concurrent readers.
-  std::string path_;
-
+  // The parts of a path; never changed while two paths share them.
+  struct TRep;
+  // The parts of a path made with no class, namespace or keys.
+  static const TRep& EmptyRep();
+  const TRep& Rep() const;
+  // The parts, made this path's own first when another path shares them.
+  TRep& Mutable();
   void UpdatePath();
+
+  // Null for an empty path, until its first change.
+  boost::shared_ptr<TRep> rep_;
 };
 
 inline bool operator!=(const TCIMReference& a, const TCIMReference& b) { return !(a == b); }
+
+#include "core/cim_value.h"
+
+struct TCIMReference::TRep {
+  boost::weak_ptr<ICIMNamespace> ns;
+  boost::weak_ptr<ICIMClass> cls;
+  std::string className;
+  std::string namespaceName;
+  std::vector<TKeyBinding> keys;
+  // The canonical text, rebuilt by every change so that reading it (lookups
+  // read it all the time) costs nothing.
+  std::string path;
+};
+
+inline const TCIMReference::TRep& TCIMReference::Rep() const {
+  if (rep_) return *rep_;
+  return EmptyRep();
+}
+inline const std::string& TCIMReference::GetClassName() const { return Rep().className; }
+inline const std::string& TCIMReference::GetNameSpaceName() const { return Rep().namespaceName; }
+inline const std::vector<TCIMReference::TKeyBinding>& TCIMReference::GetKeyBindings() const {
+  return Rep().keys;
+}
+inline boost::shared_ptr<ICIMNamespace> TCIMReference::GetNamespace() const {
+  return Rep().ns.lock();
+}
+inline const std::string& TCIMReference::PathText() const { return Rep().path; }
+inline void TCIMReference::PrefetchText() const {
+  if (rep_) __builtin_prefetch(rep_->path.data());
+}
 
 #endif  // INMEM_CORE_CIM_REFERENCE_H_

@@ -83,11 +83,9 @@ TCIMValue::TCIMValue(const char* value)
 TCIMValue::TCIMValue(const TCIMDateTime& value)
     : TCIMValue(kCIMTypeDateTime, value, false) {}
 TCIMValue::TCIMValue(const TCIMReference& value)
-    : TCIMValue(kCIMTypeReference, TReferencePtr(boost::make_shared<const TCIMReference>(value)),
-                false) {}
+    : TCIMValue(kCIMTypeReference, value, false) {}
 TCIMValue::TCIMValue(TCIMReference&& value)
-    : TCIMValue(kCIMTypeReference,
-                TReferencePtr(boost::make_shared<const TCIMReference>(std::move(value))), false) {}
+    : TCIMValue(kCIMTypeReference, std::move(value), false) {}
 
 TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
     : type_(ArrayTypeOf(elementType)), null_(false) {
@@ -131,14 +129,14 @@ TCIMValue TCIMValue::Null(ECIMType type) {
 TCIMValue TCIMValue::NullReference(const boost::shared_ptr<ICIMClass>& referencedClass) {
   TCIMReference prototype;
   if (referencedClass) prototype.SetClass(referencedClass);
-  return TCIMValue(kCIMTypeReference, TReferencePtr(boost::make_shared<const TCIMReference>(prototype)), true);
+  return TCIMValue(kCIMTypeReference, std::move(prototype), true);
 }
 
 boost::shared_ptr<ICIMClass> TCIMValue::GetReferencedClass() const {
   if (type_ != kCIMTypeReference) ThrowMismatch();
-  const TReferencePtr* reference = std::get_if<TReferencePtr>(&content_);
+  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
   if (reference == nullptr) return boost::shared_ptr<ICIMClass>();
-  return (*reference)->GetClass();
+  return reference->GetClass();
 }
 
 void TCIMValue::ThrowMismatch() const { throw TTYLException(kStatusTypeMismatch); }
@@ -245,19 +243,19 @@ TCIMValue::operator TCIMDateTime() const {
 
 const TCIMReference& TCIMValue::GetReference() const {
   if (null_ || type_ != kCIMTypeReference) ThrowMismatch();
-  return *std::get<TReferencePtr>(content_);
+  return std::get<TCIMReference>(content_);
 }
 
 TCIMValue::operator TCIMReference() const { return GetReference(); }
 
 void TCIMValue::PrefetchReference() const {
-  const TReferencePtr* reference = std::get_if<TReferencePtr>(&content_);
-  if (reference != nullptr && *reference) __builtin_prefetch(reference->get());
+  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
+  if (reference != nullptr) reference->Prefetch();
 }
 
 void TCIMValue::PrefetchReferenceText() const {
-  const TReferencePtr* reference = std::get_if<TReferencePtr>(&content_);
-  if (reference != nullptr && *reference) __builtin_prefetch((*reference)->PathText().data());
+  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
+  if (reference != nullptr) reference->PrefetchText();
 }
 
 TCIMValue::operator const std::vector<TCIMValue>&() const { return GetElements(); }
@@ -357,7 +355,7 @@ int CompareContent(const TCIMValue& a, const TCIMValue& b) {
     case kCIMTypeDateTime:
       return Compare(static_cast<TCIMDateTime>(a), static_cast<TCIMDateTime>(b));
     case kCIMTypeReference:
-      return a.ToString().compare(b.ToString());
+      return a.GetReference().PathText().compare(b.GetReference().PathText());
     default:
       return 0;
   }

@@ -8,8 +8,9 @@
 //
 // Storage: unsigned integers as uint64_t, signed as int64_t, both reals as
 // double (a real32 holds exactly what the float held), strings inline,
-// references and arrays behind shared immutable pointers so that copying a
-// value never copies a path or an element list.
+// references as paths (handles on shared parts) and arrays behind a shared
+// immutable pointer, so that copying a value never copies a path or an
+// element list.
 //
 // Conversions are explicit and checked. A conversion throws
 // TTYLException(kStatusTypeMismatch) when the value is null or its type does
@@ -47,10 +48,10 @@
 #include <boost/shared_ptr.hpp>
 
 #include "core/cim_date_time.h"
+#include "core/cim_reference.h"
 #include "core/cim_type.h"
 
 class ICIMClass;
-class TCIMReference;
 
 class TCIMValue {
  public:
@@ -153,10 +154,9 @@ class TCIMValue {
   friend bool operator<(const TCIMValue& a, const TCIMValue& b);
 
  private:
-  typedef boost::shared_ptr<const TCIMReference> TReferencePtr;
   typedef boost::shared_ptr<const std::vector<TCIMValue>> TElementsPtr;
   typedef std::variant<std::monostate, bool, uint64_t, int64_t, double, char16_t,
-                       std::string, TCIMDateTime, TReferencePtr, TElementsPtr>
+                       std::string, TCIMDateTime, TCIMReference, TElementsPtr>
       TContent;
 
   TCIMValue(ECIMType type, TContent content, bool isNull);

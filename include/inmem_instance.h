@@ -142,6 +142,11 @@ class TInmemInstance : public ICIMInstance,
   // value, in property order. False when some reference property is on its
   // declaration's default, which cannot be indexed by text.
   bool VisitReferencePaths(const boost::function<void(const TCIMReference&)>& visit) const;
+  // Offers each own, non-null reference value to `findSame`, which answers
+  // with a path a reader cannot tell from it (held elsewhere) or nullptr,
+  // and takes each path it gets in place of its own, so that the value
+  // shares that path's parts. Nothing a reader sees changes.
+  void SharePaths(const boost::function<const TCIMReference*(const TCIMReference&)>& findSame);
   // Asks the processor to bring into its cache what a walk reads of these
   // association instances: the objects, their property arrays, their
   // reference values and those values' path texts (see

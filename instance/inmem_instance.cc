@@ -161,6 +161,20 @@ bool TInmemInstance::VisitReferencePaths(
   return allOwn;
 }
 
+void TInmemInstance::SharePaths(
+    const boost::function<const TCIMReference*(const TCIMReference&)>& findSame) {
+  if (!hasReferenceProperties) return;
+  for (TInmemProperty& property : properties) {
+    if (property.UsesDefaultValue(TContext())) continue;
+    const TCIMValue& value = property.GetValue(TContext());
+    if (!value.IsReference() || value.IsNull()) continue;
+    const TCIMReference* same = findSame(value.GetReference());
+    if (same != nullptr && !same->SharesPartsWith(value.GetReference())) {
+      property.ShareValue(TCIMValue(*same));
+    }
+  }
+}
+
 void TInmemInstance::BeforeReferenceChange() {
   ForEachFiling([this](const TFiling& filing) { filing.cls->ForgetReferrer(*filing.key, *this); });
 }

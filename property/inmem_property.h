@@ -63,6 +63,11 @@ class TInmemProperty : public ICIMProperty {
   // A reference owner hears of the call whether or not the value was taken.
   void SetValue(const TCIMValue& newValue, TContext context) override;
   bool IsUnset(TContext) const override { return !value; }
+  // Replaces the own value with `same`, which a reader cannot tell from it
+  // (see TCIMReference::SameInEveryPart): the value then shares its parts
+  // with others that hold them. No check and no word to the owner, since
+  // nothing a reader sees changes.
+  void ShareValue(const TCIMValue& same) { value = same; }
   // Cache hints for a walk's reads of the own value (TCIMValue's).
   void PrefetchValue() const {
     if (value) value->PrefetchReference();

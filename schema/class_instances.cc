@@ -24,7 +24,12 @@ void TInmemClass::AddInstance(boost::shared_ptr<ICIMInstance> instance, TContext
   auto filed = instances.emplace(ElementPathText(*instance, inmem), instance);
   if (!filed.second) return;
   instancesByPath.Insert(filed.first);
-  if (inmem != nullptr) inmem->NoteFiled(this, &filed.first->first);
+  if (inmem != nullptr) {
+    inmem->NoteFiled(this, &filed.first->first);
+    // Referrers of one target hold one path: at a million associations that
+    // is a third of their memory.
+    inmem->SharePaths([this](const TCIMReference& path) { return referrers.HeldPathLike(path); });
+  }
   referrers.Add(filed.first, inmem);
 }
 

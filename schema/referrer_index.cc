@@ -35,6 +35,19 @@ void TReferrerIndex::Add(TEntry entry, const TInmemInstance* instance) {
   if (!byText) alwaysVisited_.insert(entry);
 }
 
+const TCIMReference* TReferrerIndex::HeldPathLike(const TCIMReference& path) const {
+  auto found = byReferencedPath_.find(HashPathText(path.PathText()));
+  if (found == byReferencedPath_.end()) return nullptr;
+  // Only the repository's own instances are filed by the text of their
+  // references.
+  const auto* holder = static_cast<const TInmemInstance*>((*found->second.begin())->second.get());
+  const TCIMReference* same = nullptr;
+  holder->VisitReferencePaths([&](const TCIMReference& held) {
+    if (same == nullptr && held.SameInEveryPart(path)) same = &held;
+  });
+  return same;
+}
+
 void TReferrerIndex::Remove(TEntry entry, const TInmemInstance* instance) {
   ++version_;
   alwaysVisited_.erase(entry);

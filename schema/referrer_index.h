@@ -82,6 +82,13 @@ class TReferrerIndex {
   void Remove(TEntry entry, const TInmemInstance* instance);
   void Clear();
 
+  // A path that some instance filed here holds as a reference value and
+  // that a reader cannot tell from `path` (see
+  // TCIMReference::SameInEveryPart), or nullptr. Looks at one instance
+  // filed under `path`'s text, as filing a new referrer of the same target
+  // does, so that the referrers of one target hold one path.
+  const TCIMReference* HeldPathLike(const TCIMReference& path) const;
+
   // In path order, the next entry of `walk` (the first when it has given
   // none): the first entry after the one it gave last that may hold a
   // reference to its target as the target is filed now; `end` when there is

@@ -109,6 +109,67 @@ TEST(CIMReferenceTest, AddingAKeyAgainInAnyCaseReplacesIt) {
   EXPECT_EQ(path.FindKeyValue("other"), nullptr);
 }
 
+// Copies share one set of parts until one of them changes; the change is
+// that copy's alone.
+TEST(CIMReferenceTest, ACopySharesPartsUntilItChanges) {
+  TCIMReference original = Path("C");
+  original.AddKeyValue("Name", TCIMValue("a"));
+  TCIMReference copy = original;
+  TCIMValue held(original);
+  EXPECT_TRUE(copy.SharesPartsWith(original));
+  EXPECT_TRUE(held.GetReference().SharesPartsWith(original));
+  copy.AddKeyValue("Name", TCIMValue("b"));
+  EXPECT_FALSE(copy.SharesPartsWith(original));
+  EXPECT_EQ(original.GetPath(), "c.name=\"a\"");
+  EXPECT_EQ(held.GetReference().GetPath(), "c.name=\"a\"");
+  EXPECT_EQ(copy.GetPath(), "c.name=\"b\"");
+  TCIMReference empty;
+  TCIMReference named = empty;
+  named.SetNameSpaceName("root");
+  EXPECT_EQ(empty.GetPath(), "");
+  EXPECT_EQ(named.GetPath(), "root:");
+}
+
+// A path may stand in for another only when nothing a reader sees differs,
+// though the texts are one.
+TEST(CIMReferenceTest, SameInEveryPartTellsEveryVisibleDifference) {
+  TSchemaBuilder s;
+  auto cls = s.KeyedClass("CIM_Plain", "", "Id");
+  TSchemaBuilder other;
+  auto otherCls = other.KeyedClass("CIM_Plain", "", "Id");
+  auto make = [](const boost::shared_ptr<ICIMClass>& c, const std::string& keyName,
+                 const TCIMValue& value) {
+    return TCIMReference(c, "", {{keyName, value}});
+  };
+  const TCIMReference base = make(cls, "Id", TCIMValue("x"));
+  TCIMReference byName = Path("CIM_Plain");  // the class by name only
+  byName.AddKeyValue("Id", TCIMValue("x"));
+  TCIMReference viaNamespace(s.Namespace(), TContext());
+  viaNamespace.SetClass(cls);
+  viaNamespace.AddKeyValue("Id", TCIMValue("x"));
+  TCIMReference nested = Path("CIM_Link");
+  nested.AddKeyValue("To", TCIMValue(base));
+  TCIMReference nestedOther = Path("CIM_Link");
+  nestedOther.AddKeyValue("To", TCIMValue(make(cls, "ID", TCIMValue("x"))));
+  const std::tuple<TCIMReference, TCIMReference, bool> rows[] = {
+      {base, make(cls, "Id", TCIMValue("x")), true},
+      {base, make(cls, "ID", TCIMValue("x")), false},             // key name spelling
+      {base, make(otherCls, "Id", TCIMValue("x")), false},        // another class object
+      {base, byName, false},
+      {base, viaNamespace, false},                                // namespace object
+      {make(cls, "Id", TCIMValue(static_cast<unsigned char>(1))),
+       make(cls, "Id", TCIMValue(static_cast<unsigned short>(1))), false},  // key type
+      {nested, nested, true},
+      {nested, nestedOther, false},                               // a nested difference
+  };
+  for (const auto& row : rows) {
+    const TCIMReference& a = std::get<0>(row);
+    const TCIMReference& b = std::get<1>(row);
+    EXPECT_EQ(a.SameInEveryPart(b), std::get<2>(row)) << a.GetPath() << " / " << b.GetPath();
+    EXPECT_EQ(b.SameInEveryPart(a), std::get<2>(row)) << b.GetPath() << " / " << a.GetPath();
+  }
+}
+
 TEST(CIMReferenceTest, ParseRefusesMalformedTextNamingThePosition) {
   const std::pair<const char*, const char*> rows[] = {
       {"", "position 1: expected a class name"},

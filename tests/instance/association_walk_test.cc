@@ -115,6 +115,29 @@ TEST_F(AssociationWalkTest, AResultRoleNamesTheFarEndAndOverridesTheRole) {
   EXPECT_TRUE(Associators(sys1_, "", "System", "", "PartComponent").empty());
 }
 
+// The associations that point at one instance hold one path to it once
+// filed, unless theirs differs in a part a reader sees.
+TEST_F(AssociationWalkTest, ReferrersOfOneTargetShareOnePath) {
+  auto group = [](const TInstance& association) {
+    return association->GetProperty("GroupComponent", TContext())->GetValue(TContext()).GetReference();
+  };
+  EXPECT_TRUE(group(first_).SharesPartsWith(group(second_)));
+  EXPECT_FALSE(group(first_).SharesPartsWith(sys1_->GetReference(TContext())));
+  // The same text, but the key named in another letter case: kept apart,
+  // spelling and all.
+  TCIMReference spelled(s_.Namespace()->GetClass("System", TContext()), "",
+                        {{"NAME", TCIMValue("sys1")}});
+  auto disk3 = s_.Instance("Disk", {{"Id", TCIMValue("disk3")}});
+  auto third = s_.Instance("Component", {{"GroupComponent", TCIMValue(spelled)},
+                                         {"PartComponent", Ref(disk3)}});
+  EXPECT_EQ(group(third).GetPath(), group(first_).GetPath());
+  EXPECT_FALSE(group(third).SharesPartsWith(group(first_)));
+  EXPECT_EQ(group(third).GetKeyBindings().at(0).first, "NAME");
+  EXPECT_EQ(References(sys1_, "Component", "GroupComponent"),
+            TNames({"Component(sys1,disk1)", "Component(sys1,disk2)", "Component(sys1,disk3)",
+                    "SystemDevice(sys1,disk1)"}));
+}
+
 // A walk goes on from where it stood whatever its callback changes: what
 // was dropped meanwhile is not reported, what was added after it is.
 TEST_F(AssociationWalkTest, WalksFollowChangesTheirCallbacksMake) {
