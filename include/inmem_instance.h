@@ -41,9 +41,9 @@
 
 #include "include/cim_instance.h"
 #include "include/cim_property_decl.h"
+#include "instance/property_array.h"
 
 class TInmemClass;
-class TInmemProperty;
 class TPropertyLayout;
 
 class TInmemInstance : public ICIMInstance,
@@ -158,6 +158,12 @@ class TInmemInstance : public ICIMInstance,
   void BeforeReferenceChange();
   void AfterReferenceChange();
 
+  // For the properties this instance holds: the weak reference to the
+  // declaration of `property`'s slot, and whether that slot is of
+  // reference type.
+  const boost::weak_ptr<const ICIMPropertyDecl>& DeclOf(const TInmemProperty& property) const;
+  bool HoldsReference(const TInmemProperty& property) const;
+
  private:
   friend class TReferencesCallback;
   friend class TExamineInstanceCallback;
@@ -224,10 +230,9 @@ class TInmemInstance : public ICIMInstance,
   // The names of the properties, in slot order.
   boost::shared_ptr<const TPropertyLayout> layout;
   // One property per slot of `layout`, in the same order (ascending
-  // normalised name). Never resized after construction: handed-out
-  // pointers point into it.
-  std::vector<TInmemProperty> properties;
-  bool hasReferenceProperties = false;
+  // normalised name). Built once by the constructor: handed-out pointers
+  // point into it.
+  TPropertyArray properties;
   // Nearly every instance is filed in one place at most, held inline; the
   // rare further places (the same instance filed again after its keys
   // changed, or in another class) go to `moreFilings`.

@@ -70,11 +70,7 @@ bool TInmemInstance::HasFallback(const std::string& name) {
 
 TInmemInstance::TInmemInstance(boost::shared_ptr<ICIMClass> cls, int validateFlags)
     : validateFlags(validateFlags), cls(cls), layout(LayoutOf(*cls)) {
-  properties.reserve(layout->size());
-  for (size_t slot = 0; slot < layout->size(); ++slot) {
-    properties.emplace_back(layout->Decl(slot), layout->IsReference(slot) ? this : nullptr);
-  }
-  hasReferenceProperties = layout->HasReferences();
+  properties.Build(layout->size(), [this](size_t, void* place) { new (place) TInmemProperty(this); });
   StampCollectionTime();
 }
 
@@ -144,7 +140,7 @@ void TInmemInstance::NoteUnfiled(TInmemClass* by, const std::string* key) {
 
 bool TInmemInstance::VisitReferencePaths(
     const boost::function<void(const TCIMReference&)>& visit) const {
-  if (!hasReferenceProperties) return true;
+  if (!layout->HasReferences()) return true;
   bool allOwn = true;
   for (const TInmemProperty& property : properties) {
     // A default whose declaration is gone is no value at all: the instance
@@ -163,7 +159,7 @@ bool TInmemInstance::VisitReferencePaths(
 
 void TInmemInstance::SharePaths(
     const boost::function<const TCIMReference*(const TCIMReference&)>& findSame) {
-  if (!hasReferenceProperties) return;
+  if (!layout->HasReferences()) return;
   for (TInmemProperty& property : properties) {
     if (property.UsesDefaultValue(TContext())) continue;
     const TCIMValue& value = property.GetValue(TContext());
@@ -173,6 +169,15 @@ void TInmemInstance::SharePaths(
       property.ShareValue(TCIMValue(*same));
     }
   }
+}
+
+const boost::weak_ptr<const ICIMPropertyDecl>& TInmemInstance::DeclOf(
+    const TInmemProperty& property) const {
+  return layout->Decl(static_cast<size_t>(&property - properties.data()));
+}
+
+bool TInmemInstance::HoldsReference(const TInmemProperty& property) const {
+  return layout->IsReference(static_cast<size_t>(&property - properties.data()));
 }
 
 void TInmemInstance::BeforeReferenceChange() {

@@ -22,19 +22,20 @@ std::string ClassName(const boost::shared_ptr<ICIMClass>& cls) {
 
 }  // namespace
 
-TInmemProperty::TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl,
-                               TInmemInstance* referenceOwner)
-    : decl(decl), referenceOwner(referenceOwner) {}
+TInmemProperty::TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl)
+    : rare(new TRare{decl, std::nullopt}) {}
 
-TInmemProperty::TInmemProperty(TInmemProperty&& other) noexcept
-    : ICIMProperty(),
-      decl(std::move(other.decl)),
-      value(std::move(other.value)),
-      prevValue(std::move(other.prevValue)),
-      referenceOwner(other.referenceOwner) {}
+TInmemProperty::TRare& TInmemProperty::Rare() {
+  if (!rare) rare.reset(new TRare());
+  return *rare;
+}
+
+const boost::weak_ptr<const ICIMPropertyDecl>& TInmemProperty::DeclRef() const {
+  return owner != nullptr ? owner->DeclOf(*this) : rare->decl;
+}
 
 boost::shared_ptr<const ICIMPropertyDecl> TInmemProperty::Decl() const {
-  boost::shared_ptr<const ICIMPropertyDecl> locked = decl.lock();
+  boost::shared_ptr<const ICIMPropertyDecl> locked = DeclRef().lock();
   // Dereferenced here, so that GetDecl fails as every other use does rather
   // than hand out an empty pointer.
   static_cast<void>(*locked);
@@ -46,22 +47,22 @@ TCIMValue::TCIMType TInmemProperty::GetType(TContext) const { return Decl()->Get
 bool TInmemProperty::IsArray(TContext) const { return Decl()->IsArray(TContext()); }
 
 const TCIMValue& TInmemProperty::GetValue(TContext) const {
-  return value ? *value : Decl()->GetDefaultValue(TContext());
+  return hasValue ? value : Decl()->GetDefaultValue(TContext());
 }
 
 void TInmemProperty::SetValue(const TCIMValue& newValue, TContext) {
-  if (referenceOwner == nullptr) {
+  if (owner == nullptr || !owner->HoldsReference(*this)) {
     StoreValue(newValue);
     return;
   }
-  referenceOwner->BeforeReferenceChange();
+  owner->BeforeReferenceChange();
   try {
     StoreValue(newValue);
   } catch (...) {
-    referenceOwner->AfterReferenceChange();
+    owner->AfterReferenceChange();
     throw;
   }
-  referenceOwner->AfterReferenceChange();
+  owner->AfterReferenceChange();
 }
 
 void TInmemProperty::StoreValue(const TCIMValue& newValue) {
@@ -72,6 +73,7 @@ void TInmemProperty::StoreValue(const TCIMValue& newValue) {
                  kStatusTypeMismatch);
   }
   value = newValue;
+  hasValue = true;
 }
 
 boost::shared_ptr<const ICIMPropertyDecl> TInmemProperty::GetDecl(TContext) const {
@@ -79,25 +81,25 @@ boost::shared_ptr<const ICIMPropertyDecl> TInmemProperty::GetDecl(TContext) cons
 }
 
 bool TInmemProperty::operator==(const ICIMProperty& other) const {
-  BOOST_ASSERT_MSG(value, "the property has its own value");
-  return other.GetDecl(TContext()) == Decl() && *value == other.GetValue(TContext());
+  BOOST_ASSERT_MSG(hasValue, "the property has its own value");
+  return other.GetDecl(TContext()) == Decl() && value == other.GetValue(TContext());
 }
 
 bool TInmemProperty::operator<(const ICIMProperty& other) const {
-  BOOST_ASSERT_MSG(value, "the property has its own value");
+  BOOST_ASSERT_MSG(hasValue, "the property has its own value");
   boost::shared_ptr<const ICIMPropertyDecl> mine = Decl();
   boost::shared_ptr<const ICIMPropertyDecl> theirs = other.GetDecl(TContext());
   if (mine.owner_before(theirs)) return true;
   if (theirs.owner_before(mine)) return false;
-  return *value < other.GetValue(TContext());
+  return value < other.GetValue(TContext());
 }
 
 const TCIMValue& TInmemProperty::GetPrevValue() const {
-  return prevValue ? *prevValue : GetValue(TContext());
+  return HasPrevValue() ? *rare->prevValue : GetValue(TContext());
 }
 
 void TInmemProperty::ResetPrevValue() {
-  prevValue.reset(new TCIMValue());
+  Rare().prevValue.emplace();
 }
 
 void TInmemProperty::SetPrevValue(const TCIMValue& newValue) {
@@ -122,7 +124,7 @@ void TInmemProperty::SetPrevValue(const TCIMValue& newValue) {
       }
     }
   }
-  prevValue.reset(new TCIMValue(newValue));
+  Rare().prevValue = newValue;
 }
 
 boost::shared_ptr<const ICIMQualifier> TInmemProperty::Qualifier(const char* name) const {

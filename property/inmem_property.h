@@ -3,16 +3,22 @@
 //
 // It refers to its declaration (held weakly: the class owns declarations,
 // and a property never keeps one alive) for name, type, array-ness,
-// qualifiers and default, and holds two values of its
-// own: the current value (absent: the declaration's default applies) and the
-// previous value (absent until one is stored or reset; never absent again).
-// Both values are type-checked against the declaration when set; after a
-// refused set both are unchanged.
+// qualifiers and default, and holds two values of its own: the current
+// value (absent: the declaration's default applies) and the previous value
+// (absent until one is stored or reset; never absent again). Both values
+// are type-checked against the declaration when set; after a refused set
+// both are unchanged.
 //
-// A reference property of an instance knows that instance and tells it
-// before and after each change of its value, so that the classes that file
-// the instance keep their referrer indexes (see schema/referrer_index.h) in
-// step. The instance holds its properties and hands them out with shares of
+// A property of an instance reaches its declaration through that instance's
+// property layout, which holds it weakly in the property's slot; a property
+// of no instance holds its own weak reference. Either way the reference is
+// the one the property was made with. Previous values are rare, so they are
+// held apart with that own reference: at tens of millions of instances each
+// property's bytes count.
+//
+// A property of an instance tells that instance before and after each
+// change of its value, so that the classes that file the instance keep
+// their referrer indexes (see schema/referrer_index.h) in step. The instance holds its properties and hands them out with shares of
 // its own ownership, so it outlives every use of the property.
 //
 // It also turns values into display text: integer codes through the
@@ -41,28 +47,26 @@ class TInmemInstance;
 
 class TInmemProperty : public ICIMProperty {
  public:
-  // `decl` may be given as a shared pointer; only a weak reference is kept.
-  // `referenceOwner`: the instance that holds this property when it is a
-  // reference property of an instance, else nullptr.
-  explicit TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl,
-                          TInmemInstance* referenceOwner = nullptr);
-  // Takes over the values of `other`. Only an instance moves properties,
-  // while it builds its property array, before any pointer to one exists.
-  TInmemProperty(TInmemProperty&& other) noexcept;
+  // A property of no instance. `decl` may be given as a shared pointer;
+  // only a weak reference is kept.
+  explicit TInmemProperty(const boost::weak_ptr<const ICIMPropertyDecl>& decl);
+  // A property of `owner`, whose layout holds the declaration of its slot
+  // (TInmemInstance::DeclOf).
+  explicit TInmemProperty(TInmemInstance* owner) : owner(owner) {}
 
   TCIMValue::TCIMType GetType(TContext context) const override;
   bool IsArray(TContext context) const override;
-  bool UsesDefaultValue(TContext) const override { return !value; }
+  bool UsesDefaultValue(TContext) const override { return !hasValue; }
   // Whether the declaration still exists (GetValue without an own value,
   // and everything else that reads the declaration, needs it).
-  bool HasDecl() const { return !decl.expired(); }
+  bool HasDecl() const { return !DeclRef().expired(); }
   // The own value, or the declaration's default without one.
   const TCIMValue& GetValue(TContext context) const override;
   // Stores a copy when its type is the declaration's; otherwise logs
   // "Inmem: SetValue: decl is type <t> but value is type <t>" and throws 14.
   // A reference owner hears of the call whether or not the value was taken.
   void SetValue(const TCIMValue& newValue, TContext context) override;
-  bool IsUnset(TContext) const override { return !value; }
+  bool IsUnset(TContext) const override { return !hasValue; }
   // Replaces the own value with `same`, which a reader cannot tell from it
   // (see TCIMReference::SameInEveryPart): the value then shares its parts
   // with others that hold them. No check and no word to the owner, since
@@ -70,10 +74,10 @@ class TInmemProperty : public ICIMProperty {
   void ShareValue(const TCIMValue& same) { value = same; }
   // Cache hints for a walk's reads of the own value (TCIMValue's).
   void PrefetchValue() const {
-    if (value) value->PrefetchReference();
+    if (hasValue) value.PrefetchReference();
   }
   void PrefetchValueText() const {
-    if (value) value->PrefetchReferenceText();
+    if (hasValue) value.PrefetchReferenceText();
   }
   boost::shared_ptr<const ICIMPropertyDecl> GetDecl(TContext context) const override;
   // Same declaration object and equal values.
@@ -90,7 +94,7 @@ class TInmemProperty : public ICIMProperty {
   // reference must point at the declaration's class or a subclass of it
   // ("SetPrevValue: decl references type ..." and status 14).
   void SetPrevValue(const TCIMValue& newValue) override;
-  bool HasPrevValue() const override { return prevValue != nullptr; }
+  bool HasPrevValue() const override { return rare && rare->prevValue.has_value(); }
   std::string GetDisplayValue() const override;
   std::string GetPrevDisplayValue() const override;
   // One display text per array element (mapped through the value map when
@@ -114,6 +118,8 @@ class TInmemProperty : public ICIMProperty {
   std::string FormatDisplayValue(const TCIMValue& value) const;
 
  private:
+  // The weak reference to the declaration (see the header comment).
+  const boost::weak_ptr<const ICIMPropertyDecl>& DeclRef() const;
   // The declaration, locked. One that no longer exists is a programming
   // fault, reported by the shared pointer's own assertion ("px != 0").
   boost::shared_ptr<const ICIMPropertyDecl> Decl() const;
@@ -124,12 +130,20 @@ class TInmemProperty : public ICIMProperty {
   // The display text of one value, mapped when a value map applies.
   std::string DisplayText(const TCIMValue& value) const;
 
-  boost::weak_ptr<const ICIMPropertyDecl> decl;
-  std::optional<TCIMValue> value;
-  // Previous values are rare: held apart so that a property without one
-  // stays small.
-  std::unique_ptr<TCIMValue> prevValue;
-  TInmemInstance* referenceOwner;
+  // What few properties hold: the declaration of a property of no
+  // instance, and a previous value.
+  struct TRare {
+    boost::weak_ptr<const ICIMPropertyDecl> decl;
+    std::optional<TCIMValue> prevValue;
+  };
+  TRare& Rare();
+
+  // The own value, when hasValue.
+  TCIMValue value;
+  std::unique_ptr<TRare> rare;
+  // The instance that holds this property, or nullptr.
+  TInmemInstance* owner = nullptr;
+  bool hasValue = false;
 };
 
 #endif  // INMEM_PROPERTY_INMEM_PROPERTY_H_
