@@ -135,54 +135,91 @@ class TKeyViews {
 
 }  // namespace
 
+namespace {
+
+template <typename T>
+bool SameObject(const boost::weak_ptr<T>& a, const boost::weak_ptr<T>& b) {
+  return !a.owner_before(b) && !b.owner_before(a);
+}
+
+}  // namespace
+
 const TCIMReference::TRep& TCIMReference::EmptyRep() {
-  static const TRep kEmpty;
+  static const TRep kEmpty{boost::make_shared<const THead>(), {}, {}};
   return kEmpty;
+}
+
+boost::shared_ptr<const TCIMReference::THead> TCIMReference::HeadLike(const THead& wanted) {
+  // A few per thread, so that no lock is taken: a loader or a walk builds
+  // paths to instances of a few classes, over and over.
+  static constexpr size_t kKept = 8;
+  thread_local boost::shared_ptr<const THead> kept[kKept];
+  thread_local size_t next = 0;
+  for (const boost::shared_ptr<const THead>& head : kept) {
+    if (head && head->className == wanted.className && head->namespaceName == wanted.namespaceName &&
+        SameObject(head->cls, wanted.cls) && SameObject(head->ns, wanted.ns)) {
+      return head;
+    }
+  }
+  boost::shared_ptr<const THead>& replaced = kept[next];
+  next = (next + 1) % kKept;
+  replaced = boost::make_shared<const THead>(wanted);
+  return replaced;
 }
 
 TCIMReference::TRep& TCIMReference::Mutable() {
   if (!rep_) {
-    rep_ = boost::make_shared<TRep>();
+    rep_ = boost::make_shared<TRep>(EmptyRep());
   } else if (rep_.use_count() != 1) {
     rep_ = boost::make_shared<TRep>(*rep_);
   }
   return *rep_;
 }
 
+template <typename F>
+void TCIMReference::ChangeHead(const F& change) {
+  TRep& rep = Mutable();
+  THead next = *rep.head;
+  change(next);
+  rep.head = HeadLike(next);
+}
+
 TCIMReference::TCIMReference(const boost::shared_ptr<ICIMNamespace>& ns,
                              const std::map<std::string, TCIMValue>& keys) {
-  TRep& rep = Mutable();
-  rep.ns = ns;
-  for (const auto& key : keys) rep.keys.push_back(key);
+  ChangeHead([&](THead& head) { head.ns = ns; });
+  for (const auto& key : keys) rep_->keys.push_back(key);
   UpdatePath();
 }
 
 TCIMReference::TCIMReference(const boost::shared_ptr<ICIMClass>& cls,
                              const std::string& namespaceName, std::vector<TKeyBinding> keys) {
-  TRep& rep = Mutable();
-  rep.cls = cls;
-  if (cls) rep.className = cls->GetName(TContext());
-  rep.namespaceName = namespaceName;
-  rep.keys = std::move(keys);
+  ChangeHead([&](THead& head) {
+    head.cls = cls;
+    if (cls) head.className = cls->GetName(TContext());
+    head.namespaceName = namespaceName;
+  });
+  rep_->keys = std::move(keys);
   UpdatePath();
 }
 
 void TCIMReference::SetClass(const boost::shared_ptr<ICIMClass>& cls) {
-  TRep& rep = Mutable();
-  rep.cls = cls;
-  rep.className = cls ? cls->GetName(TContext()) : std::string();
+  ChangeHead([&](THead& head) {
+    head.cls = cls;
+    head.className = cls ? cls->GetName(TContext()) : std::string();
+  });
   UpdatePath();
 }
 
 void TCIMReference::SetClassName(const std::string& name) {
-  TRep& rep = Mutable();
-  rep.cls.reset();
-  rep.className = name;
+  ChangeHead([&](THead& head) {
+    head.cls.reset();
+    head.className = name;
+  });
   UpdatePath();
 }
 
 void TCIMReference::SetNameSpaceName(const std::string& name) {
-  Mutable().namespaceName = name;
+  ChangeHead([&](THead& head) { head.namespaceName = name; });
   UpdatePath();
 }
 
@@ -208,11 +245,6 @@ const TCIMValue* TCIMReference::FindKeyValue(const std::string& name) const {
 
 namespace {
 
-template <typename T>
-bool SameObject(const boost::weak_ptr<T>& a, const boost::weak_ptr<T>& b) {
-  return !a.owner_before(b) && !b.owner_before(a);
-}
-
 // Values equal as operator== has it and, for paths at any depth, the same in
 // every part.
 bool SameValue(const TCIMValue& a, const TCIMValue& b) {
@@ -235,9 +267,14 @@ bool TCIMReference::SameInEveryPart(const TCIMReference& other) const {
   if (rep_ == other.rep_) return true;
   const TRep& a = Rep();
   const TRep& b = other.Rep();
-  if (a.path != b.path || a.className != b.className || a.namespaceName != b.namespaceName ||
-      a.keys.size() != b.keys.size() || !SameObject(a.cls, b.cls) || !SameObject(a.ns, b.ns)) {
-    return false;
+  if (a.path != b.path || a.keys.size() != b.keys.size()) return false;
+  if (a.head != b.head) {
+    const THead& x = *a.head;
+    const THead& y = *b.head;
+    if (x.className != y.className || x.namespaceName != y.namespaceName || !SameObject(x.cls, y.cls) ||
+        !SameObject(x.ns, y.ns)) {
+      return false;
+    }
   }
   for (size_t i = 0; i < a.keys.size(); ++i) {
     if (a.keys[i].first != b.keys[i].first || !SameValue(a.keys[i].second, b.keys[i].second)) {
@@ -248,15 +285,15 @@ bool TCIMReference::SameInEveryPart(const TCIMReference& other) const {
 }
 
 boost::shared_ptr<ICIMClass> TCIMReference::GetClass() const {
-  const TRep& rep = Rep();
-  boost::shared_ptr<ICIMClass> cls = rep.cls.lock();
-  if (cls || rep.className.empty()) return cls;
+  const THead& head = Head();
+  boost::shared_ptr<ICIMClass> cls = head.cls.lock();
+  if (cls || head.className.empty()) return cls;
   boost::shared_ptr<ICIMNamespace> ns;
-  if (!rep.namespaceName.empty()) ns = TNamespaceDirectory::Find(rep.namespaceName);
-  if (!ns) ns = rep.ns.lock();
+  if (!head.namespaceName.empty()) ns = TNamespaceDirectory::Find(head.namespaceName);
+  if (!ns) ns = head.ns.lock();
   if (!ns) return cls;
   try {
-    return ns->GetClass(rep.className, TContext());
+    return ns->GetClass(head.className, TContext());
   } catch (const TTYLException&) {
     return boost::shared_ptr<ICIMClass>();  // unknown or invalid: no class
   }
@@ -294,30 +331,30 @@ size_t TCIMReference::QuotedPathLength() const {
 void TCIMReference::UpdatePath() {
   TRep& rep = *rep_;  // every change has made the parts this path's own
   TKeyViews views(rep.keys);
-  rep.path = PathTextOf(rep.namespaceName, rep.className, views.Data(), views.Count());
+  rep.path = PathTextOf(rep.head->namespaceName, rep.head->className, views.Data(), views.Count());
 }
 
 boost::shared_ptr<ICIMNamespace> TCIMReference::ResolvingNamespace() const {
-  const TRep& rep = Rep();
-  if (!rep.namespaceName.empty()) {
-    boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(rep.namespaceName);
+  const THead& head = Head();
+  if (!head.namespaceName.empty()) {
+    boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(head.namespaceName);
     if (named) return named;
   }
-  boost::shared_ptr<ICIMNamespace> ns = rep.ns.lock();
+  boost::shared_ptr<ICIMNamespace> ns = head.ns.lock();
   if (!ns) {
-    boost::shared_ptr<ICIMClass> cls = rep.cls.lock();
+    boost::shared_ptr<ICIMClass> cls = head.cls.lock();
     if (cls) ns = cls->GetNamespace(TContext());
   }
   return ns;
 }
 
 boost::shared_ptr<ICIMElement> TCIMReference::GetCIMElement(bool /*flag*/) const {
-  const TRep& rep = Rep();
-  if (rep.className.empty()) throw TTYLException(kStatusNotFound);
-  if (!rep.namespaceName.empty()) {
+  const THead& head = Head();
+  if (head.className.empty()) throw TTYLException(kStatusNotFound);
+  if (!head.namespaceName.empty()) {
     // A namespace the host serves files its instances under their paths
     // within it: looked up there, the path leaves its namespace name off.
-    if (boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(rep.namespaceName)) {
+    if (boost::shared_ptr<ICIMNamespace> named = TNamespaceDirectory::Find(head.namespaceName)) {
       TCIMReference local(*this);
       local.SetNameSpaceName("");
       boost::shared_ptr<ICIMInstance> instance = named->GetInstance(local, TContext());

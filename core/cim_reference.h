@@ -27,7 +27,11 @@
 // that copy's parts its own first. So the reference values of many
 // association instances can share the one path their target holds. Copies
 // of one path may be read and copied from several threads at once; a single
-// path object is changed by one thread at a time, as any object is.
+// path object is changed by one thread at a time, as any object is. The
+// class, the namespace and their names are a head that paths to instances
+// of one class share as well (each thread reuses one of the last few heads
+// it made when the next path has the same), so a path's own bytes are its
+// keys and text.
 
 #ifndef INMEM_CORE_CIM_REFERENCE_H_
 #define INMEM_CORE_CIM_REFERENCE_H_
@@ -155,9 +159,17 @@ class TCIMReference {
 
  private:
   // The parts of a path; never changed while two paths share them.
+  struct THead;
   struct TRep;
   // The parts of a path made with no class, namespace or keys.
   static const TRep& EmptyRep();
+  // A head with the parts of `wanted`: one of the last few this thread made
+  // when it has the same parts, else a new one.
+  static boost::shared_ptr<const THead> HeadLike(const THead& wanted);
+  const THead& Head() const;
+  // Gives this path's own parts a head like its head with `change` made.
+  template <typename F>
+  void ChangeHead(const F& change);
   const TRep& Rep() const;
   // The parts, made this path's own first when another path shares them.
   TRep& Mutable();
@@ -171,11 +183,16 @@ inline bool operator!=(const TCIMReference& a, const TCIMReference& b) { return 
 
 #include "core/cim_value.h"
 
-struct TCIMReference::TRep {
+struct TCIMReference::THead {
   boost::weak_ptr<ICIMNamespace> ns;
   boost::weak_ptr<ICIMClass> cls;
   std::string className;
   std::string namespaceName;
+};
+
+struct TCIMReference::TRep {
+  // Never null.
+  boost::shared_ptr<const THead> head;
   std::vector<TKeyBinding> keys;
   // The canonical text, rebuilt by every change so that reading it (lookups
   // read it all the time) costs nothing.
@@ -186,13 +203,14 @@ inline const TCIMReference::TRep& TCIMReference::Rep() const {
   if (rep_) return *rep_;
   return EmptyRep();
 }
-inline const std::string& TCIMReference::GetClassName() const { return Rep().className; }
-inline const std::string& TCIMReference::GetNameSpaceName() const { return Rep().namespaceName; }
+inline const TCIMReference::THead& TCIMReference::Head() const { return *Rep().head; }
+inline const std::string& TCIMReference::GetClassName() const { return Head().className; }
+inline const std::string& TCIMReference::GetNameSpaceName() const { return Head().namespaceName; }
 inline const std::vector<TCIMReference::TKeyBinding>& TCIMReference::GetKeyBindings() const {
   return Rep().keys;
 }
 inline boost::shared_ptr<ICIMNamespace> TCIMReference::GetNamespace() const {
-  return Rep().ns.lock();
+  return Head().ns.lock();
 }
 inline const std::string& TCIMReference::PathText() const { return Rep().path; }
 inline void TCIMReference::PrefetchText() const {

@@ -157,6 +157,7 @@ TEST(CIMReferenceTest, SameInEveryPartTellsEveryVisibleDifference) {
       {base, make(otherCls, "Id", TCIMValue("x")), false},        // another class object
       {base, byName, false},
       {base, viaNamespace, false},                                // namespace object
+      {base, TCIMReference(cls, "root/a", {{"Id", TCIMValue("x")}}), false},  // namespace name
       {make(cls, "Id", TCIMValue(static_cast<unsigned char>(1))),
        make(cls, "Id", TCIMValue(static_cast<unsigned short>(1))), false},  // key type
       {nested, nested, true},
