@@ -3,13 +3,12 @@
 #include "schema/path_table.h"
 
 bool TPathTable::Insert(TEntry entry) {
-  const std::string& text = entry->first;
-  return table_.emplace(TKey{HashPathText(text), &text}, entry).second;
+  return table_.insert(TSlot{HashPathText(entry->first), entry}).second;
 }
 
 const TPathTable::TEntry* TPathTable::Find(std::string_view pathText) const {
   auto it = table_.find(pathText);
-  return it == table_.end() ? nullptr : &it->second;
+  return it == table_.end() ? nullptr : &it->entry;
 }
 
 void TPathTable::Erase(std::string_view pathText) {
