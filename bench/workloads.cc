@@ -142,4 +142,9 @@ const TSystemsModel& CachedSystems(size_t total, size_t degree) {
   return cached;
 }
 
-size_t HeapInUse() { return mallinfo2().uordblks; }
+size_t HeapInUse() {
+  // Blocks malloc maps apart (the large tables of a big repository) are
+  // not in uordblks.
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}

@@ -50,7 +50,8 @@ TSystemsModel SystemsWithComponents(size_t total, size_t degree);
 // size is asked for (one at a time keeps memory down).
 const TSystemsModel& CachedSystems(size_t total, size_t degree);
 
-// Bytes the heap holds now (for memory per instance).
+// Bytes the heap holds now (for memory per instance), the blocks malloc
+// maps apart included.
 size_t HeapInUse();
 
 #endif  // INMEM_BENCH_WORKLOADS_H_
