@@ -28,6 +28,8 @@ import sys
 import tempfile
 import time
 
+from cimxml_request import name, request
+
 if len(sys.argv) < 3:
     raise SystemExit(__doc__)
 huge = os.path.abspath(sys.argv[1])
@@ -109,18 +111,6 @@ def stop(process):
         except subprocess.TimeoutExpired:
             os.killpg(process.pid, signal.SIGKILL)
             process.wait(timeout=30)
-
-
-def request(method, parameters):
-    return ('<?xml version="1.0" encoding="utf-8"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" '
-            'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="%s"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/>'
-            '<NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>%s</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>'
-            % (method, parameters))
-
-
-def name(class_name, key, value):
-    return ('<INSTANCENAME CLASSNAME="%s"><KEYBINDING NAME="%s"><KEYVALUE VALUETYPE="string">%s</KEYVALUE>'
-            '</KEYBINDING></INSTANCENAME>' % (class_name, key, value))
 
 
 def post(port, method, body):

@@ -55,6 +55,8 @@ import sys
 import tempfile
 import time
 
+from cimxml_request import name, request
+
 tool = os.path.abspath(sys.argv[1])
 SECONDS = int(sys.argv[2]) if len(sys.argv) > 2 else 10
 RUNS = int(sys.argv[3]) if len(sys.argv) > 3 else 3
@@ -202,18 +204,6 @@ def write_mof(scale):
     with open(path, 'w') as f:
         f.write(SCHEMA + ''.join(parts))
     return path, systems * (1 + 2 * COMPONENTS_PER_SYSTEM)
-
-
-def request(method, parameters):
-    return ('<?xml version="1.0" encoding="utf-8"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" '
-            'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="%s"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/>'
-            '<NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>%s</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>'
-            % (method, parameters))
-
-
-def name(class_name, key, value):
-    return ('<INSTANCENAME CLASSNAME="%s"><KEYBINDING NAME="%s"><KEYVALUE VALUETYPE="string">%s</KEYVALUE>'
-            '</KEYBINDING></INSTANCENAME>' % (class_name, key, value))
 
 
 def cases_of(scale):
