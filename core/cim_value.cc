@@ -49,46 +49,132 @@ int CompareReals(double a, double b) {
 
 }  // namespace
 
-TCIMValue::TCIMValue(ECIMType type, TContent content, bool isNull)
-    : type_(type), null_(isNull), content_(std::move(content)) {}
+TCIMValue::TCIMValue(const TCIMValue& other) : TCIMValue(TNoContent(), other.type_, other.null_) {
+  PlaceCopyOf(other);
+}
 
-TCIMValue::TCIMValue(bool value) : TCIMValue(kCIMTypeBoolean, value, false) {}
-TCIMValue::TCIMValue(unsigned char value)
-    : TCIMValue(kCIMTypeUint8, uint64_t{value}, false) {}
-TCIMValue::TCIMValue(signed char value)
-    : TCIMValue(kCIMTypeSint8, int64_t{value}, false) {}
-TCIMValue::TCIMValue(unsigned short value)
-    : TCIMValue(kCIMTypeUint16, uint64_t{value}, false) {}
-TCIMValue::TCIMValue(short value) : TCIMValue(kCIMTypeSint16, int64_t{value}, false) {}
-TCIMValue::TCIMValue(unsigned int value)
-    : TCIMValue(kCIMTypeUint32, uint64_t{value}, false) {}
-TCIMValue::TCIMValue(int value) : TCIMValue(kCIMTypeSint32, int64_t{value}, false) {}
-TCIMValue::TCIMValue(unsigned long value)
-    : TCIMValue(kCIMTypeUint64, uint64_t{value}, false) {}
-TCIMValue::TCIMValue(long value) : TCIMValue(kCIMTypeSint64, int64_t{value}, false) {}
-TCIMValue::TCIMValue(unsigned long long value)
-    : TCIMValue(kCIMTypeUint64, uint64_t{value}, false) {}
-TCIMValue::TCIMValue(long long value)
-    : TCIMValue(kCIMTypeSint64, int64_t{value}, false) {}
-TCIMValue::TCIMValue(float value)
-    : TCIMValue(kCIMTypeReal32, static_cast<double>(value), false) {}
-TCIMValue::TCIMValue(double value) : TCIMValue(kCIMTypeReal64, value, false) {}
-TCIMValue::TCIMValue(char16_t value) : TCIMValue(kCIMTypeChar16, value, false) {}
-TCIMValue::TCIMValue(const std::string& value)
-    : TCIMValue(kCIMTypeString, value, false) {}
-TCIMValue::TCIMValue(std::string&& value)
-    : TCIMValue(kCIMTypeString, std::move(value), false) {}
-TCIMValue::TCIMValue(const char* value)
-    : TCIMValue(kCIMTypeString, std::string(value), false) {}
-TCIMValue::TCIMValue(const TCIMDateTime& value)
-    : TCIMValue(kCIMTypeDateTime, value, false) {}
-TCIMValue::TCIMValue(const TCIMReference& value)
-    : TCIMValue(kCIMTypeReference, value, false) {}
-TCIMValue::TCIMValue(TCIMReference&& value)
-    : TCIMValue(kCIMTypeReference, std::move(value), false) {}
+TCIMValue::TCIMValue(TCIMValue&& other) noexcept : TCIMValue(TNoContent(), other.type_, other.null_) {
+  PlaceMoveOf(other);
+}
+
+TCIMValue& TCIMValue::operator=(const TCIMValue& other) {
+  if (this == &other) return *this;
+  // Copied first: `other` may live inside this value (an element of it).
+  TCIMValue copy(other);
+  return *this = std::move(copy);
+}
+
+TCIMValue& TCIMValue::operator=(TCIMValue&& other) noexcept {
+  if (this == &other) return *this;
+  // Taken first: `other` may live inside this value.
+  TCIMValue taken(std::move(other));
+  Destroy();
+  type_ = taken.type_;
+  null_ = taken.null_;
+  PlaceMoveOf(taken);
+  return *this;
+}
+
+void TCIMValue::PlaceCopyOf(const TCIMValue& other) {
+  switch (other.kind_) {
+    case kEmpty: break;
+    case kBool: Place(kBool, &TPayload::boolean, other.payload_.boolean); break;
+    case kUnsigned: Place(kUnsigned, &TPayload::unsignedInteger, other.payload_.unsignedInteger); break;
+    case kSigned: Place(kSigned, &TPayload::signedInteger, other.payload_.signedInteger); break;
+    case kReal: Place(kReal, &TPayload::real, other.payload_.real); break;
+    case kChar16: Place(kChar16, &TPayload::char16, other.payload_.char16); break;
+    case kString: Place(kString, &TPayload::string, other.payload_.string); break;
+    case kDateTime: Place(kDateTime, &TPayload::dateTime, other.payload_.dateTime); break;
+    case kReference: Place(kReference, &TPayload::reference, other.payload_.reference); break;
+    case kElements: Place(kElements, &TPayload::elements, other.payload_.elements); break;
+  }
+}
+
+void TCIMValue::PlaceMoveOf(TCIMValue& other) noexcept {
+  switch (other.kind_) {
+    case kString: Place(kString, &TPayload::string, std::move(other.payload_.string)); break;
+    case kReference:
+      Place(kReference, &TPayload::reference, std::move(other.payload_.reference));
+      break;
+    case kElements: Place(kElements, &TPayload::elements, std::move(other.payload_.elements)); break;
+    default: PlaceCopyOf(other); break;  // nothing to take: plain bytes
+  }
+}
+
+void TCIMValue::Destroy() noexcept {
+  switch (kind_) {
+    case kString: payload_.string.~basic_string(); break;
+    case kDateTime: payload_.dateTime.~TCIMDateTime(); break;
+    case kReference: payload_.reference.~TCIMReference(); break;
+    case kElements: payload_.elements.~TElementsPtr(); break;
+    default: break;
+  }
+  kind_ = kEmpty;
+}
+
+TCIMValue::TCIMValue(bool value) : TCIMValue(TNoContent(), kCIMTypeBoolean, false) {
+  Place(kBool, &TPayload::boolean, value);
+}
+TCIMValue::TCIMValue(unsigned char value) : TCIMValue(TNoContent(), kCIMTypeUint8, false) {
+  Place(kUnsigned, &TPayload::unsignedInteger, uint64_t{value});
+}
+TCIMValue::TCIMValue(signed char value) : TCIMValue(TNoContent(), kCIMTypeSint8, false) {
+  Place(kSigned, &TPayload::signedInteger, int64_t{value});
+}
+TCIMValue::TCIMValue(unsigned short value) : TCIMValue(TNoContent(), kCIMTypeUint16, false) {
+  Place(kUnsigned, &TPayload::unsignedInteger, uint64_t{value});
+}
+TCIMValue::TCIMValue(short value) : TCIMValue(TNoContent(), kCIMTypeSint16, false) {
+  Place(kSigned, &TPayload::signedInteger, int64_t{value});
+}
+TCIMValue::TCIMValue(unsigned int value) : TCIMValue(TNoContent(), kCIMTypeUint32, false) {
+  Place(kUnsigned, &TPayload::unsignedInteger, uint64_t{value});
+}
+TCIMValue::TCIMValue(int value) : TCIMValue(TNoContent(), kCIMTypeSint32, false) {
+  Place(kSigned, &TPayload::signedInteger, int64_t{value});
+}
+TCIMValue::TCIMValue(unsigned long value) : TCIMValue(TNoContent(), kCIMTypeUint64, false) {
+  Place(kUnsigned, &TPayload::unsignedInteger, uint64_t{value});
+}
+TCIMValue::TCIMValue(long value) : TCIMValue(TNoContent(), kCIMTypeSint64, false) {
+  Place(kSigned, &TPayload::signedInteger, int64_t{value});
+}
+TCIMValue::TCIMValue(unsigned long long value) : TCIMValue(TNoContent(), kCIMTypeUint64, false) {
+  Place(kUnsigned, &TPayload::unsignedInteger, uint64_t{value});
+}
+TCIMValue::TCIMValue(long long value) : TCIMValue(TNoContent(), kCIMTypeSint64, false) {
+  Place(kSigned, &TPayload::signedInteger, int64_t{value});
+}
+TCIMValue::TCIMValue(float value) : TCIMValue(TNoContent(), kCIMTypeReal32, false) {
+  Place(kReal, &TPayload::real, static_cast<double>(value));
+}
+TCIMValue::TCIMValue(double value) : TCIMValue(TNoContent(), kCIMTypeReal64, false) {
+  Place(kReal, &TPayload::real, value);
+}
+TCIMValue::TCIMValue(char16_t value) : TCIMValue(TNoContent(), kCIMTypeChar16, false) {
+  Place(kChar16, &TPayload::char16, value);
+}
+TCIMValue::TCIMValue(const std::string& value) : TCIMValue(TNoContent(), kCIMTypeString, false) {
+  Place(kString, &TPayload::string, value);
+}
+TCIMValue::TCIMValue(std::string&& value) : TCIMValue(TNoContent(), kCIMTypeString, false) {
+  Place(kString, &TPayload::string, std::move(value));
+}
+TCIMValue::TCIMValue(const char* value) : TCIMValue(TNoContent(), kCIMTypeString, false) {
+  Place(kString, &TPayload::string, value);
+}
+TCIMValue::TCIMValue(const TCIMDateTime& value) : TCIMValue(TNoContent(), kCIMTypeDateTime, false) {
+  Place(kDateTime, &TPayload::dateTime, value);
+}
+TCIMValue::TCIMValue(const TCIMReference& value) : TCIMValue(TNoContent(), kCIMTypeReference, false) {
+  Place(kReference, &TPayload::reference, value);
+}
+TCIMValue::TCIMValue(TCIMReference&& value) : TCIMValue(TNoContent(), kCIMTypeReference, false) {
+  Place(kReference, &TPayload::reference, std::move(value));
+}
 
 TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
-    : type_(ArrayTypeOf(elementType)), null_(false) {
+    : TCIMValue(TNoContent(), ArrayTypeOf(elementType), false) {
   if (elementType < kCIMTypeBoolean || elementType > kCIMTypeReference) {
     ThrowLogged(3, "TYL: an array cannot hold elements of type " +
                        CIMTypeName(elementType),
@@ -102,7 +188,8 @@ TCIMValue::TCIMValue(ECIMType elementType, std::vector<TCIMValue> elements)
                   kStatusTypeMismatch);
     }
   }
-  content_ = TElementsPtr(boost::make_shared<const std::vector<TCIMValue>>(std::move(elements)));
+  Place(kElements, &TPayload::elements,
+        TElementsPtr(boost::make_shared<const std::vector<TCIMValue>>(std::move(elements))));
 }
 
 TCIMValue TCIMValue::OfIntegerType(const TCIMValue& integer, ECIMType type) {
@@ -123,18 +210,20 @@ TCIMValue TCIMValue::Null(ECIMType type) {
   if (type != kCIMTypeNone && !IsValidCIMType(type)) {
     throw TTYLException(kStatusInvalidParameter);
   }
-  return TCIMValue(type, std::monostate(), true);
+  return TCIMValue(TNoContent(), type, true);
 }
 
 TCIMValue TCIMValue::NullReference(const boost::shared_ptr<ICIMClass>& referencedClass) {
   TCIMReference prototype;
   if (referencedClass) prototype.SetClass(referencedClass);
-  return TCIMValue(kCIMTypeReference, std::move(prototype), true);
+  TCIMValue null(TNoContent(), kCIMTypeReference, true);
+  null.Place(kReference, &TPayload::reference, std::move(prototype));
+  return null;
 }
 
 boost::shared_ptr<ICIMClass> TCIMValue::GetReferencedClass() const {
   if (type_ != kCIMTypeReference) ThrowMismatch();
-  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
+  const TCIMReference* reference = ReferenceContent();
   if (reference == nullptr) return boost::shared_ptr<ICIMClass>();
   return reference->GetClass();
 }
@@ -144,12 +233,12 @@ void TCIMValue::ThrowMismatch() const { throw TTYLException(kStatusTypeMismatch)
 uint64_t TCIMValue::ToUnsigned(uint64_t max) const {
   if (null_) ThrowMismatch();
   if (IsUnsignedIntegerType(type_)) {
-    uint64_t value = std::get<uint64_t>(content_);
+    uint64_t value = payload_.unsignedInteger;
     if (value > max) throw TTYLException(kStatusValueOutOfRange);
     return value;
   }
   if (IsSignedIntegerType(type_)) {
-    int64_t value = std::get<int64_t>(content_);
+    int64_t value = payload_.signedInteger;
     if (value < 0 || static_cast<uint64_t>(value) > max) {
       throw TTYLException(kStatusValueOutOfRange);
     }
@@ -161,12 +250,12 @@ uint64_t TCIMValue::ToUnsigned(uint64_t max) const {
 int64_t TCIMValue::ToSigned(int64_t min, int64_t max) const {
   if (null_) ThrowMismatch();
   if (IsSignedIntegerType(type_)) {
-    int64_t value = std::get<int64_t>(content_);
+    int64_t value = payload_.signedInteger;
     if (value < min || value > max) throw TTYLException(kStatusValueOutOfRange);
     return value;
   }
   if (IsUnsignedIntegerType(type_)) {
-    uint64_t value = std::get<uint64_t>(content_);
+    uint64_t value = payload_.unsignedInteger;
     if (value > static_cast<uint64_t>(max)) throw TTYLException(kStatusValueOutOfRange);
     return static_cast<int64_t>(value);
   }
@@ -175,7 +264,7 @@ int64_t TCIMValue::ToSigned(int64_t min, int64_t max) const {
 
 TCIMValue::operator bool() const {
   if (null_ || type_ != kCIMTypeBoolean) ThrowMismatch();
-  return std::get<bool>(content_);
+  return payload_.boolean;
 }
 
 TCIMValue::operator unsigned char() const {
@@ -216,9 +305,9 @@ TCIMValue::operator long long() const {
 
 TCIMValue::operator double() const {
   if (null_) ThrowMismatch();
-  if (IsRealType(type_)) return std::get<double>(content_);
-  if (IsUnsignedIntegerType(type_)) return static_cast<double>(std::get<uint64_t>(content_));
-  if (IsSignedIntegerType(type_)) return static_cast<double>(std::get<int64_t>(content_));
+  if (IsRealType(type_)) return payload_.real;
+  if (IsUnsignedIntegerType(type_)) return static_cast<double>(payload_.unsignedInteger);
+  if (IsSignedIntegerType(type_)) return static_cast<double>(payload_.signedInteger);
   ThrowMismatch();
 }
 
@@ -226,35 +315,35 @@ TCIMValue::operator float() const { return static_cast<float>(static_cast<double
 
 TCIMValue::operator char16_t() const {
   if (null_ || type_ != kCIMTypeChar16) ThrowMismatch();
-  return std::get<char16_t>(content_);
+  return payload_.char16;
 }
 
 TCIMValue::operator std::string() const { return GetString(); }
 
 const std::string& TCIMValue::GetString() const {
   if (null_ || type_ != kCIMTypeString) ThrowMismatch();
-  return std::get<std::string>(content_);
+  return payload_.string;
 }
 
 TCIMValue::operator TCIMDateTime() const {
   if (null_ || type_ != kCIMTypeDateTime) ThrowMismatch();
-  return std::get<TCIMDateTime>(content_);
+  return payload_.dateTime;
 }
 
 const TCIMReference& TCIMValue::GetReference() const {
   if (null_ || type_ != kCIMTypeReference) ThrowMismatch();
-  return std::get<TCIMReference>(content_);
+  return payload_.reference;
 }
 
 TCIMValue::operator TCIMReference() const { return GetReference(); }
 
 void TCIMValue::PrefetchReference() const {
-  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
+  const TCIMReference* reference = ReferenceContent();
   if (reference != nullptr) reference->Prefetch();
 }
 
 void TCIMValue::PrefetchReferenceText() const {
-  const TCIMReference* reference = std::get_if<TCIMReference>(&content_);
+  const TCIMReference* reference = ReferenceContent();
   if (reference != nullptr) reference->PrefetchText();
 }
 
@@ -262,7 +351,7 @@ TCIMValue::operator const std::vector<TCIMValue>&() const { return GetElements()
 
 const std::vector<TCIMValue>& TCIMValue::GetElements() const {
   if (null_ || !IsArray()) ThrowMismatch();
-  return *std::get<TElementsPtr>(content_);
+  return *payload_.elements;
 }
 
 std::string TCIMValue::ToString(unsigned char base) const {
@@ -282,29 +371,29 @@ std::string TCIMValue::ToString(unsigned char base) const {
   }
   switch (type_) {
     case kCIMTypeBoolean:
-      return std::get<bool>(content_) ? "TRUE" : "FALSE";
+      return payload_.boolean ? "TRUE" : "FALSE";
     case kCIMTypeUint8:
     case kCIMTypeUint16:
     case kCIMTypeUint32:
     case kCIMTypeUint64:
-      return UnsignedToString(std::get<uint64_t>(content_), base);
+      return UnsignedToString(payload_.unsignedInteger, base);
     case kCIMTypeSint8:
     case kCIMTypeSint16:
     case kCIMTypeSint32:
     case kCIMTypeSint64:
-      return SignedToString(std::get<int64_t>(content_), base);
+      return SignedToString(payload_.signedInteger, base);
     case kCIMTypeReal32:
     case kCIMTypeReal64:
-      return RealToString(std::get<double>(content_), type_ == kCIMTypeReal32);
+      return RealToString(payload_.real, type_ == kCIMTypeReal32);
     case kCIMTypeChar16: {
       std::string text;
-      AppendChar16(&text, std::get<char16_t>(content_));
+      AppendChar16(&text, payload_.char16);
       return text;
     }
     case kCIMTypeString:
-      return std::get<std::string>(content_);
+      return payload_.string;
     case kCIMTypeDateTime:
-      return std::get<TCIMDateTime>(content_).ToString();
+      return payload_.dateTime.ToString();
     case kCIMTypeReference:
       return GetReference().GetPath();
     default:

@@ -42,7 +42,6 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
@@ -66,7 +65,13 @@ class TCIMValue {
     ECIMType type_;
   };
 
-  TCIMValue() = default;
+  TCIMValue() : type_(kCIMTypeNone), null_(true), kind_(kEmpty) {}
+  TCIMValue(const TCIMValue& other);
+  TCIMValue(TCIMValue&& other) noexcept;
+  TCIMValue& operator=(const TCIMValue& other);
+  TCIMValue& operator=(TCIMValue&& other) noexcept;
+  ~TCIMValue() { Destroy(); }
+
   TCIMValue(bool value);                  // NOLINT (all scalar constructors)
   TCIMValue(unsigned char value);         // uint8
   TCIMValue(signed char value);           // sint8
@@ -155,19 +160,56 @@ class TCIMValue {
 
  private:
   typedef boost::shared_ptr<const std::vector<TCIMValue>> TElementsPtr;
-  typedef std::variant<std::monostate, bool, uint64_t, int64_t, double, char16_t,
-                       std::string, TCIMDateTime, TCIMReference, TElementsPtr>
-      TContent;
+  // Which member of the payload holds the content (a null may still hold a
+  // reference prototype).
+  enum EKind : uint8_t {
+    kEmpty, kBool, kUnsigned, kSigned, kReal, kChar16, kString, kDateTime, kReference, kElements
+  };
+  // The content, one member at a time as kind_ says: a union rather than a
+  // std::variant so that the type, the null flag and the kind share one
+  // word and a value takes 40 bytes, not 48 (a repository holds millions).
+  union TPayload {
+    TPayload() {}
+    ~TPayload() {}
+    bool boolean;
+    uint64_t unsignedInteger;
+    int64_t signedInteger;
+    double real;
+    char16_t char16;
+    std::string string;
+    TCIMDateTime dateTime;
+    TCIMReference reference;
+    TElementsPtr elements;
+  };
 
-  TCIMValue(ECIMType type, TContent content, bool isNull);
+  // A value of `type` with no content yet; the caller places it (Place).
+  // The tag keeps this constructor out of the public ones' overloads.
+  struct TNoContent {};
+  TCIMValue(TNoContent, ECIMType type, bool isNull) : type_(type), null_(isNull), kind_(kEmpty) {}
+  // Builds `content` in the payload member `member` and records `kind`;
+  // the payload holds nothing before.
+  template <typename T, typename M>
+  void Place(EKind kind, M TPayload::*member, T&& content) {
+    new (&(payload_.*member)) M(std::forward<T>(content));
+    kind_ = kind;
+  }
+  // Copies or moves the content of `other` into this value's empty payload.
+  void PlaceCopyOf(const TCIMValue& other);
+  void PlaceMoveOf(TCIMValue& other) noexcept;
+  // Ends the content's life; the payload then holds nothing.
+  void Destroy() noexcept;
+  const TCIMReference* ReferenceContent() const {
+    return kind_ == kReference ? &payload_.reference : nullptr;
+  }
 
   uint64_t ToUnsigned(uint64_t max) const;
   int64_t ToSigned(int64_t min, int64_t max) const;
   [[noreturn]] void ThrowMismatch() const;
 
-  ECIMType type_ = kCIMTypeNone;
-  bool null_ = true;
-  TContent content_;
+  ECIMType type_ : 8;
+  bool null_;
+  EKind kind_;
+  TPayload payload_;
 };
 
 inline bool operator!=(const TCIMValue& a, const TCIMValue& b) { return !(a == b); }

@@ -187,4 +187,53 @@ TEST(CIMValueTest, EqualityAndOrderAgree) {
   EXPECT_TRUE(TCIMValue(2.0) < TCIMValue(std::nan("")));
 }
 
+// Copies, moves and assignments between values of every kind of content
+// keep each value whole, also when the value assigned lives inside the one
+// assigned to.
+TEST(CIMValueTest, CopiesMovesAndAssignmentsKeepEveryKindWhole) {
+  TSchemaBuilder s;
+  auto cls = s.Class("CIM_System");
+  const std::string longText(100, 'x');  // beyond any inline string
+  const TCIMValue values[] = {
+      TCIMValue(),
+      TCIMValue::Null(kCIMTypeUint32),
+      TCIMValue::NullReference(cls),
+      TCIMValue(true),
+      TCIMValue(u16{7}),
+      TCIMValue(-5),
+      TCIMValue(2.5),
+      TCIMValue(u'\u00e9'),
+      TCIMValue(longText),
+      TCIMValue(Interval(3)),
+      TCIMValue(Path("CIM_System", TCIMValue(longText))),
+      TCIMValue(kCIMTypeString, {TCIMValue(longText), TCIMValue("b")}),
+  };
+  for (const TCIMValue& original : values) {
+    for (const TCIMValue& other : values) {
+      TCIMValue copy(original);
+      TCIMValue assigned(other);
+      assigned = copy;
+      TCIMValue moved(std::move(copy));
+      TCIMValue moveAssigned(other);
+      moveAssigned = std::move(moved);
+      for (const TCIMValue* result : {&assigned, &moveAssigned}) {
+        EXPECT_EQ(*result, original) << original.ToString() << " over " << other.ToString();
+        EXPECT_EQ(result->GetType(), original.GetType());
+        EXPECT_EQ(result->IsNull(), original.IsNull());
+      }
+    }
+    TCIMValue self(original);
+    self = *&self;
+    EXPECT_EQ(self, original);
+  }
+  EXPECT_EQ(TCIMValue(values[2]).GetReferencedClass(), cls);
+  // An element of an array assigned to the array itself.
+  TCIMValue array = values[11];
+  array = array.GetElements()[0];
+  EXPECT_EQ(array, TCIMValue(longText));
+  TCIMValue moveArray = values[11];
+  moveArray = TCIMValue(moveArray.GetElements()[0]);
+  EXPECT_EQ(moveArray, TCIMValue(longText));
+}
+
 }  // namespace
