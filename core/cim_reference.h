@@ -25,7 +25,7 @@
 // A path is a handle on shared, immutable parts: copying one (into a value,
 // out of an instance) costs a reference count, and a change to a copy makes
 // that copy's parts its own first. So the reference values of many
-// association instances can share the one path their target holds. Copies
+// association instances can share one path to their target. Copies
 // of one path may be read and copied from several threads at once; a single
 // path object is changed by one thread at a time, as any object is. The
 // class, the namespace and their names are a head that paths to instances
