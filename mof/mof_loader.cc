@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -169,7 +170,7 @@ std::string TMofDiagnostic::Format() const {
   return text;
 }
 
-bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error) {
+bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error, size_t maxBytes) {
   error->clear();
   struct stat status;
   if (stat(path.c_str(), &status) != 0) {
@@ -184,8 +185,10 @@ bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error) {
     *error = path + " is not a regular file";
     return false;
   }
-  std::string tooLarge = path + " is larger than " + std::to_string(kMaxMofFileBytes >> 20) + " MiB";
-  if (status.st_size > static_cast<off_t>(kMaxMofFileBytes)) {
+  std::string tooLarge = maxBytes >= (1u << 20)
+                             ? path + " is larger than " + std::to_string(maxBytes >> 20) + " MiB"
+                             : path + " is larger than " + std::to_string(maxBytes) + " bytes";
+  if (static_cast<uint64_t>(status.st_size) > maxBytes) {
     *error = tooLarge;
     return false;
   }
@@ -194,12 +197,14 @@ bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error) {
     *error = path + ": " + std::strerror(errno);
     return false;
   }
-  // A pipe says nothing of its size: read in pieces, up to the limit.
+  // A pipe says nothing of its size: read in pieces, up to the limit. A
+  // file's text takes its room at once (a snapshot can be a gigabyte or two).
   std::string text;
+  if (S_ISREG(status.st_mode)) text.reserve(static_cast<size_t>(status.st_size));
   char buffer[1 << 16];
   while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
     text.append(buffer, static_cast<size_t>(in.gcount()));
-    if (text.size() > kMaxMofFileBytes) {
+    if (text.size() > maxBytes) {
       *error = tooLarge;
       return false;
     }

@@ -79,8 +79,9 @@ typedef std::function<bool(const std::string& path, TMofFile* file, std::string*
 // The largest MOF file the loader reads from disk.
 constexpr size_t kMaxMofFileBytes = 256u << 20;
 
-// Reads a regular file (or a pipe) of at most kMaxMofFileBytes from disk.
-bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error);
+// Reads a regular file (or a pipe) of at most `maxBytes` from disk.
+bool ReadMofFile(const std::string& path, TMofFile* file, std::string* error,
+                 size_t maxBytes = kMaxMofFileBytes);
 
 struct TMofLoadOptions {
   // Where "#pragma include" looks after the including file's own folder.

@@ -8,10 +8,16 @@
 // The file is written whole or not at all: the MOF goes to a temporary file
 // beside it, is flushed to the disk, and then takes the file's name in one
 // rename, so a crash while writing leaves the previous snapshot as it was.
+//
+// A snapshot is the server's own file, so it may be far larger than the MOF
+// a user loads (kMaxMofFileBytes): up to kMaxSnapshotBytes, which a loader's
+// positions and line numbers hold. One that would be larger is not written,
+// so that a snapshot on disk can always be loaded again.
 
 #ifndef INMEM_SERVER_SNAPSHOT_H_
 #define INMEM_SERVER_SNAPSHOT_H_
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -33,8 +39,13 @@ struct TSnapshotSection {
   const TSchemaNotes* notes = nullptr;
 };
 
-// False, with the reason in *error, when the snapshot cannot be written.
-bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::string& path, std::string* error);
+// 2 GiB less a byte: a file of that size has fewer lines than an int counts.
+constexpr size_t kMaxSnapshotBytes = (size_t{1} << 31) - 1;
+
+// False, with the reason in *error, when the snapshot cannot be written
+// (the file as it was stays); `maxBytes` for tests.
+bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::string& path, std::string* error,
+                   size_t maxBytes = kMaxSnapshotBytes);
 
 // Loads the snapshot at `path` into `namespaces`: each section into the
 // namespace it names, made empty when the registry has none of that name;
@@ -42,6 +53,6 @@ bool WriteSnapshot(const std::vector<TSnapshotSection>& sections, const std::str
 // namespace) into `home`. Each namespace's schema notes are filled too. True when it loaded without an error; the
 // loader keeps the diagnostics.
 bool LoadSnapshot(TNamespaceRegistry& namespaces, const std::string& home, const std::string& path,
-                  std::unique_ptr<TMofLoader>* loader);
+                  std::unique_ptr<TMofLoader>* loader, size_t maxBytes = kMaxSnapshotBytes);
 
 #endif  // INMEM_SERVER_SNAPSHOT_H_

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <map>
 #include <set>
@@ -423,6 +424,19 @@ TEST_F(NamespacesTest, SnapshotsHoldEveryNamespace) {
     EXPECT_NE(text.find(std::string("#pragma namespace (\"") + name + "\")"), std::string::npos) << name;
   }
   EXPECT_EQ(text.find("instance of CIM_ObjectManager"), std::string::npos);
+
+  // A snapshot larger than a snapshot may hold is not written, and the one
+  // on disk stays as it was; one on disk that is larger is not loaded.
+  EXPECT_FALSE(WriteSnapshot(sections, path, &error, text.size() - 1));
+  EXPECT_NE(error.find("more than the " + std::to_string(text.size() - 1)), std::string::npos) << error;
+  std::ifstream again(path);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(again), std::istreambuf_iterator<char>()), text);
+  EXPECT_FALSE(std::ifstream(path + ".tmp").good());
+  TNamespaceRegistry refused([] { return NewProviderNamespace(); });
+  EXPECT_FALSE(LoadSnapshot(refused, "root/cimv2", path, &loader, text.size() - 1));
+  ASSERT_FALSE(loader->Diagnostics().empty());
+  EXPECT_NE(loader->Diagnostics()[0].message.find("is larger than"), std::string::npos);
+  EXPECT_TRUE(LoadSnapshot(refused, "root/cimv2", path, &loader, text.size()));
   std::remove(path.c_str());
 }
 
